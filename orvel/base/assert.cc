@@ -1,0 +1,13 @@
+#include "orvel/base/assert.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace orvel::internal {
+
+void failDebugAssertion(const char* file, unsigned line, const char* condition) {
+  std::fprintf(stderr, "%s:%u: Failed debug assertion `%s'\n", file, line, condition);
+  std::abort();
+}
+
+}  // namespace orvel::internal

@@ -1,0 +1,13 @@
+// Assertions for internal inconsistencies: the failing condition is printed as
+// "FILE:LINE: Failed debug assertion `CONDITION'" on stderr and the process aborts.
+#pragma once
+
+namespace orvel::internal {
+
+[[noreturn]] void failDebugAssertion(const char* file, unsigned line, const char* condition);
+
+}  // namespace orvel::internal
+
+#define ORVEL_ASSERT(condition)                                                      \
+  ((condition) ? static_cast<void>(0)                                                \
+               : ::orvel::internal::failDebugAssertion(__FILE__, __LINE__, #condition))

@@ -1,0 +1,76 @@
+#include "orvel/base/utf8.h"
+
+#include <unicode/ustring.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace orvel {
+namespace {
+
+// The start of the first ill-formed sequence; only called once ICU has rejected the input.
+std::size_t firstInvalidOffset(std::string_view utf8) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(utf8.data());
+  const auto length = static_cast<std::int64_t>(utf8.size());
+  std::int64_t i = 0;
+  while (i < length) {
+    const std::int64_t start = i;
+    UChar32 c;
+    U8_NEXT(bytes, i, length, c);
+    if (c < 0) return static_cast<std::size_t>(start);
+  }
+  return utf8.size();
+}
+
+}  // namespace
+
+std::optional<std::u16string> utf8ToUtf16(std::string_view utf8, std::size_t* invalidOffset) {
+  std::u16string out;
+  // ICU takes 32-bit lengths; longer input is converted in pieces cut at character starts.
+  constexpr std::size_t kPiece = 1u << 30;
+  std::size_t done = 0;
+  while (done < utf8.size()) {
+    std::size_t take = std::min(kPiece, utf8.size() - done);
+    if (done + take < utf8.size()) {
+      while (take > 0 && U8_IS_TRAIL(static_cast<std::uint8_t>(utf8[done + take]))) --take;
+    }
+    const std::size_t base = out.size();
+    out.resize(base + take);  // UTF-16 never needs more units than UTF-8 has bytes.
+    int32_t written = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strFromUTF8(reinterpret_cast<UChar*>(out.data() + base), static_cast<int32_t>(take),
+                  &written, utf8.data() + done, static_cast<int32_t>(take), &status);
+    if (U_FAILURE(status)) {
+      if (invalidOffset != nullptr) {
+        *invalidOffset = done + firstInvalidOffset(utf8.substr(done, take));
+      }
+      return std::nullopt;
+    }
+    out.resize(base + static_cast<std::size_t>(written));
+    done += take;
+  }
+  return out;
+}
+
+std::string utf16ToUtf8(std::u16string_view utf16) {
+  std::string out;
+  constexpr std::size_t kPiece = 1u << 28;
+  std::size_t done = 0;
+  while (done < utf16.size()) {
+    std::size_t take = std::min(kPiece, utf16.size() - done);
+    if (done + take < utf16.size() && U16_IS_LEAD(utf16[done + take - 1])) --take;
+    const std::size_t base = out.size();
+    out.resize(base + 3 * take);
+    int32_t written = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strToUTF8WithSub(out.data() + base, static_cast<int32_t>(3 * take), &written,
+                       reinterpret_cast<const UChar*>(utf16.data() + done),
+                       static_cast<int32_t>(take), 0xFFFD, nullptr, &status);
+    out.resize(base + (U_FAILURE(status) ? 0 : static_cast<std::size_t>(written)));
+    done += take;
+  }
+  return out;
+}
+
+}  // namespace orvel

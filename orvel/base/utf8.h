@@ -1,0 +1,20 @@
+// Conversion between UTF-8 bytes and UTF-16 code units, through ICU.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvel {
+
+// Decodes well-formed UTF-8. On malformed input (a bad lead or trail byte, an overlong
+// form, an encoded surrogate, a truncated sequence) answers nullopt and, when
+// invalidOffset is given, stores the byte offset at which the first bad sequence starts.
+[[nodiscard]] std::optional<std::u16string> utf8ToUtf16(std::string_view utf8,
+                                                        std::size_t* invalidOffset = nullptr);
+
+// Encodes UTF-16 as UTF-8; an unpaired surrogate becomes U+FFFD.
+[[nodiscard]] std::string utf16ToUtf8(std::u16string_view utf16);
+
+}  // namespace orvel

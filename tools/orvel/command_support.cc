@@ -1,0 +1,94 @@
+#include "tools/orvel/command_support.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "orvel/base/utf8.h"
+
+namespace orvel::cli {
+namespace {
+
+class InputFile {
+ public:
+  explicit InputFile(const std::string& input) : _name(displayName(input)) {
+    if (input == "-") {
+      _fd = STDIN_FILENO;
+      return;
+    }
+    _fd = ::open(input.c_str(), O_RDONLY | O_CLOEXEC);
+    if (_fd < 0) throw CommandError(_name, std::strerror(errno));
+    _owned = true;
+  }
+  ~InputFile() {
+    if (_owned) ::close(_fd);
+  }
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  // Bytes read into buffer; 0 at the end.
+  std::size_t read(std::uint8_t* buffer, std::size_t capacity) {
+    for (;;) {
+      const ssize_t n = ::read(_fd, buffer, capacity);
+      if (n >= 0) return static_cast<std::size_t>(n);
+      if (errno != EINTR) throw CommandError(_name, std::strerror(errno));
+    }
+  }
+
+ private:
+  std::string _name;
+  int _fd = -1;
+  bool _owned = false;
+};
+
+}  // namespace
+
+std::string displayName(std::string_view input) {
+  return input == "-" ? std::string("stdin") : std::string(input);
+}
+
+void readChunks(const std::string& input,
+                const std::function<void(std::span<const std::uint8_t>)>& consume) {
+  InputFile file(input);
+  std::vector<std::uint8_t> buffer(1 << 20);
+  while (const std::size_t n = file.read(buffer.data(), buffer.size())) {
+    consume(std::span<const std::uint8_t>(buffer.data(), n));
+  }
+}
+
+std::string readAll(const std::string& input) {
+  std::string bytes;
+  readChunks(input, [&](std::span<const std::uint8_t> chunk) {
+    bytes.append(reinterpret_cast<const char*>(chunk.data()), chunk.size());
+  });
+  return bytes;
+}
+
+std::u16string readText(const std::string& input) {
+  const std::string bytes = readAll(input);
+  std::size_t invalidOffset = 0;
+  auto text = utf8ToUtf16(bytes, &invalidOffset);
+  if (!text) {
+    throw CommandError(displayName(input),
+                       "invalid UTF-8 at byte offset " + std::to_string(invalidOffset));
+  }
+  return std::move(*text);
+}
+
+void reportError(const std::string& name, const std::string& message) {
+  std::fprintf(stderr, "orvel: %s: %s\n", name.c_str(), message.c_str());
+}
+
+void writeOut(std::string_view bytes) {
+  if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) {
+    throw CommandError("stdout", std::strerror(errno));
+  }
+}
+
+void writeOut(std::u16string_view text) { writeOut(utf16ToUtf8(text)); }
+
+}  // namespace orvel::cli

@@ -1,0 +1,49 @@
+// What every orvel command shares: reading inputs, decoding text, reporting errors.
+//
+// Conventions: text is UTF-8 in and out; an input is a FILE, or stdin when the FILE is
+// absent or "-"; a failure is reported as one line "orvel: NAME: message" on stderr with
+// exit status 1; usage errors exit with 2.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace orvel::cli {
+
+// A failure concerning one input (or other named thing): "orvel: NAME: message".
+class CommandError : public std::runtime_error {
+ public:
+  CommandError(std::string name, const std::string& message)
+      : std::runtime_error(message), _name(std::move(name)) {}
+  [[nodiscard]] const std::string& name() const { return _name; }
+
+ private:
+  std::string _name;
+};
+
+// The name an input is reported under: "stdin" for "-".
+[[nodiscard]] std::string displayName(std::string_view input);
+
+// Calls `consume` with successive pieces of the input's bytes; throws CommandError when it
+// cannot be opened or read.
+void readChunks(const std::string& input,
+                const std::function<void(std::span<const std::uint8_t>)>& consume);
+
+// The whole input.
+[[nodiscard]] std::string readAll(const std::string& input);
+
+// The input decoded from UTF-8; throws CommandError naming the offset of the first bad byte.
+[[nodiscard]] std::u16string readText(const std::string& input);
+
+// Prints a failure line to stderr.
+void reportError(const std::string& name, const std::string& message);
+
+// Writes to stdout; throws CommandError when stdout cannot take it.
+void writeOut(std::string_view bytes);
+void writeOut(std::u16string_view text);
+
+}  // namespace orvel::cli

@@ -1,0 +1,55 @@
+// orvel: the library's capabilities as commands. See `orvel --help`.
+#include <cstdio>
+#include <string>
+
+#include "orvel/base/log.h"
+#include "tools/orvel/command_support.h"
+#include "tools/orvel/commands.h"
+
+namespace {
+
+// The subcommand a usage error concerns, when the first argument names one.
+std::string commandNamed(CLI::App& app, int argc, char** argv) {
+  if (argc < 2) return {};
+  try {
+    return app.get_subcommand(argv[1])->get_name();
+  } catch (const CLI::Error&) {
+    return {};
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  orvel::setLogSink([](std::string_view line) {
+    std::fprintf(stderr, "orvel: %.*s\n", static_cast<int>(line.size()), line.data());
+  });
+
+  CLI::App app("orvel: fast, locale-free text tools over the ORVELfoundation library", "orvel");
+  app.require_subcommand(1);
+  app.fallthrough(false);
+  int status = 0;
+  orvel::cli::registerTextCommands(app, status);
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp& help) {
+    return app.exit(help);
+  } catch (const CLI::CallForAllHelp& help) {
+    return app.exit(help);
+  } catch (const CLI::ParseError& error) {
+    const std::string command = commandNamed(app, argc, argv);
+    std::fprintf(stderr, "orvel: %s%s (see 'orvel %s--help')\n",
+                 command.empty() ? "" : (command + ": ").c_str(), error.what(),
+                 command.empty() ? "" : (command + " ").c_str());
+    return 2;
+  } catch (const orvel::cli::CommandError& error) {
+    orvel::cli::reportError(error.name(), error.what());
+    return 1;
+  }
+  if (std::fflush(stdout) != 0) {
+    orvel::cli::reportError("stdout", "write failed");
+    return 1;
+  }
+  return status;
+}
