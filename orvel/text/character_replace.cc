@@ -28,8 +28,9 @@ void collapseRuns(std::u16string& string, InClass inClass, unichar replacement) 
   std::size_t write = 0;
   for (std::size_t read = 0; read < string.size();) {
     if (inClass(string[read])) {
-      string[write++] = replacement;
+      // Skip the run before writing: the write may land on the run's first unit.
       while (read < string.size() && inClass(string[read])) ++read;
+      string[write++] = replacement;
     } else {
       string[write++] = string[read++];
     }

@@ -39,6 +39,10 @@ int main(int argc, char** argv) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
     const std::string command = commandNamed(app, argc, argv);
+    if (command.empty() && argc >= 2 && argv[1][0] != '-') {
+      std::fprintf(stderr, "orvel: unknown command '%s' (see 'orvel --help')\n", argv[1]);
+      return 2;
+    }
     std::fprintf(stderr, "orvel: %s%s (see 'orvel %s--help')\n",
                  command.empty() ? "" : (command + ": ").c_str(), error.what(),
                  command.empty() ? "" : (command + " ").c_str());
