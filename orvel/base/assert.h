@@ -8,6 +8,6 @@ namespace orvel::internal {
 
 }  // namespace orvel::internal
 
-#define ORVEL_ASSERT(condition)                                                      \
-  ((condition) ? static_cast<void>(0)                                                \
+#define ORVEL_ASSERT(condition)       \
+  ((condition) ? static_cast<void>(0) \
                : ::orvel::internal::failDebugAssertion(__FILE__, __LINE__, #condition))

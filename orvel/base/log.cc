@@ -1,12 +1,12 @@
 #include "orvel/base/log.h"
 
-#include <syslog.h>
-
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
 #include <string>
 #include <utility>
+
+#include <syslog.h>
 
 namespace orvel {
 namespace {

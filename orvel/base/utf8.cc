@@ -1,10 +1,10 @@
 #include "orvel/base/utf8.h"
 
-#include <unicode/ustring.h>
-#include <unicode/utf8.h>
-
 #include <algorithm>
 #include <cstdint>
+
+#include <unicode/ustring.h>
+#include <unicode/utf8.h>
 
 namespace orvel {
 namespace {
@@ -39,8 +39,8 @@ std::optional<std::u16string> utf8ToUtf16(std::string_view utf8, std::size_t* in
     out.resize(base + take);  // UTF-16 never needs more units than UTF-8 has bytes.
     int32_t written = 0;
     UErrorCode status = U_ZERO_ERROR;
-    u_strFromUTF8(reinterpret_cast<UChar*>(out.data() + base), static_cast<int32_t>(take),
-                  &written, utf8.data() + done, static_cast<int32_t>(take), &status);
+    u_strFromUTF8(reinterpret_cast<UChar*>(out.data() + base), static_cast<int32_t>(take), &written,
+                  utf8.data() + done, static_cast<int32_t>(take), &status);
     if (U_FAILURE(status)) {
       if (invalidOffset != nullptr) {
         *invalidOffset = done + firstInvalidOffset(utf8.substr(done, take));

@@ -44,7 +44,9 @@ TEST(Utf8Test, ReportsTheOffsetOfTheFirstBadSequence) {
 
 TEST(Utf8Test, UnpairedSurrogatesBecomeReplacementCharacters) {
   const std::u16string lone = {u'a', static_cast<char16_t>(0xD800), u'b'};
-  EXPECT_EQ(utf16ToUtf8(lone), "a\xEF\xBF\xBD" "b");
+  EXPECT_EQ(utf16ToUtf8(lone),
+            "a\xEF\xBF\xBD"
+            "b");
 }
 
 }  // namespace

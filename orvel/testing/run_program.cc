@@ -1,15 +1,15 @@
 #include "orvel/testing/run_program.h"
 
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
-#include <stdexcept>
 
 extern char** environ;
 

@@ -1,10 +1,10 @@
 #include "orvel/testing/temp_dir.h"
 
-#include <gtest/gtest.h>
-#include <stdlib.h>
-
 #include <fstream>
 #include <string>
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
 
 namespace orvel::testing {
 

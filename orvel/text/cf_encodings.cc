@@ -106,13 +106,13 @@ static_assert(std::is_sorted(std::begin(kConverterNames), std::end(kConverterNam
 
 // Foundation's small numbers, which predate its CoreFoundation-based numbering.
 constexpr std::pair<NSStringEncoding, CFStringEncoding> kClassicNSEncodings[] = {
-    {1, kCFStringEncodingASCII},         {3, kCFStringEncodingEUC_JP},
-    {4, kCFStringEncodingUTF8},          {5, kCFStringEncodingISOLatin1},
-    {8, kCFStringEncodingDOSJapanese},   {9, kCFStringEncodingISOLatin2},
-    {10, kCFStringEncodingUnicode},      {11, kCFStringEncodingWindowsCyrillic},
+    {1, kCFStringEncodingASCII},          {3, kCFStringEncodingEUC_JP},
+    {4, kCFStringEncodingUTF8},           {5, kCFStringEncodingISOLatin1},
+    {8, kCFStringEncodingDOSJapanese},    {9, kCFStringEncodingISOLatin2},
+    {10, kCFStringEncodingUnicode},       {11, kCFStringEncodingWindowsCyrillic},
     {12, kCFStringEncodingWindowsLatin1}, {13, kCFStringEncodingWindowsGreek},
     {14, kCFStringEncodingWindowsLatin5}, {15, kCFStringEncodingWindowsLatin2},
-    {21, kCFStringEncodingISO_2022_JP},  {30, kCFStringEncodingMacRoman},
+    {21, kCFStringEncodingISO_2022_JP},   {30, kCFStringEncodingMacRoman},
 };
 
 }  // namespace
@@ -122,7 +122,7 @@ const char* icuConverterNameForCFStringEncoding(CFStringEncoding encoding) {
       std::begin(kConverterNames), std::end(kConverterNames), encoding,
       [](const ConverterName& entry, CFStringEncoding value) { return entry.encoding < value; });
   return (found != std::end(kConverterNames) && found->encoding == encoding) ? found->icuName
-                                                                              : nullptr;
+                                                                             : nullptr;
 }
 
 CFStringEncoding cfStringEncodingFromNSStringEncoding(NSStringEncoding encoding) {

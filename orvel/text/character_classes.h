@@ -15,8 +15,7 @@ namespace orvel {
 [[nodiscard]] bool charactersPartOfSet(std::u16string_view string, CharacterSetRep set,
                                        bool resultIfEmpty);
 // The number of member units; 0 for a null set.
-[[nodiscard]] std::size_t countCharactersPartOfSet(std::u16string_view string,
-                                                   CharacterSetRep set);
+[[nodiscard]] std::size_t countCharactersPartOfSet(std::u16string_view string, CharacterSetRep set);
 // True when every unit is white space (true for length 0).
 [[nodiscard]] bool onlyWhiteCharacters(const unichar* chars, std::size_t length);
 

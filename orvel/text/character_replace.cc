@@ -15,10 +15,8 @@ bool isLineBreak(unichar c) {
     case 0x2028:
     case 0x2029:
     case 0xFEFF:
-    case 0xFFFC:
-      return true;
-    default:
-      return false;
+    case 0xFFFC: return true;
+    default: return false;
   }
 }
 
@@ -56,8 +54,8 @@ void removeMultipleWhiteSpaces(std::u16string& string, bool spacesOnly, bool whi
                                unichar replacement) {
   if (whiteSpaces || spacesOnly) {
     CharacterSetRep set = whiteSpaces ? whiteCharacterSetRep() : spaceCharacterSetRep();
-    collapseRuns(string, [set](unichar c) { return isMemberOfCharacterSetRep(set, c); },
-                 replacement);
+    collapseRuns(
+        string, [set](unichar c) { return isMemberOfCharacterSetRep(set, c); }, replacement);
   } else {
     collapseRuns(string, isLineBreak, replacement);
   }

@@ -22,8 +22,7 @@ namespace orvel {
 // spacesOnly is set, else the line breaks U+0003, U+000A, U+000C, U+000D, U+2028, U+2029,
 // U+FEFF and U+FFFC.
 [[nodiscard]] std::u16string stringByRemovingMultipleWhiteSpaces(std::u16string_view string,
-                                                                 bool spacesOnly,
-                                                                 bool whiteSpaces,
+                                                                 bool spacesOnly, bool whiteSpaces,
                                                                  unichar replacement);
 // The same, in place.
 void removeMultipleWhiteSpaces(std::u16string& string, bool spacesOnly, bool whiteSpaces,

@@ -28,8 +28,8 @@ std::size_t clampStart(std::ptrdiff_t startIndex) {
 
 }  // namespace
 
-std::size_t findCharacter(std::u16string_view string, unichar character,
-                          std::ptrdiff_t startIndex, bool caseInsensitive) {
+std::size_t findCharacter(std::u16string_view string, unichar character, std::ptrdiff_t startIndex,
+                          bool caseInsensitive) {
   const CharacterMatcher matcher(character, caseInsensitive);
   for (std::size_t i = clampStart(startIndex); i < string.size(); ++i) {
     if (matcher.matches(string[i])) return i;
@@ -47,8 +47,8 @@ std::size_t findLastCharacter(std::u16string_view string, unichar character,
   return NSNotFound;
 }
 
-std::size_t countCharacter(std::u16string_view string, unichar character,
-                           std::ptrdiff_t startIndex, bool caseInsensitive) {
+std::size_t countCharacter(std::u16string_view string, unichar character, std::ptrdiff_t startIndex,
+                           bool caseInsensitive) {
   const CharacterMatcher matcher(character, caseInsensitive);
   std::size_t count = 0;
   for (std::size_t i = clampStart(startIndex); i < string.size(); ++i) {
@@ -70,8 +70,8 @@ std::size_t findOneOf(std::u16string_view string, std::u16string_view setString,
   return NSNotFound;
 }
 
-bool fastContainsSubCStrings(const unichar* string, std::size_t length,
-                             const char* const* needles, ConversionTable table) {
+bool fastContainsSubCStrings(const unichar* string, std::size_t length, const char* const* needles,
+                             ConversionTable table) {
   if (length == 0 || needles == nullptr) return false;
   auto unitAt = [&](std::size_t i) { return table != nullptr ? table[string[i]] : string[i]; };
   auto widen = [](char c) { return static_cast<unichar>(static_cast<signed char>(c)); };

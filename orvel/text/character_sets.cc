@@ -1,16 +1,18 @@
 #include "orvel/text/character_sets.h"
 
-#include <unicode/uchar.h>
-
 #include <array>
 #include <initializer_list>
+
+#include <unicode/uchar.h>
 
 namespace orvel {
 namespace {
 
 using Bitmap = std::array<std::uint8_t, kCharacterSetRepSize>;
 
-void addUnit(Bitmap& bitmap, unichar c) { bitmap[c >> 3] |= static_cast<std::uint8_t>(1u << (c & 7)); }
+void addUnit(Bitmap& bitmap, unichar c) {
+  bitmap[c >> 3] |= static_cast<std::uint8_t>(1u << (c & 7));
+}
 
 // Every code unit whose general category is in categoryMask, then the extra units.
 Bitmap buildBitmap(std::uint32_t categoryMask, std::initializer_list<unichar> extras) {
@@ -72,7 +74,8 @@ unichar firstAlphaCharacter() {
   static const unichar first = [] {
     CharacterSetRep letters = alphaCharacterSetRep();
     for (std::uint32_t c = 0; c <= 0xFFFF; ++c) {
-      if (isMemberOfCharacterSetRep(letters, static_cast<unichar>(c))) return static_cast<unichar>(c);
+      if (isMemberOfCharacterSetRep(letters, static_cast<unichar>(c)))
+        return static_cast<unichar>(c);
     }
     return unichar{0};
   }();
@@ -83,7 +86,8 @@ unichar lastAlphaCharacter() {
   static const unichar last = [] {
     CharacterSetRep letters = alphaCharacterSetRep();
     for (std::uint32_t c = 0x10000; c-- > 0;) {
-      if (isMemberOfCharacterSetRep(letters, static_cast<unichar>(c))) return static_cast<unichar>(c);
+      if (isMemberOfCharacterSetRep(letters, static_cast<unichar>(c)))
+        return static_cast<unichar>(c);
     }
     return unichar{0};
   }();

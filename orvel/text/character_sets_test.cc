@@ -1,9 +1,9 @@
 #include "orvel/text/character_sets.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace orvel {
 namespace {
@@ -24,15 +24,16 @@ void expectMembership(CharacterSetRep set, std::initializer_list<Membership> cas
 TEST(CharacterSetsTest, BitOfUnitIsLowBitsOfItsByte) {
   // 'A' is U+0041: byte 8, bit 1. The white set's additions are bits of bytes 0 and 1.
   EXPECT_EQ(alphaCharacterSetRep()[8] & 0x02, 0x02);
-  EXPECT_EQ(alphaCharacterSetRep()[8] & 0x01, 0x00);  // '@' is no letter
-  EXPECT_EQ(whiteCharacterSetRep()[0] & 0x09, 0x09);  // U+0000 and U+0003
-  EXPECT_EQ(whiteCharacterSetRep()[1] & 0x3E, 0x3E);  // U+0009 to U+000D
+  EXPECT_EQ(alphaCharacterSetRep()[8] & 0x01, 0x00);     // '@' is no letter
+  EXPECT_EQ(whiteCharacterSetRep()[0] & 0x09, 0x09);     // U+0000 and U+0003
+  EXPECT_EQ(whiteCharacterSetRep()[1] & 0x3E, 0x3E);     // U+0009 to U+000D
   EXPECT_EQ(whiteCharacterSetRep()[8191] & 0x10, 0x10);  // U+FFFC
 }
 
 TEST(CharacterSetsTest, EmptySetHasNoMember) {
   CharacterSetRep empty = emptyCharacterSetRep();
-  EXPECT_TRUE(std::all_of(empty, empty + kCharacterSetRepSize, [](std::uint8_t b) { return b == 0; }));
+  EXPECT_TRUE(
+      std::all_of(empty, empty + kCharacterSetRepSize, [](std::uint8_t b) { return b == 0; }));
 }
 
 TEST(CharacterSetsTest, SpacesAreSeparatorsTabAndNul) {

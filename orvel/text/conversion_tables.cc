@@ -1,11 +1,11 @@
 #include "orvel/text/conversion_tables.h"
 
+#include <array>
+
 #include <unicode/uchar.h>
 #include <unicode/unorm2.h>
 #include <unicode/ustring.h>
 #include <unicode/utf16.h>
-
-#include <array>
 
 namespace orvel {
 

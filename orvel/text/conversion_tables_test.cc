@@ -1,8 +1,8 @@
 #include "orvel/text/conversion_tables.h"
 
-#include <gtest/gtest.h>
-
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "orvel/text/character_sets.h"
 

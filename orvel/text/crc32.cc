@@ -1,9 +1,9 @@
 #include "orvel/text/crc32.h"
 
+#include <cerrno>
+
 #include <fcntl.h>
 #include <unistd.h>
-
-#include <cerrno>
 
 #include "orvel/text/internal/crc32_kernels.h"
 
@@ -52,7 +52,7 @@ std::uint32_t stringCRC32UsingConversionTable(std::u16string_view string, Conver
 }
 
 std::uint32_t caseInsensitiveCrc32UsingCharactersPartOfCharacterSetRep(std::u16string_view string,
-                                                                      CharacterSetRep set) {
+                                                                       CharacterSetRep set) {
   if (set == nullptr || string.empty()) return 0;
   initLowerCharsTable();
   ConversionTable upper = initUpperCharsTable();

@@ -37,8 +37,7 @@ const std::array<std::uint32_t, 256> CRC32_TAB = kSlices[0];
 
 namespace internal {
 
-std::uint32_t crc32UpdatePortable(std::uint32_t crc, const std::uint8_t* data,
-                                  std::size_t length) {
+std::uint32_t crc32UpdatePortable(std::uint32_t crc, const std::uint8_t* data, std::size_t length) {
   if constexpr (std::endian::native == std::endian::little) {
     for (; length >= 8; data += 8, length -= 8) {
       std::uint64_t word;

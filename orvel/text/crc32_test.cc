@@ -1,10 +1,10 @@
 #include "orvel/text/crc32.h"
 
-#include <gtest/gtest.h>
-#include <zlib.h>
-
 #include <random>
 #include <vector>
+
+#include <gtest/gtest.h>
+#include <zlib.h>
 
 #include "orvel/testing/temp_dir.h"
 #include "orvel/text/internal/crc32_kernels.h"
@@ -97,7 +97,8 @@ TEST(Crc32Test, PortableAndCarrylessPathsAgreeAtEveryLengthAndAlignment) {
     for (std::size_t length = 0; length + offset <= 600; ++length) {
       const std::uint8_t* data = bytes.data() + offset;
       const std::uint32_t expected = zlibEquivalent(data, length);
-      ASSERT_EQ(internal::crc32UpdatePortable(0, data, length), expected) << offset << "/" << length;
+      ASSERT_EQ(internal::crc32UpdatePortable(0, data, length), expected)
+          << offset << "/" << length;
       if (internal::crc32ClmulSupported()) {
         ASSERT_EQ(internal::crc32UpdateClmul(0, data, length), expected) << offset << "/" << length;
       }
@@ -122,9 +123,8 @@ TEST(Crc32Test, IncrementalUpdatesEqualOneShot) {
 TEST(Crc32Test, FileChecksumReadsTheWholeFile) {
   testing::TempDir dir;
   const auto bytes = randomBytes(200000, 5);
-  const auto path =
-      dir.writeFile("data.bin", std::string_view(reinterpret_cast<const char*>(bytes.data()),
-                                                 bytes.size()));
+  const auto path = dir.writeFile(
+      "data.bin", std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
   EXPECT_EQ(crc32ForFileAtPath(path), CRC32(bytes.data(), bytes.size()));
   EXPECT_EQ(crc32ForFileAtPath(dir.path() / "missing"), 0u);
   EXPECT_EQ(crc32ForFileAtPath(""), 0u);

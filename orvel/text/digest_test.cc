@@ -1,11 +1,11 @@
 #include "orvel/text/digest.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <random>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "orvel/base/utf8.h"
 #include "orvel/text/internal/sha1_kernels.h"
@@ -19,7 +19,9 @@ std::span<const std::uint8_t> bytesOf(std::string_view text) {
   return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-std::string md5Hex(std::string_view text) { return utf16ToUtf8(MD5DigestStringValue(bytesOf(text))); }
+std::string md5Hex(std::string_view text) {
+  return utf16ToUtf8(MD5DigestStringValue(bytesOf(text)));
+}
 std::string sha1Hex(std::string_view text) {
   return utf16ToUtf8(SHA1DigestStringValue(bytesOf(text)));
 }
@@ -34,8 +36,7 @@ TEST(DigestTest, Md5TestSuiteOfRfc1321) {
             "d174ab98d277d9f5a5611c2c9f419d9f");
   std::string digits;
   for (int i = 0; i < 8; ++i) digits += "1234567890";
-  EXPECT_EQ(md5Hex(digits),
-            "57edf4a22be3c955ac49da2e2107b67a");
+  EXPECT_EQ(md5Hex(digits), "57edf4a22be3c955ac49da2e2107b67a");
 }
 
 TEST(DigestTest, Sha1VectorsOfFips180) {

@@ -1,9 +1,9 @@
 #include "orvel/text/encoding_converters.h"
 
+#include <memory>
+
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
-
-#include <memory>
 
 namespace orvel {
 namespace {
@@ -39,8 +39,8 @@ UErrorCode toUnicode(UConverter* converter, const std::uint8_t* source, std::siz
   UErrorCode status = U_ZERO_ERROR;
   const char* in = reinterpret_cast<const char*>(source);
   UChar* out = reinterpret_cast<UChar*>(destination);
-  ucnv_toUnicode(converter, &out, out + destinationCapacity, &in, in + sourceLength, nullptr,
-                 true, &status);
+  ucnv_toUnicode(converter, &out, out + destinationCapacity, &in, in + sourceLength, nullptr, true,
+                 &status);
   if (unitsWritten != nullptr) {
     *unitsWritten = static_cast<std::size_t>(out - reinterpret_cast<UChar*>(destination));
   }
@@ -80,8 +80,8 @@ std::int32_t convertUTF8ToUnicode(const std::uint8_t* source, std::size_t source
                                   unichar* destination, std::size_t destinationCapacity) {
   const std::int32_t opened = initUnicodeConverters();
   if (opened != 0 && opened != 1) return opened;
-  return statusOf(toUnicode(sharedConverters.utf8ToUnicode.get(), source, sourceLength,
-                            destination, destinationCapacity, nullptr));
+  return statusOf(toUnicode(sharedConverters.utf8ToUnicode.get(), source, sourceLength, destination,
+                            destinationCapacity, nullptr));
 }
 
 std::int32_t convertUnicodeToUTF8(const unichar* source, std::size_t sourceLength,
@@ -94,8 +94,7 @@ std::int32_t convertUnicodeToUTF8(const unichar* source, std::size_t sourceLengt
 
 std::int32_t convertEncodingToUnicode(const std::uint8_t* source, std::size_t sourceLength,
                                       CFStringEncoding encoding, unichar* destination,
-                                      std::size_t destinationCapacity,
-                                      std::size_t* unitsWritten) {
+                                      std::size_t destinationCapacity, std::size_t* unitsWritten) {
   *unitsWritten = 0;
   const char* name = icuConverterNameForCFStringEncoding(encoding);
   if (name == nullptr) return U_UNSUPPORTED_ERROR;

@@ -1,10 +1,10 @@
 #include "orvel/text/encoding_converters.h"
 
-#include <gtest/gtest.h>
-#include <unicode/utypes.h>
-
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
+#include <unicode/utypes.h>
 
 namespace orvel {
 namespace {
@@ -18,7 +18,9 @@ TEST(EncodingConvertersTest, SharedConvertersOpenOncePerThread) {
 }
 
 TEST(EncodingConvertersTest, Utf8RoundTrip) {
-  const auto utf8 = bytesOf("Gr\xC3\xBC\xC3\x9F" "e \xF0\x9F\x98\x80");
+  const auto utf8 = bytesOf(
+      "Gr\xC3\xBC\xC3\x9F"
+      "e \xF0\x9F\x98\x80");
   unichar units[16] = {};
   ASSERT_EQ(convertUTF8ToUnicode(utf8.data(), utf8.size(), units, 16), 0);
   EXPECT_EQ(std::u16string(units, 8), u"Gr\u00FC\u00DFe \U0001F600");
@@ -85,8 +87,8 @@ TEST(EncodingConvertersTest, ResultTellsFailedConversionFromMissingConverter) {
             0);
   EXPECT_EQ(written, 4u);
 
-  const std::int32_t missing = convertEncodingToUnicode(tooLong.data(), tooLong.size(), 40961,
-                                                        units, 8, &written);
+  const std::int32_t missing =
+      convertEncodingToUnicode(tooLong.data(), tooLong.size(), 40961, units, 8, &written);
   EXPECT_NE(missing, 0);
   EXPECT_NE(missing, 1);
   EXPECT_EQ(written, 0u);
@@ -107,8 +109,7 @@ TEST(EncodingConvertersTest, FoundationNumbersMapToCoreFoundationNumbers) {
   EXPECT_EQ(cfStringEncodingFromNSStringEncoding(5), kCFStringEncodingISOLatin1);
   EXPECT_EQ(cfStringEncodingFromNSStringEncoding(0x80000A02), kCFStringEncodingKOI8_R);
   EXPECT_EQ(cfStringEncodingFromNSStringEncoding(999), kCFStringEncodingInvalidId);
-  EXPECT_STREQ(icuConverterNameForCFStringEncoding(kCFStringEncodingWindowsLatin2),
-               "windows-1250");
+  EXPECT_STREQ(icuConverterNameForCFStringEncoding(kCFStringEncodingWindowsLatin2), "windows-1250");
   EXPECT_EQ(icuConverterNameForCFStringEncoding(0x1234), nullptr);
 }
 

@@ -84,8 +84,7 @@ std::ptrdiff_t fastCaseInsensitiveCompareUnichars(const unichar* chars1, std::si
 }
 
 std::ptrdiff_t fastCaseInsensitiveCompareUnicharsWithChars(const unichar* chars1,
-                                                           std::size_t length1,
-                                                           const char* chars2,
+                                                           std::size_t length1, const char* chars2,
                                                            std::size_t length2) {
   return compareArrays(chars1, length1, chars2, length2, upperFold());
 }
@@ -95,8 +94,8 @@ std::ptrdiff_t fastCaseInsensitiveCompareChars(const char* chars1, std::size_t l
   return compareArrays(chars1, length1, chars2, length2, upperFold());
 }
 
-const unichar* fastContainsUnichars(const unichar* chars, std::size_t length,
-                                    const unichar* needle, std::size_t needleLength) {
+const unichar* fastContainsUnichars(const unichar* chars, std::size_t length, const unichar* needle,
+                                    std::size_t needleLength) {
   return containsArray(chars, length, needle, needleLength, Exact{}, 1);
 }
 

@@ -48,15 +48,13 @@ namespace orvel {
 // ends exactly at the end of the text (including a needle as long as the text) is not
 // found. Every other containment function tries that last position too.
 [[nodiscard]] const unichar* fastContainsUnichars(const unichar* chars, std::size_t length,
-                                                  const unichar* needle,
-                                                  std::size_t needleLength);
+                                                  const unichar* needle, std::size_t needleLength);
 [[nodiscard]] const unichar* fastCaseInsensitiveContainsUnichars(const unichar* chars,
                                                                  std::size_t length,
                                                                  const unichar* needle,
                                                                  std::size_t needleLength);
 [[nodiscard]] const unichar* fastUnicharsContainChars(const unichar* chars, std::size_t length,
-                                                      const char* needle,
-                                                      std::size_t needleLength);
+                                                      const char* needle, std::size_t needleLength);
 [[nodiscard]] const unichar* fastCaseInsensitiveUnicharsContainChars(const unichar* chars,
                                                                      std::size_t length,
                                                                      const char* needle,
@@ -88,9 +86,9 @@ namespace orvel {
                                                          std::size_t needleLength,
                                                          const unichar* chars, std::size_t length,
                                                          bool caseSensitive) {
-  return caseSensitive ? fastUnicharsContainChars(chars, length, needle, needleLength)
-                       : fastCaseInsensitiveUnicharsContainChars(chars, length, needle,
-                                                                 needleLength);
+  return caseSensitive
+             ? fastUnicharsContainChars(chars, length, needle, needleLength)
+             : fastCaseInsensitiveUnicharsContainChars(chars, length, needle, needleLength);
 }
 
 }  // namespace orvel

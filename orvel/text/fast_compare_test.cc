@@ -1,8 +1,8 @@
 #include "orvel/text/fast_compare.h"
 
-#include <gtest/gtest.h>
-
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace orvel {
 namespace {
@@ -35,9 +35,8 @@ TEST(FastCompareTest, ConversionTableCompare) {
   EXPECT_EQ(fastCompareUnicharsUsingConversionTable(a.data(), a.size(), b.data(), b.size(),
                                                     initLowerUmlautsCharsTable()),
             0);
-  EXPECT_NE(fastCompareUnicharsUsingConversionTable(a.data(), a.size(), b.data(), b.size(),
-                                                    nullptr),
-            0);
+  EXPECT_NE(
+      fastCompareUnicharsUsingConversionTable(a.data(), a.size(), b.data(), b.size(), nullptr), 0);
 }
 
 TEST(FastCompareTest, EightBitCharactersWidenAsSignedChars) {

@@ -56,8 +56,8 @@ bool hasPrefixCharsNoCaseOfCharacterSetRep(const unichar* chars, std::size_t len
 
 bool equalStringsUsingCharacterSetRep(std::u16string_view string1, std::u16string_view string2,
                                       CharacterSetRep set) {
-  return equalCharsOfCharacterSetRep(string1.data(), string1.size(), string2.data(),
-                                     string2.size(), set);
+  return equalCharsOfCharacterSetRep(string1.data(), string1.size(), string2.data(), string2.size(),
+                                     set);
 }
 
 bool equalStringsNoCaseUsingCharacterSetRep(std::u16string_view string1,
@@ -68,8 +68,8 @@ bool equalStringsNoCaseUsingCharacterSetRep(std::u16string_view string1,
 
 bool hasPrefixUsingCharacterSetRep(std::u16string_view string, std::u16string_view prefix,
                                    CharacterSetRep set) {
-  return hasPrefixCharsOfCharacterSetRep(string.data(), string.size(), prefix.data(),
-                                         prefix.size(), set);
+  return hasPrefixCharsOfCharacterSetRep(string.data(), string.size(), prefix.data(), prefix.size(),
+                                         set);
 }
 
 bool hasPrefixNoCaseUsingCharacterSetRep(std::u16string_view string, std::u16string_view prefix,

@@ -1,8 +1,8 @@
 #include "orvel/text/filtered_compare.h"
 
-#include <gtest/gtest.h>
-
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace orvel {
 namespace {

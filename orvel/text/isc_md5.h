@@ -16,9 +16,9 @@ extern "C" {
 #define ISC_MD5_BLOCK_LENGTH 64
 
 typedef struct {
-  uint32_t state[4];   /* A, B, C, D */
-  uint64_t bitCount;   /* message length so far, in bits */
-  uint8_t buffer[64];  /* the incomplete block */
+  uint32_t state[4];  /* A, B, C, D */
+  uint64_t bitCount;  /* message length so far, in bits */
+  uint8_t buffer[64]; /* the incomplete block */
 } isc_md5_t;
 
 void isc_md5_init(isc_md5_t* context);

@@ -17,10 +17,10 @@ extern "C" {
 #define ISC_SHA1_BLOCK_LENGTH 64
 
 typedef struct {
-  uint32_t state[5];   /* H0 .. H4 */
-  uint32_t countLow;   /* message length so far, in bits: low half */
-  uint32_t countHigh;  /* and high half */
-  uint8_t buffer[64];  /* the incomplete block */
+  uint32_t state[5];  /* H0 .. H4 */
+  uint32_t countLow;  /* message length so far, in bits: low half */
+  uint32_t countHigh; /* and high half */
+  uint8_t buffer[64]; /* the incomplete block */
 } isc_sha1_t;
 
 void isc_sha1_init(isc_sha1_t* context);

@@ -34,7 +34,7 @@ TEST(JsonEscapesTest, JavaScriptEscapesOnlyInJavaScriptMode) {
   EXPECT_EQ(stringByConvertingJSONToCharacters(u"\\x41\\v\\O"), u"x41vO");
   EXPECT_EQ(stringByConvertingJavaScriptToCharacters(u"\\x41\\v"), u"A\v");
   EXPECT_EQ(stringByConvertingJavaScriptToCharacters(u"\\O"), std::u16string(1, u'\0'));
-  EXPECT_EQ(stringByConvertingJavaScriptToCharacters(u"\\0"), u"0");  // the digit is itself
+  EXPECT_EQ(stringByConvertingJavaScriptToCharacters(u"\\0"), u"0");   // the digit is itself
   EXPECT_EQ(stringByConvertingJavaScriptToCharacters(u"\\x4"), u"@");  // 0x40
   EXPECT_EQ(stringByConvertingJavaScriptToCharacters(u"\\u0041\\n"), u"A\n");
 }

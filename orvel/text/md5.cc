@@ -18,8 +18,8 @@ inline std::uint32_t rotateLeft(std::uint32_t x, int s) { return (x << s) | (x >
 #define ORVEL_MD5_H(a, b, c, d) (a += (b ^ c ^ d))
 #define ORVEL_MD5_I(a, b, c, d) (a += (c ^ (b | ~d)))
 #define ORVEL_MD5_STEP(f, a, b, c, d, x, t, s) \
-  a += (x) + (t);                               \
-  ORVEL_MD5_##f(a, b, c, d);                    \
+  a += (x) + (t);                              \
+  ORVEL_MD5_##f(a, b, c, d);                   \
   a = rotateLeft(a, s) + b
 
 // One 64-byte block. The constants are floor(abs(sin(i + 1)) * 2^32) for steps i = 0..63.
@@ -153,7 +153,8 @@ void isc_md5_final(isc_md5_t* context, unsigned char* digest) {
     used = 0;
   }
   std::memset(context->buffer + used, 0, 56 - used);
-  for (int i = 0; i < 8; ++i) context->buffer[56 + i] = static_cast<std::uint8_t>(bitCount >> (8 * i));
+  for (int i = 0; i < 8; ++i)
+    context->buffer[56 + i] = static_cast<std::uint8_t>(bitCount >> (8 * i));
   transform(context->state, context->buffer);
   for (int i = 0; i < 4; ++i) storeLittleEndian32(digest + 4 * i, context->state[i]);
   isc_md5_invalidate(context);

@@ -10,7 +10,7 @@ inline std::uint32_t rotateLeft(std::uint32_t x, int s) { return (x << s) | (x >
 #define ORVEL_SHA1_CHOOSE(b, c, d) (d ^ (b & (c ^ d)))
 #define ORVEL_SHA1_PARITY(b, c, d) (b ^ c ^ d)
 #define ORVEL_SHA1_MAJORITY(b, c, d) ((b & c) + (d & (b ^ c)))
-#define ORVEL_SHA1_ROUND(f, a, b, c, d, e, w, k)                  \
+#define ORVEL_SHA1_ROUND(f, a, b, c, d, e, w, k)               \
   e += rotateLeft(a, 5) + ORVEL_SHA1_##f(b, c, d) + (w) + (k); \
   b = rotateLeft(b, 30)
 

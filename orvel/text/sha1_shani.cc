@@ -14,15 +14,14 @@
 namespace orvel::internal {
 
 bool sha1ShaNiSupported() {
-  static const bool supported = __builtin_cpu_supports("sha") &&
-                                __builtin_cpu_supports("sse4.1") &&
+  static const bool supported = __builtin_cpu_supports("sha") && __builtin_cpu_supports("sse4.1") &&
                                 __builtin_cpu_supports("ssse3");
   return supported;
 }
 
 __attribute__((target("sha,sse4.1,ssse3"))) void sha1BlocksShaNi(std::uint32_t state[5],
-                                                                  const std::uint8_t* blocks,
-                                                                  std::size_t count) {
+                                                                 const std::uint8_t* blocks,
+                                                                 std::size_t count) {
   // Reverses the bytes of each word and the order of the words: big-endian message words
   // with the first one in the highest lane.
   const __m128i byteOrder = _mm_set_epi64x(0x0001020304050607LL, 0x08090a0b0c0d0e0fLL);
@@ -34,8 +33,8 @@ __attribute__((target("sha,sse4.1,ssse3"))) void sha1BlocksShaNi(std::uint32_t s
     const __m128i eSaved = e;
     __m128i w[4];
     for (int i = 0; i < 4; ++i) {
-      w[i] = _mm_shuffle_epi8(
-          _mm_loadu_si128(reinterpret_cast<const __m128i*>(blocks + 16 * i)), byteOrder);
+      w[i] = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(blocks + 16 * i)),
+                              byteOrder);
     }
     __m128i roundInput = _mm_add_epi32(e, w[0]);
 #pragma GCC unroll 20
@@ -50,8 +49,7 @@ __attribute__((target("sha,sse4.1,ssse3"))) void sha1BlocksShaNi(std::uint32_t s
       if (group < 16) {
         // W for group + 4, from the words of groups group .. group + 3.
         w[group & 3] = _mm_sha1msg2_epu32(
-            _mm_xor_si128(_mm_sha1msg1_epu32(w[group & 3], w[(group + 1) & 3]),
-                          w[(group + 2) & 3]),
+            _mm_xor_si128(_mm_sha1msg1_epu32(w[group & 3], w[(group + 1) & 3]), w[(group + 2) & 3]),
             w[(group + 3) & 3]);
       }
       roundInput = _mm_sha1nexte_epu32(abcdBefore, group < 19 ? w[(group + 1) & 3] : eSaved);

@@ -1,12 +1,12 @@
 #include "tools/orvel/command_support.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "orvel/base/utf8.h"
 

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "orvel/base/log.h"
+
 #include "tools/orvel/command_support.h"
 #include "tools/orvel/commands.h"
 

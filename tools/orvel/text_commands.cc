@@ -12,6 +12,7 @@
 #include "orvel/text/isc_md5.h"
 #include "orvel/text/isc_sha1.h"
 #include "orvel/text/json_escapes.h"
+
 #include "tools/orvel/command_support.h"
 #include "tools/orvel/commands.h"
 
@@ -90,10 +91,10 @@ void registerCrc32(CLI::App& app, int& status) {
     std::vector<std::string> files;
   };
   auto options = std::make_shared<Options>();
-  CLI::App* command = app.add_subcommand(
-      "crc32", "CRC-32 (register from 0, no final XOR) of each input's bytes");
-  CLI::Option* utf16 = command->add_flag(
-      "--utf16", options->utf16, "Decode the input as UTF-8 and checksum its UTF-16 units");
+  CLI::App* command =
+      app.add_subcommand("crc32", "CRC-32 (register from 0, no final XOR) of each input's bytes");
+  CLI::Option* utf16 = command->add_flag("--utf16", options->utf16,
+                                         "Decode the input as UTF-8 and checksum its UTF-16 units");
   command
       ->add_option("--fold", options->fold,
                    "Fold each unit through a table first: " + CLI::detail::join(kTableNames, "|"))
@@ -201,9 +202,9 @@ void registerTextCommands(CLI::App& app, int& status) {
   registerDigest<isc_md5_t, ISC_MD5_DIGESTLENGTH>(app, status, "md5",
                                                   "MD5 of each input, printed as md5sum does",
                                                   isc_md5_init, isc_md5_update, isc_md5_final);
-  registerDigest<isc_sha1_t, ISC_SHA1_DIGESTLENGTH>(
-      app, status, "sha1", "SHA-1 of each input, printed as sha1sum does", isc_sha1_init,
-      isc_sha1_update, isc_sha1_final);
+  registerDigest<isc_sha1_t, ISC_SHA1_DIGESTLENGTH>(app, status, "sha1",
+                                                    "SHA-1 of each input, printed as sha1sum does",
+                                                    isc_sha1_init, isc_sha1_update, isc_sha1_final);
   registerFold(app);
   registerJson(app);
 }

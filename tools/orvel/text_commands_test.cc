@@ -1,8 +1,8 @@
 // The text commands of the orvel program, run as a user runs them.
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "orvel/testing/run_program.h"
 #include "orvel/testing/temp_dir.h"
@@ -38,7 +38,8 @@ TEST(Crc32CommandTest, ChecksumsBytesOfEachInput) {
 TEST(Crc32CommandTest, Utf16ModeChecksumsDecodedUnitsThroughTheTable) {
   // "A" as one UTF-16 unit is the bytes 00 41.
   expectSuccess(orvel({"crc32", "--utf16"}, "A"), "01db7106  -\n");
-  const ProgramResult folded = orvel({"crc32", "--utf16", "--fold", "upper-umlauts"}, "M\xC3\xBCller");
+  const ProgramResult folded =
+      orvel({"crc32", "--utf16", "--fold", "upper-umlauts"}, "M\xC3\xBCller");
   const ProgramResult plain = orvel({"crc32", "--utf16"}, "MULLER");
   EXPECT_EQ(folded.exitCode, 0);
   EXPECT_EQ(folded.out, plain.out);
@@ -73,7 +74,8 @@ TEST(DigestCommandsTest, NamesWithBackslashOrNewlineAreEscaped) {
   testing::TempDir dir;
   const auto odd = dir.writeFile("a\\b\nc", "abc");
   const std::string escaped = (dir.path() / "a\\\\b\\nc").string();
-  expectSuccess(orvel({"md5", odd.string()}), "\\900150983cd24fb0d6963f7d28e17f72  " + escaped + "\n");
+  expectSuccess(orvel({"md5", odd.string()}),
+                "\\900150983cd24fb0d6963f7d28e17f72  " + escaped + "\n");
 }
 
 TEST(DigestCommandsTest, UnreadableInputIsReportedAndTheRestStillPrinted) {
@@ -87,10 +89,20 @@ TEST(DigestCommandsTest, UnreadableInputIsReportedAndTheRestStillPrinted) {
 }
 
 TEST(FoldCommandTest, MapsEveryUnitThroughTheNamedTable) {
-  const std::string text = "\xC3\x84rger \xC3\xBC" "ber \xC3\x96l, Stra\xC3\x9F" "e";
-  expectSuccess(orvel({"fold", "upper-umlauts"}, text), "ARGER UBER OL, STRA\xC3\x9F" "E");
-  expectSuccess(orvel({"fold", "lower"}, text), "\xC3\xA4rger \xC3\xBC" "ber \xC3\xB6l, stra\xC3\x9F" "e");
-  expectSuccess(orvel({"fold", "umlauts"}, text), "Arger uber Ol, Stra\xC3\x9F" "e");
+  const std::string text =
+      "\xC3\x84rger \xC3\xBC"
+      "ber \xC3\x96l, Stra\xC3\x9F"
+      "e";
+  expectSuccess(orvel({"fold", "upper-umlauts"}, text),
+                "ARGER UBER OL, STRA\xC3\x9F"
+                "E");
+  expectSuccess(orvel({"fold", "lower"}, text),
+                "\xC3\xA4rger \xC3\xBC"
+                "ber \xC3\xB6l, stra\xC3\x9F"
+                "e");
+  expectSuccess(orvel({"fold", "umlauts"}, text),
+                "Arger uber Ol, Stra\xC3\x9F"
+                "e");
   expectSuccess(orvel({"fold", "ascii"}, "\xC3\xA9t\xC3\xA9 \xE4\xB8\xAD"), "ete  ");
 }
 

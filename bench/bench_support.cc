@@ -1,0 +1,85 @@
+#include "bench/bench_support.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <random>
+#include <sstream>
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include "orvel/base/utf8.h"
+
+namespace orvel::bench {
+namespace {
+
+// Prints as the console reporter does, and remembers each benchmark's time per iteration.
+class RecordingReporter : public benchmark::ConsoleReporter {
+ public:
+  RecordingReporter() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_None) {}
+
+  void ReportRuns(const std::vector<Run>& runs) override {
+    for (const Run& run : runs) {
+      if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
+        _seconds[run.run_name.function_name] = run.real_accumulated_time / double(run.iterations);
+      }
+    }
+    ConsoleReporter::ReportRuns(runs);
+  }
+  const std::map<std::string, double>& seconds() const { return _seconds; }
+
+ private:
+  std::map<std::string, double> _seconds;
+};
+
+}  // namespace
+
+int runAndCompare(int argc, char** argv, const std::vector<Comparison>& comparisons) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
+  RecordingReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  benchmark::Shutdown();
+  int failures = 0;
+  for (const Comparison& comparison : comparisons) {
+    const auto ours = reporter.seconds().find(comparison.ours);
+    const auto peer = reporter.seconds().find(comparison.peer);
+    if (ours == reporter.seconds().end() || peer == reporter.seconds().end()) continue;
+    const double ratio = peer->second / ours->second;
+    const bool met = ratio >= comparison.target;
+    failures += !met;
+    std::printf("RATIO %s vs %s: %.2fx (target >= %.2fx) %s\n", comparison.ours.c_str(),
+                comparison.peer.c_str(), ratio, comparison.target, met ? "ok" : "MISSED");
+  }
+  return failures == 0 ? 0 : 1;
+}
+
+std::vector<std::uint8_t> randomBytes(std::size_t size) {
+  std::mt19937_64 generator(20261123);
+  std::vector<std::uint8_t> bytes(size);
+  for (std::size_t i = 0; i + 8 <= size; i += 8) {
+    const std::uint64_t word = generator();
+    for (int k = 0; k < 8; ++k) bytes[i + k] = static_cast<std::uint8_t>(word >> (8 * k));
+  }
+  return bytes;
+}
+
+std::u16string realText(std::size_t units) {
+  std::u16string corpus;
+  for (const auto& entry : std::filesystem::directory_iterator(ORVEL_EXAMPLES_DIR)) {
+    if (entry.path().extension() != ".txt" && entry.path().extension() != ".md") continue;
+    std::ifstream in(entry.path(), std::ios::binary);
+    std::stringstream bytes;
+    bytes << in.rdbuf();
+    if (auto text = utf8ToUtf16(bytes.str())) corpus += *text;
+  }
+  if (corpus.empty()) corpus = u"no example documents found ";
+  std::u16string text;
+  text.reserve(units);
+  while (text.size() < units) text.append(corpus, 0, std::min(corpus.size(), units - text.size()));
+  return text;
+}
+
+}  // namespace orvel::bench
