@@ -34,6 +34,7 @@ std::optional<std::u16string> utf8ToUtf16(std::string_view utf8, std::size_t* in
     std::size_t take = std::min(kPiece, utf8.size() - done);
     if (done + take < utf8.size()) {
       while (take > 0 && U8_IS_TRAIL(static_cast<std::uint8_t>(utf8[done + take]))) --take;
+      if (take == 0) take = kPiece;  // a gigabyte of trail bytes: invalid wherever it is cut
     }
     const std::size_t base = out.size();
     out.resize(base + take);  // UTF-16 never needs more units than UTF-8 has bytes.

@@ -33,9 +33,11 @@ std::uint32_t crcOfUnits(const unichar* units, std::size_t length, ConversionTab
 
 }  // namespace
 
-std::uint32_t CRC32(const void* bytes, std::size_t length) {
-  if (bytes == nullptr) return 0;
-  return internal::crc32Update(0, static_cast<const std::uint8_t*>(bytes), length);
+std::uint32_t CRC32(const void* bytes, std::size_t length) { return updateCRC32(0, bytes, length); }
+
+std::uint32_t updateCRC32(std::uint32_t crc, const void* bytes, std::size_t length) {
+  if (bytes == nullptr) return crc;
+  return internal::crc32Update(crc, static_cast<const std::uint8_t*>(bytes), length);
 }
 
 std::uint32_t CRC32UniChars(const unichar* units, std::size_t length) {
@@ -87,7 +89,7 @@ std::uint32_t crc32ForFileAtPath(const std::filesystem::path& path) {
       crc = 0;
       break;
     }
-    crc = internal::crc32Update(crc, buffer, static_cast<std::size_t>(n));
+    crc = updateCRC32(crc, buffer, static_cast<std::size_t>(n));
   }
   ::close(fd);
   return crc;

@@ -27,6 +27,8 @@ namespace orvel {
 extern const std::array<std::uint32_t, 256> CRC32_TAB;
 
 [[nodiscard]] std::uint32_t CRC32(const void* bytes, std::size_t length);
+// Continues a CRC over more bytes: updateCRC32(CRC32(a, n), b, m) is the CRC of a then b.
+[[nodiscard]] std::uint32_t updateCRC32(std::uint32_t crc, const void* bytes, std::size_t length);
 [[nodiscard]] std::uint32_t CRC32UniChars(const unichar* units, std::size_t length);
 // Each unit folded through table first (null: no folding).
 [[nodiscard]] std::uint32_t CRC32UniCharsUsingConversionTable(const unichar* units,

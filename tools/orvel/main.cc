@@ -28,7 +28,6 @@ int main(int argc, char** argv) {
 
   CLI::App app("orvel: fast, locale-free text tools over the ORVELfoundation library", "orvel");
   app.require_subcommand(1);
-  app.fallthrough(false);
   int status = 0;
   orvel::cli::registerTextCommands(app, status);
 

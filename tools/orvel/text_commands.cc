@@ -8,7 +8,6 @@
 #include "orvel/text/conversion_tables.h"
 #include "orvel/text/crc32.h"
 #include "orvel/text/digest.h"
-#include "orvel/text/internal/crc32_kernels.h"
 #include "orvel/text/isc_md5.h"
 #include "orvel/text/isc_sha1.h"
 #include "orvel/text/json_escapes.h"
@@ -106,7 +105,7 @@ void registerCrc32(CLI::App& app, int& status) {
       printChecksums(options->files, status, [](const std::string& input) {
         std::uint32_t crc = 0;
         readChunks(input, [&](std::span<const std::uint8_t> chunk) {
-          crc = internal::crc32Update(crc, chunk.data(), chunk.size());
+          crc = updateCRC32(crc, chunk.data(), chunk.size());
         });
         return hex32(crc);
       });
