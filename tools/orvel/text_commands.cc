@@ -80,7 +80,11 @@ void printChecksums(const std::vector<std::string>& files, int& status, Fingerpr
 
 void addFilesOption(CLI::App* command, std::vector<std::string>& files) {
   command->add_option("FILE", files, "Inputs; stdin when none is given or for '-'")
-      ->type_name("FILE...");
+      ->type_name("FILE");
+}
+
+void addFileOption(CLI::App* command, std::string& file) {
+  command->add_option("FILE", file, "Input; stdin when absent or '-'")->type_name("FILE");
 }
 
 void registerCrc32(CLI::App& app, int& status) {
@@ -94,9 +98,7 @@ void registerCrc32(CLI::App& app, int& status) {
       app.add_subcommand("crc32", "CRC-32 (register from 0, no final XOR) of each input's bytes");
   CLI::Option* utf16 = command->add_flag("--utf16", options->utf16,
                                          "Decode the input as UTF-8 and checksum its UTF-16 units");
-  command
-      ->add_option("--fold", options->fold,
-                   "Fold each unit through a table first: " + CLI::detail::join(kTableNames, "|"))
+  command->add_option("--fold", options->fold, "Fold each unit through this table first")
       ->check(CLI::IsMember(kTableNames))
       ->needs(utf16);
   addFilesOption(command, options->files);
@@ -153,10 +155,12 @@ void registerFold(CLI::App& app) {
   choices.push_back("ascii");
   CLI::App* command =
       app.add_subcommand("fold", "Map every UTF-16 unit of the input through a folding table");
-  command->add_option("TABLE", options->table, "Table: " + CLI::detail::join(choices, "|"))
+  command
+      ->add_option("TABLE", options->table,
+                   "The folding table; ascii: the accent-free form if ASCII, else a space")
       ->required()
       ->check(CLI::IsMember(choices));
-  command->add_option("FILE", options->file, "Input; stdin when absent or '-'");
+  addFileOption(command, options->file);
   command->callback([options] {
     std::u16string text = readText(options->file);
     if (options->table == "ascii") {
@@ -178,10 +182,12 @@ void registerJson(CLI::App& app) {
   const std::vector<std::string> modes = {"escape", "unescape", "unescape-js"};
   CLI::App* command = app.add_subcommand(
       "json", "Escape the input for a JSON string literal, or resolve JSON/JavaScript escapes");
-  command->add_option("MODE", options->mode, "escape|unescape|unescape-js")
+  command
+      ->add_option("MODE", options->mode,
+                   "escape: for a JSON string; unescape: JSON escapes; unescape-js: JavaScript too")
       ->required()
       ->check(CLI::IsMember(modes));
-  command->add_option("FILE", options->file, "Input; stdin when absent or '-'");
+  addFileOption(command, options->file);
   command->callback([options] {
     const std::u16string text = readText(options->file);
     if (options->mode == "escape") {
