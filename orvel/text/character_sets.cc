@@ -1,72 +1,58 @@
 #include "orvel/text/character_sets.h"
 
-#include <array>
-#include <initializer_list>
-
 #include <unicode/uchar.h>
+
+#include "orvel/text/character_set_builder.h"
 
 namespace orvel {
 namespace {
 
-using Bitmap = std::array<std::uint8_t, kCharacterSetRepSize>;
-
-void addUnit(Bitmap& bitmap, unichar c) {
-  bitmap[c >> 3] |= static_cast<std::uint8_t>(1u << (c & 7));
-}
-
 // Every code unit whose general category is in categoryMask, then the extra units.
-Bitmap buildBitmap(std::uint32_t categoryMask, std::initializer_list<unichar> extras) {
-  Bitmap bitmap{};
-  if (categoryMask != 0) {
-    for (UChar32 c = 0; c <= 0xFFFF; ++c) {
-      if (U_GET_GC_MASK(c) & categoryMask) addUnit(bitmap, static_cast<unichar>(c));
-    }
-  }
-  for (unichar c : extras) addUnit(bitmap, c);
-  return bitmap;
+CharacterSetBitmap buildBitmap(std::uint32_t categoryMask, std::initializer_list<unichar> extras) {
+  return CharacterSetBuilder().addCategories(categoryMask).addUnits(extras).build();
 }
 
 }  // namespace
 
 CharacterSetRep emptyCharacterSetRep() {
-  static const Bitmap bitmap{};
+  static const CharacterSetBitmap bitmap{};
   return bitmap.data();
 }
 
 CharacterSetRep spaceCharacterSetRep() {
-  static const Bitmap bitmap = buildBitmap(U_GC_ZS_MASK, {0x0009, 0x0000});
+  static const CharacterSetBitmap bitmap = buildBitmap(U_GC_ZS_MASK, {0x0009, 0x0000});
   return bitmap.data();
 }
 
 CharacterSetRep whiteCharacterSetRep() {
-  static const Bitmap bitmap =
+  static const CharacterSetBitmap bitmap =
       buildBitmap(U_GC_Z_MASK, {0x0009, 0x000A, 0x000B, 0x000C, 0x000D, 0x0085,  // newlines
                                 0x0000, 0x0003, 0x00A0, 0x2028, 0x2029, 0xFEFF, 0xFFFC});
   return bitmap.data();
 }
 
 CharacterSetRep alphaCharacterSetRep() {
-  static const Bitmap bitmap = buildBitmap(U_GC_L_MASK | U_GC_M_MASK, {});
+  static const CharacterSetBitmap bitmap = buildBitmap(U_GC_L_MASK | U_GC_M_MASK, {});
   return bitmap.data();
 }
 
 CharacterSetRep alphaNumCharacterSetRep() {
-  static const Bitmap bitmap = buildBitmap(U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK, {});
+  static const CharacterSetBitmap bitmap = buildBitmap(U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK, {});
   return bitmap.data();
 }
 
 CharacterSetRep digitCharacterSetRep() {
-  static const Bitmap bitmap = buildBitmap(U_GC_ND_MASK, {});
+  static const CharacterSetBitmap bitmap = buildBitmap(U_GC_ND_MASK, {});
   return bitmap.data();
 }
 
 CharacterSetRep lowerCharacterSetRep() {
-  static const Bitmap bitmap = buildBitmap(U_GC_LL_MASK, {});
+  static const CharacterSetBitmap bitmap = buildBitmap(U_GC_LL_MASK, {});
   return bitmap.data();
 }
 
 CharacterSetRep upperCharacterSetRep() {
-  static const Bitmap bitmap = buildBitmap(U_GC_LU_MASK | U_GC_LT_MASK, {});
+  static const CharacterSetBitmap bitmap = buildBitmap(U_GC_LU_MASK | U_GC_LT_MASK, {});
   return bitmap.data();
 }
 

@@ -1,0 +1,37 @@
+#include "orvel/text/character_set_builder.h"
+
+#include <unicode/uchar.h>
+
+#include <algorithm>
+
+namespace orvel {
+
+CharacterSetBuilder::CharacterSetBuilder(CharacterSetRep copyOf) {
+  std::copy(copyOf, copyOf + kCharacterSetRepSize, _bitmap.begin());
+}
+
+CharacterSetBuilder& CharacterSetBuilder::addCategories(std::uint32_t categoryMask, unichar last) {
+  for (UChar32 c = 0; c <= last; ++c) {
+    if (U_GET_GC_MASK(c) & categoryMask) addSpan(static_cast<unichar>(c), static_cast<unichar>(c));
+  }
+  return *this;
+}
+
+CharacterSetBuilder& CharacterSetBuilder::addUnits(std::initializer_list<unichar> units) {
+  for (unichar c : units) addSpan(c, c);
+  return *this;
+}
+
+CharacterSetBuilder& CharacterSetBuilder::addSpan(unichar first, unichar last) {
+  for (std::uint32_t c = first; c <= last; ++c) {
+    _bitmap[c >> 3] |= static_cast<std::uint8_t>(1u << (c & 7));
+  }
+  return *this;
+}
+
+CharacterSetBuilder& CharacterSetBuilder::removeUnits(std::initializer_list<unichar> units) {
+  for (unichar c : units) _bitmap[c >> 3] &= static_cast<std::uint8_t>(~(1u << (c & 7)));
+  return *this;
+}
+
+}  // namespace orvel
