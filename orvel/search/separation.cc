@@ -165,8 +165,7 @@ std::size_t numberOfComponentsUsingSeparators(std::u16string_view string,
 std::size_t numberOfComponentsInRange(std::u16string_view string, Range range,
                                       CharacterSetRep separators) {
   const Range inside = clampToText(range, string.size());
-  return numberOfComponentsOfCharacters(string.data() + inside.location, inside.length,
-                                        separators);
+  return numberOfComponentsOfCharacters(string.data() + inside.location, inside.length, separators);
 }
 
 std::size_t numberOfWordsUsingSeparators(std::u16string_view string, CharacterSetRep separators,
@@ -186,8 +185,7 @@ std::size_t numberOfWordsInRange(std::u16string_view string, Range range,
                            minLen, false, nullptr);
 }
 
-ParagraphsAndWords numberOfParagraphs(std::u16string_view string, Range range,
-                                      std::size_t minLen) {
+ParagraphsAndWords numberOfParagraphs(std::u16string_view string, Range range, std::size_t minLen) {
   const Range inside = clampToText(range, string.size());
   if (inside.length == 0) return {};
   const unichar* start = string.data() + inside.location;

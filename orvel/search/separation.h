@@ -39,12 +39,9 @@ std::size_t componentsOfCharacters(const unichar* chars, std::size_t length,
 // The words as strings. `hyphenated`, when given, is set to whether at least two words
 // came back and either every separator met was "-", or every separator met was "." and
 // every word is a single letter («e-mail», «U.S.A»).
-[[nodiscard]] std::vector<std::u16string> wordsUsingSeparators(std::u16string_view string,
-                                                               CharacterSetRep separators,
-                                                               bool withSeparators,
-                                                               std::size_t minLen,
-                                                               bool wildcard = false,
-                                                               bool* hyphenated = nullptr);
+[[nodiscard]] std::vector<std::u16string> wordsUsingSeparators(
+    std::u16string_view string, CharacterSetRep separators, bool withSeparators, std::size_t minLen,
+    bool wildcard = false, bool* hyphenated = nullptr);
 [[nodiscard]] std::vector<std::u16string> wordsUsingSeparators(std::u16string_view string,
                                                                CharacterSetRep separators);
 [[nodiscard]] std::vector<std::u16string> wordsUsingDefaultSeparation(std::u16string_view string,

@@ -1,10 +1,10 @@
 #include "orvel/search/separation.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "orvel/search/wildcard.h"
 
@@ -31,16 +31,25 @@ TEST(SeparatorsTest, WordSeparatorsAtTheirDeliberateEdges) {
     const char* what;
   };
   const Case cases[] = {
-      {u'a', false, "letter"},          {u'7', false, "digit"},
-      {0x0301, false, "combining mark"}, {0x00E9, false, "accented letter"},
-      {u'\'', true, "apostrophe"},      {0x2019, true, "typographic apostrophe"},
-      {u'-', true, "hyphen"},           {u'_', true, "underscore"},
-      {0x00A9, true, "copyright sign"}, {0x20AC, true, "euro sign (a symbol)"},
+      {u'a', false, "letter"},
+      {u'7', false, "digit"},
+      {0x0301, false, "combining mark"},
+      {0x00E9, false, "accented letter"},
+      {u'\'', true, "apostrophe"},
+      {0x2019, true, "typographic apostrophe"},
+      {u'-', true, "hyphen"},
+      {u'_', true, "underscore"},
+      {0x00A9, true, "copyright sign"},
+      {0x20AC, true, "euro sign (a symbol)"},
       {0x200B, true, "zero-width space (format)"},
-      {0x0378, true, "unassigned"},     {0xD800, true, "lead surrogate"},
-      {0xDFFE, true, "trail surrogate"}, {0xDFFF, false, "last surrogate, deliberately left"},
-      {0xE000, false, "private use below F400"}, {0xF400, true, "private use from F400"},
-      {0xF8FE, true, "private use up to F8FE"}, {0xF8FF, false, "U+F8FF, deliberately left"},
+      {0x0378, true, "unassigned"},
+      {0xD800, true, "lead surrogate"},
+      {0xDFFE, true, "trail surrogate"},
+      {0xDFFF, false, "last surrogate, deliberately left"},
+      {0xE000, false, "private use below F400"},
+      {0xF400, true, "private use from F400"},
+      {0xF8FE, true, "private use up to F8FE"},
+      {0xF8FF, false, "U+F8FF, deliberately left"},
       {0xFFFF, false, "U+FFFF, never examined"},
   };
   for (const Case& c : cases) {
@@ -102,7 +111,7 @@ TEST(SeparationTest, HyphenatedFlag) {
     bool hyphenated;
   };
   const Case cases[] = {
-      {u"e-mail", true}, {u"U.S.A", true},  {u"U.S.A.", true}, {u"well-to-do", true},
+      {u"e-mail", true}, {u"U.S.A", true},     {u"U.S.A.", true}, {u"well-to-do", true},
       {u"email", false}, {u"e-mail x", false}, {u"ab.cd", false}, {u"a.b-c", false},
       {u"", false},      {u"-a-", false},
   };
@@ -132,7 +141,7 @@ TEST(SeparationTest, CountsInRanges) {
   EXPECT_EQ(all.words, 6u);
   EXPECT_EQ(all.paragraphs, 3u);
   const auto tail = numberOfParagraphs(text, Range{8, 1000}, 4);  // cut at the text end
-  EXPECT_EQ(tail.words, 3u);  // three, four, five
+  EXPECT_EQ(tail.words, 3u);                                      // three, four, five
   EXPECT_EQ(tail.paragraphs, 2u);
   const auto beyond = numberOfParagraphs(text, Range{text.size(), 5}, 1);
   EXPECT_EQ(beyond.words, 0u);

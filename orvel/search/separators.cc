@@ -35,8 +35,8 @@ CharacterSetRep defaultWordSeparators() {
 CharacterSetRep defaultComponentSeparators() {
   static const CharacterSetBitmap bitmap =
       CharacterSetBuilder()
-          .addUnits({0x002E, 0x002C, 0x003A, 0x003B, 0x0021, 0x003F, 0x000A, 0x000D, 0x000C,
-                     0xFFFC, 0xFEFF, 0x2029, 0x2028, 0x0003})
+          .addUnits({0x002E, 0x002C, 0x003A, 0x003B, 0x0021, 0x003F, 0x000A, 0x000D, 0x000C, 0xFFFC,
+                     0xFEFF, 0x2029, 0x2028, 0x0003})
           .build();
   return bitmap.data();
 }
@@ -49,7 +49,9 @@ CharacterSetRep defaultSentenceSeparators() {
 
 CharacterSetRep defaultLineSeparators() {
   static const CharacterSetBitmap bitmap =
-      CharacterSetBuilder().addUnits({0x000D, 0x000A, 0x000C, 0x2029, 0x2028, 0x0003, 0xFFFC}).build();
+      CharacterSetBuilder()
+          .addUnits({0x000D, 0x000A, 0x000C, 0x2029, 0x2028, 0x0003, 0xFFFC})
+          .build();
   return bitmap.data();
 }
 

@@ -44,18 +44,18 @@ void prepareWildcardUsingUnicharTable(unichar* pattern, unichar* patternEnd, Con
 // found range is the fixed text between a leading and a trailing "*", which a search
 // looks for directly.
 enum WildcardType : int {
-  kWildcardLiteral = 0,        // literals only; found range (0, length)
-  kWildcardSingles = 1,        // "?" and literals; (0, length)
-  kWildcardPrefix = 2,         // literals, then one final "*"; (0, literals)
-  kWildcardSuffix = 3,         // one leading "*", then literals; (1, literals)
-  kWildcardInfix = 4,          // "*", literals, "*"; (1, literals)
-  kWildcardSimple = 5,         // any other mix of "*", "?" and literals; (0, length)
-  kWildcardSetsComplex = 6,    // sets with several "*", or one inside; (0, length)
-  kWildcardSetsPrefix = 7,     // sets and literals, one final "*"; (0, length - 1)
-  kWildcardSetsSuffix = 8,     // one leading "*", sets and literals; (1, length - 1)
-  kWildcardSets = 9,           // sets and literals, maybe "?", no "*"; (0, length)
-  kWildcardUnusable = 10,      // no literal, too few literals beside a "*", a stray "]",
-                               // a "[" inside a set, or an unterminated set
+  kWildcardLiteral = 0,      // literals only; found range (0, length)
+  kWildcardSingles = 1,      // "?" and literals; (0, length)
+  kWildcardPrefix = 2,       // literals, then one final "*"; (0, literals)
+  kWildcardSuffix = 3,       // one leading "*", then literals; (1, literals)
+  kWildcardInfix = 4,        // "*", literals, "*"; (1, literals)
+  kWildcardSimple = 5,       // any other mix of "*", "?" and literals; (0, length)
+  kWildcardSetsComplex = 6,  // sets with several "*", or one inside; (0, length)
+  kWildcardSetsPrefix = 7,   // sets and literals, one final "*"; (0, length - 1)
+  kWildcardSetsSuffix = 8,   // one leading "*", sets and literals; (1, length - 1)
+  kWildcardSets = 9,         // sets and literals, maybe "?", no "*"; (0, length)
+  kWildcardUnusable = 10,    // no literal, too few literals beside a "*", a stray "]",
+                             // a "[" inside a set, or an unterminated set
 };
 
 // Rewrites the pattern in place (it never grows): runs of "*" become one, "|" inside sets

@@ -37,10 +37,8 @@ class CompiledWildcard {
     if (length < _minLength || length > _maxLength) return false;
     const unichar* fixed = begin() + _found.location;
     switch (_type) {
-      case kWildcardPrefix:
-        return equalFolded(word, fixed, _found.length);
-      case kWildcardSuffix:
-        return equalFolded(word + length - _found.length, fixed, _found.length);
+      case kWildcardPrefix: return equalFolded(word, fixed, _found.length);
+      case kWildcardSuffix: return equalFolded(word + length - _found.length, fixed, _found.length);
       case kWildcardInfix:
         for (std::size_t start = 0; start + _found.length <= length; ++start) {
           if (equalFolded(word + start, fixed, _found.length)) return true;
@@ -106,7 +104,9 @@ Range findWord(const unichar* text, std::size_t textLength, Range range,
   const std::size_t low = range.location;
   const std::size_t high = std::min(range.end(), textLength);
   auto isSeparator = [&](std::size_t i) { return isMemberOfCharacterSetRep(separators, text[i]); };
-  auto cutAtLow = [&](std::size_t start) { return start == low && low > 0 && !isSeparator(low - 1); };
+  auto cutAtLow = [&](std::size_t start) {
+    return start == low && low > 0 && !isSeparator(low - 1);
+  };
   auto cutAtHigh = [&](std::size_t end) {
     return end == high && high < textLength && !isSeparator(high);
   };

@@ -1,8 +1,8 @@
 #include "orvel/text/character_set_builder.h"
 
-#include <unicode/uchar.h>
-
 #include <algorithm>
+
+#include <unicode/uchar.h>
 
 namespace orvel {
 
