@@ -121,6 +121,9 @@ void prepareWildcardUsingUnicharTable(unichar* pattern, unichar* patternEnd,
 int optimizeWildcard(unichar* pattern, unichar* patternEnd, Range* outRange,
                      std::size_t minLiterals, std::size_t* outLength) {
   std::size_t stars = 0, questionMarks = 0, literals = 0, sets = 0;
+  // A pattern found unusable midway reports an empty range and length.
+  *outRange = Range{0, 0};
+  if (outLength != nullptr) *outLength = 0;
   unichar* out = pattern;
   unichar previous = 0;  // the unit read last (after a set: "]")
   for (const unichar* in = pattern; in < patternEnd; ++in) {

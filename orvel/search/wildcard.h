@@ -62,6 +62,8 @@ enum WildcardType : int {
 // is dropped, sets without members are removed. Stores the found range, and the new
 // length when outLength is given, and returns the type. Literals count ordinary units
 // plus one per kept set; below minLiterals while a "*" is present the pattern is unusable.
+// A pattern found unusable before its end (a stray "]", a bad set) reports the range and
+// length (0, 0); the buffer is then partly rewritten.
 int optimizeWildcard(unichar* pattern, unichar* patternEnd, Range* outRange,
                      std::size_t minLiterals, std::size_t* outLength = nullptr);
 

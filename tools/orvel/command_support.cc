@@ -68,15 +68,25 @@ std::string readAll(const std::string& input) {
   return bytes;
 }
 
-std::u16string readText(const std::string& input) {
-  const std::string bytes = readAll(input);
+std::u16string decodeText(std::string_view bytes, const std::string& name) {
   std::size_t invalidOffset = 0;
   auto text = utf8ToUtf16(bytes, &invalidOffset);
-  if (!text) {
-    throw CommandError(displayName(input),
-                       "invalid UTF-8 at byte offset " + std::to_string(invalidOffset));
-  }
+  if (!text)
+    throw CommandError(name, "invalid UTF-8 at byte offset " + std::to_string(invalidOffset));
   return std::move(*text);
+}
+
+std::u16string readText(const std::string& input) {
+  return decodeText(readAll(input), displayName(input));
+}
+
+void addFilesOption(CLI::App* command, std::vector<std::string>& files) {
+  command->add_option("FILE", files, "Inputs; stdin when none is given or for '-'")
+      ->type_name("FILE");
+}
+
+void addFileOption(CLI::App* command, std::string& file) {
+  command->add_option("FILE", file, "Input; stdin when absent or '-'")->type_name("FILE");
 }
 
 void reportError(const std::string& name, const std::string& message) {

@@ -11,6 +11,9 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include <CLI/CLI.hpp>
 
 namespace orvel::cli {
 
@@ -36,8 +39,16 @@ void readChunks(const std::string& input,
 // The whole input.
 [[nodiscard]] std::string readAll(const std::string& input);
 
-// The input decoded from UTF-8; throws CommandError naming the offset of the first bad byte.
+// Bytes decoded from UTF-8; throws CommandError(name, ...) naming the offset of the first
+// bad byte.
+[[nodiscard]] std::u16string decodeText(std::string_view bytes, const std::string& name);
+
+// The input decoded from UTF-8, as decodeText.
 [[nodiscard]] std::u16string readText(const std::string& input);
+
+// The positional inputs of a command: FILE... (stdin when none), or one FILE.
+void addFilesOption(CLI::App* command, std::vector<std::string>& files);
+void addFileOption(CLI::App* command, std::string& file);
 
 // Prints a failure line to stderr.
 void reportError(const std::string& name, const std::string& message);

@@ -9,4 +9,7 @@ namespace orvel::cli {
 // crc32, md5, sha1, fold, json.
 void registerTextCommands(CLI::App& app, int& status);
 
+// query, wildcard, similarity, words, components, count, ellipsize.
+void registerSearchCommands(CLI::App& app);
+
 }  // namespace orvel::cli

@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   int status = 0;
   orvel::cli::registerTextCommands(app, status);
+  orvel::cli::registerSearchCommands(app);
 
   try {
     app.parse(argc, argv);

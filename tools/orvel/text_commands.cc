@@ -78,15 +78,6 @@ void printChecksums(const std::vector<std::string>& files, int& status, Fingerpr
   }
 }
 
-void addFilesOption(CLI::App* command, std::vector<std::string>& files) {
-  command->add_option("FILE", files, "Inputs; stdin when none is given or for '-'")
-      ->type_name("FILE");
-}
-
-void addFileOption(CLI::App* command, std::string& file) {
-  command->add_option("FILE", file, "Input; stdin when absent or '-'")->type_name("FILE");
-}
-
 void registerCrc32(CLI::App& app, int& status) {
   struct Options {
     bool utf16 = false;
