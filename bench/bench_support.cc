@@ -36,13 +36,23 @@ class RecordingReporter : public benchmark::ConsoleReporter {
 
 }  // namespace
 
-int runAndCompare(int argc, char** argv, const std::vector<Comparison>& comparisons) {
+int runAndCompare(int argc, char** argv, const std::vector<Comparison>& comparisons,
+                  const std::vector<Throughput>& throughputs) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 2;
   RecordingReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   int failures = 0;
+  for (const Throughput& throughput : throughputs) {
+    const auto seconds = reporter.seconds().find(throughput.benchmark);
+    if (seconds == reporter.seconds().end()) continue;
+    const double rate = throughput.itemsPerIteration / seconds->second;
+    const bool met = rate >= throughput.target;
+    failures += !met;
+    std::printf("RATE %s: %.3g %s/s (target >= %.3g) %s\n", throughput.benchmark.c_str(), rate,
+                throughput.unit.c_str(), throughput.target, met ? "ok" : "MISSED");
+  }
   for (const Comparison& comparison : comparisons) {
     const auto ours = reporter.seconds().find(comparison.ours);
     const auto peer = reporter.seconds().find(comparison.peer);
@@ -68,12 +78,17 @@ std::vector<std::uint8_t> randomBytes(std::size_t size) {
 
 std::u16string realText(std::size_t units) {
   std::u16string corpus;
-  for (const auto& entry : std::filesystem::directory_iterator(ORVEL_EXAMPLES_DIR)) {
-    if (entry.path().extension() != ".txt" && entry.path().extension() != ".md") continue;
-    std::ifstream in(entry.path(), std::ios::binary);
-    std::stringstream bytes;
-    bytes << in.rdbuf();
-    if (auto text = utf8ToUtf16(bytes.str())) corpus += *text;
+  for (const char* folder : {ORVEL_EXAMPLES_DIR, ORVEL_SHARED_TESTDATA "/lang/udhr",
+                             ORVEL_SHARED_TESTDATA "/html/article-extraction-benchmark"}) {
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
+      const auto extension = entry.path().extension();
+      if (extension != ".txt" && extension != ".md" && extension != ".html") continue;
+      std::ifstream in(entry.path(), std::ios::binary);
+      std::stringstream bytes;
+      bytes << in.rdbuf();
+      if (auto text = utf8ToUtf16(bytes.str())) corpus += *text;
+    }
   }
   if (corpus.empty()) corpus = u"no example documents found ";
   std::u16string text;

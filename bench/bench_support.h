@@ -15,16 +15,28 @@ struct Comparison {
   double target;  // the least acceptable ratio
 };
 
-// Runs the registered benchmarks, then prints one line per comparison:
+// One line of the summary: a benchmark's rate in items per second.
+struct Throughput {
+  std::string benchmark;
+  double itemsPerIteration;
+  std::string unit;  // what an item is, e.g. "code units"
+  double target;     // the least acceptable rate, 0 for none
+};
+
+// Runs the registered benchmarks, then prints one line per comparison and per throughput:
 //   "RATIO ours vs peer: 1.23x (target >= 1.00x) ok"
+//   "RATE name: 1.52e+09 code units/s (target >= 1.00e+09) ok"
 // The ratio is the peer's time divided by ours on the same input: above 1 we are faster.
-int runAndCompare(int argc, char** argv, const std::vector<Comparison>& comparisons);
+// Answers 1 when a target was missed.
+int runAndCompare(int argc, char** argv, const std::vector<Comparison>& comparisons,
+                  const std::vector<Throughput>& throughputs = {});
 
 // Deterministic pseudo-random bytes.
 [[nodiscard]] std::vector<std::uint8_t> randomBytes(std::size_t size);
 
-// Real text of several languages (the documents in examples/), repeated to `units`
-// UTF-16 code units.
+// Real text of several languages (the documents in examples/ and, when the shared test
+// files are beside the project, the declarations of human rights in 20 languages and the
+// web pages there), repeated to `units` UTF-16 code units.
 [[nodiscard]] std::u16string realText(std::size_t units);
 
 inline constexpr std::size_t k64MiB = std::size_t{64} << 20;
