@@ -1,6 +1,10 @@
 #include "orvel/search/separation.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
+
+#include "orvel/search/internal/separator_masks.h"
 
 namespace orvel {
 namespace {
@@ -31,6 +35,30 @@ void splitWords(const unichar* chars, std::size_t length, CharacterSetRep separa
     }
     if (i - start >= minLen) onWord(start, i);
   }
+}
+
+// Calls onRun(start, end, isSeparatorRun) for each maximal run of separators or of word
+// units, in order, classifying 64 units at a time: the runs' edges are the changes
+// between neighbouring bits of the membership masks.
+template <typename OnRun>
+void splitRuns(const unichar* chars, std::size_t length, CharacterSetRep separators, OnRun onRun) {
+  const internal::SeparatorMasks masks(separators);
+  std::size_t runStart = 0;
+  bool inSeparators = true;  // before the text, as if after a separator
+  for (std::size_t base = 0; base < length; base += 64) {
+    const std::size_t count = std::min<std::size_t>(64, length - base);
+    const std::uint64_t mask = masks.classify(chars + base, count);
+    std::uint64_t changes = mask ^ ((mask << 1) | (inSeparators ? 1 : 0));
+    if (count < 64) changes &= (std::uint64_t{1} << count) - 1;
+    while (changes != 0) {
+      const std::size_t position = base + static_cast<std::size_t>(std::countr_zero(changes));
+      changes &= changes - 1;
+      if (position > runStart) onRun(runStart, position, inSeparators);
+      runStart = position;
+      inSeparators = !inSeparators;
+    }
+  }
+  if (length > runStart) onRun(runStart, length, inSeparators);
 }
 
 // The one component loop: calls onComponent(start, end, separatorsStart) per component.
@@ -69,12 +97,25 @@ std::size_t wordsOfCharacters(const unichar* chars, std::size_t length, Characte
     if (ranges != nullptr) ranges[count] = Range{start, (end - start) | flag};
     ++count;
   };
-  splitWords(
-      chars, length, separators, minLen, wildcard,
-      [&](std::size_t start, std::size_t end) { emit(start, end, 0); },
-      [&](std::size_t start, std::size_t end) {
-        if (withSeparators) emit(start, end, kSeparatorRunFlag);
-      });
+  if (wildcard) {
+    splitWords(
+        chars, length, separators, minLen, wildcard,
+        [&](std::size_t start, std::size_t end) { emit(start, end, 0); },
+        [&](std::size_t start, std::size_t end) {
+          if (withSeparators) emit(start, end, kSeparatorRunFlag);
+        });
+    return count;
+  }
+  // Without bracket expressions the words are exactly the runs of non-separators.
+  if (minLen == 0) minLen = 1;
+  splitRuns(chars, length, separators != nullptr ? separators : defaultWordSeparators(),
+            [&](std::size_t start, std::size_t end, bool isSeparatorRun) {
+              if (isSeparatorRun) {
+                if (withSeparators) emit(start, end, kSeparatorRunFlag);
+              } else if (end - start >= minLen) {
+                emit(start, end, 0);
+              }
+            });
   return count;
 }
 
