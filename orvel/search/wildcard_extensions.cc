@@ -1,39 +1,34 @@
 #include "orvel/search/wildcard_extensions.h"
 
 #include "orvel/search/separation.h"
+#include "orvel/search/wildcard_matcher.h"
 
 namespace orvel {
 namespace {
 
-using Matcher = bool (*)(const unichar*, const unichar*, const unichar*, const unichar*,
-                         ConversionTable);
-
-bool isLike(std::u16string_view text, std::u16string_view pattern, Matcher matcher,
+bool isLike(std::u16string_view text, std::u16string_view pattern, bool unix,
             ConversionTable table) {
   if (text.empty() || pattern.empty()) return false;
   if (pattern == u"*") return true;
-  std::u16string folded(pattern);
-  prepareWildcardUsingUnicharTable(folded.data(), folded.data() + folded.size(), table);
-  return matcher(text.data(), text.data() + text.size(), folded.data(),
-                 folded.data() + folded.size(), table);
+  return WildcardMatcher(pattern, unix, table).matches(text);
 }
 
 }  // namespace
 
 bool isLikeWildcard(std::u16string_view text, std::u16string_view pattern) {
-  return isLike(text, pattern, stringMatchesWildcardUsingUnicharTable, nullptr);
+  return isLike(text, pattern, false, nullptr);
 }
 
 bool isCaseInsensitiveLikeWildcard(std::u16string_view text, std::u16string_view pattern) {
-  return isLike(text, pattern, stringMatchesWildcardUsingUnicharTable, initUpperCharsTable());
+  return isLike(text, pattern, false, initUpperCharsTable());
 }
 
 bool isLikeUnixWildcard(std::u16string_view text, std::u16string_view pattern) {
-  return isLike(text, pattern, stringMatchesUnixWildcardUsingUnicharTable, nullptr);
+  return isLike(text, pattern, true, nullptr);
 }
 
 bool isCaseInsensitiveLikeUnixWildcard(std::u16string_view text, std::u16string_view pattern) {
-  return isLike(text, pattern, stringMatchesUnixWildcardUsingUnicharTable, initUpperCharsTable());
+  return isLike(text, pattern, true, initUpperCharsTable());
 }
 
 int wildcardType(std::u16string_view pattern) {
