@@ -1,14 +1,15 @@
 // Parsing a realistic 20-term query (phrases, groups, negation, proximity) from UTF-8,
 // against Xapian's QueryParser on the same text (Xapian is linked here only, as the peer).
 // Target: 10 times Xapian.
+#include <string>
+
 #include <benchmark/benchmark.h>
 #include <xapian.h>
 
-#include <string>
-
-#include "bench/bench_support.h"
 #include "orvel/base/utf8.h"
 #include "orvel/search/query_terms.h"
+
+#include "bench/bench_support.h"
 
 namespace {
 
@@ -43,8 +44,7 @@ BENCHMARK(BM_xapian_QueryParser);
 int main(int argc, char** argv) {
   const orvel::QueryTerms tree(*orvel::utf8ToUtf16(kQuery));
   std::printf("positive terms: %zu\n", tree.plusParts().size());
-  return orvel::bench::runAndCompare(argc, argv,
-                                     {{"BM_orvel_QueryTerms", "BM_xapian_QueryParser", 10.0}},
-                                     {{"BM_orvel_QueryTerms", 1, "queries", 0},
-                                      {"BM_xapian_QueryParser", 1, "queries", 0}});
+  return orvel::bench::runAndCompare(
+      argc, argv, {{"BM_orvel_QueryTerms", "BM_xapian_QueryParser", 10.0}},
+      {{"BM_orvel_QueryTerms", 1, "queries", 0}, {"BM_xapian_QueryParser", 1, "queries", 0}});
 }

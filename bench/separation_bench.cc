@@ -1,13 +1,14 @@
 // Word splitting in ranges mode with the default separators over 64 MiB of real text,
 // against ICU's word BreakIterator over the same text (keeping the word segments, as a
 // caller would). Targets: 1 G code units per second, and 20 times ICU.
+#include <vector>
+
 #include <benchmark/benchmark.h>
 #include <unicode/ubrk.h>
 
-#include <vector>
+#include "orvel/search/separation.h"
 
 #include "bench/bench_support.h"
-#include "orvel/search/separation.h"
 
 namespace {
 
@@ -42,10 +43,11 @@ void BM_icu_BreakIterator(benchmark::State& state) {
     }
     words = 0;
     int32_t start = ubrk_first(iterator);
-    for (int32_t end = ubrk_next(iterator); end != UBRK_DONE; start = end, end = ubrk_next(iterator)) {
+    for (int32_t end = ubrk_next(iterator); end != UBRK_DONE;
+         start = end, end = ubrk_next(iterator)) {
       if (ubrk_getRuleStatus(iterator) != UBRK_WORD_NONE) {
-        ranges[words++] = orvel::Range{static_cast<std::size_t>(start),
-                                       static_cast<std::size_t>(end - start)};
+        ranges[words++] =
+            orvel::Range{static_cast<std::size_t>(start), static_cast<std::size_t>(end - start)};
       }
     }
     ubrk_close(iterator);
@@ -59,8 +61,8 @@ BENCHMARK(BM_icu_BreakIterator)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 int main(int argc, char** argv) {
   const double units = static_cast<double>(text().size());
-  return orvel::bench::runAndCompare(
-      argc, argv, {{"BM_orvel_wordsOfCharacters", "BM_icu_BreakIterator", 20.0}},
-      {{"BM_orvel_wordsOfCharacters", units, "code units", 1e9},
-       {"BM_icu_BreakIterator", units, "code units", 0}});
+  return orvel::bench::runAndCompare(argc, argv,
+                                     {{"BM_orvel_wordsOfCharacters", "BM_icu_BreakIterator", 20.0}},
+                                     {{"BM_orvel_wordsOfCharacters", units, "code units", 1e9},
+                                      {"BM_icu_BreakIterator", units, "code units", 0}});
 }

@@ -1,16 +1,17 @@
 // Case-insensitive matching of one million real words against prefix, suffix, infix, "?"
 // and bracket-set patterns (each compiled once into a WildcardMatcher), against fnmatch(3)
 // with FNM_CASEFOLD on the same words (as UTF-8, in the C locale). Target: 3 times fnmatch.
-#include <benchmark/benchmark.h>
-#include <fnmatch.h>
-
 #include <string>
 #include <vector>
 
-#include "bench/bench_support.h"
+#include <benchmark/benchmark.h>
+#include <fnmatch.h>
+
 #include "orvel/base/utf8.h"
 #include "orvel/search/separation.h"
 #include "orvel/search/wildcard_matcher.h"
+
+#include "bench/bench_support.h"
 
 namespace {
 

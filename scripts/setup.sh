@@ -8,7 +8,7 @@ packages=(
   libicu-dev zlib1g-dev                          # the library's dependencies
   libcli11-dev                                   # the orvel program's command line
   libgtest-dev libgmock-dev                      # tests
-  libbenchmark-dev libssl-dev                    # benchmarks (OpenSSL is a peer, never linked by the library)
+  libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL and Xapian are peers, never linked by the library)
 )
 
 missing=()

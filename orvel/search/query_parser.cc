@@ -22,12 +22,35 @@ class QueryTerms::Parser {
 
   void parse() {
     std::size_t i = 0;
-    while (i < _query.size()) i = step(i);
+    while (i < _query.size()) {
+      // Most units are plain word units: pass over them without the full dispatch.
+      while (i < _query.size() && isPlainUnit(_query[i])) ++i;
+      if (i < _query.size()) i = step(i);
+    }
     flush(_query.size());
   }
 
  private:
   static bool isQuote(unichar c) { return c == 0x0022 || (c >= 0x201C && c <= 0x201F); }
+
+  // A unit that only ever belongs to the current part ("+" and "-" do not qualify: they
+  // mean something at the start of a part).
+  bool isPlainUnit(unichar c) const {
+    switch (c) {
+      case u'!':
+      case u'+':
+      case u'-':
+      case u'&':
+      case u'|':
+      case u'^':
+      case u'~':
+      case u'(':
+      case u')':
+      case u'[':
+      case u']': return false;
+      default: return !isQuote(c) && !isMemberOfCharacterSetRep(_white, c);
+    }
+  }
 
   // Handles the unit at i; answers where the scan goes on.
   std::size_t step(std::size_t i) {
@@ -77,7 +100,7 @@ class QueryTerms::Parser {
           flush(i);
           return readPhrase(i);
         }
-        if (isMemberOfCharacterSetRep(whiteCharacterSetRep(), c)) flush(i);
+        if (isMemberOfCharacterSetRep(_white, c)) flush(i);
         return i + 1;
     }
   }
@@ -95,10 +118,9 @@ class QueryTerms::Parser {
     _start = i + 1;
   }
 
-  static std::u16string_view trim(std::u16string_view text) {
-    CharacterSetRep white = whiteCharacterSetRep();
-    while (!text.empty() && isMemberOfCharacterSetRep(white, text.front())) text.remove_prefix(1);
-    while (!text.empty() && isMemberOfCharacterSetRep(white, text.back())) text.remove_suffix(1);
+  std::u16string_view trim(std::u16string_view text) const {
+    while (!text.empty() && isMemberOfCharacterSetRep(_white, text.front())) text.remove_prefix(1);
+    while (!text.empty() && isMemberOfCharacterSetRep(_white, text.back())) text.remove_suffix(1);
     return text;
   }
 
@@ -241,6 +263,7 @@ class QueryTerms::Parser {
   }
 
   std::u16string_view _query;
+  CharacterSetRep _white = whiteCharacterSetRep();
   bool _wildcard;
   QueryOperator _defaultOperator;
   std::ptrdiff_t _defaultDistance;

@@ -25,6 +25,7 @@ QueryTerms QueryTerms::makeLeaf(std::u16string word, QueryOperator queryOperator
 // the first child's operator never counts.
 void QueryTerms::addChild(QueryTerms child) {
   if (_children.empty()) {
+    _children.reserve(8);
     _commonOperator = QueryOperatorNone;
   } else if (_children.size() == 1) {
     _commonOperator = child._queryOperator;

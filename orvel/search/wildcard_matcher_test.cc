@@ -1,9 +1,9 @@
 #include "orvel/search/wildcard_matcher.h"
 
-#include <gtest/gtest.h>
-
 #include <random>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "orvel/search/wildcard.h"
 
@@ -29,11 +29,10 @@ TEST(WildcardMatcherTest, AgreesWithThePlainMatchersOnRandomPatterns) {
     prepareWildcardUsingUnicharTable(folded.data(), folded.data() + folded.size(), table);
     const unichar* p = folded.data();
     const unichar* t = text.data();
-    const bool expected =
-        unix ? stringMatchesUnixWildcardUsingUnicharTable(t, t + text.size(), p, p + folded.size(),
-                                                          table)
-             : stringMatchesWildcardUsingUnicharTable(t, t + text.size(), p, p + folded.size(),
-                                                      table);
+    const bool expected = unix ? stringMatchesUnixWildcardUsingUnicharTable(
+                                     t, t + text.size(), p, p + folded.size(), table)
+                               : stringMatchesWildcardUsingUnicharTable(t, t + text.size(), p,
+                                                                        p + folded.size(), table);
     ASSERT_EQ(WildcardMatcher(pattern, unix, table).matches(text), expected)
         << std::string(pattern.begin(), pattern.end()) << " ~ "
         << std::string(text.begin(), text.end()) << (unix ? " unix" : " simple");
