@@ -25,6 +25,7 @@
 #include <vector>
 
 #include "orvel/base/types.h"
+#include "orvel/search/wildcard.h"
 
 namespace orvel {
 
@@ -119,6 +120,16 @@ class QueryTerms {
   [[nodiscard]] std::vector<std::u16string> plusParts(unsigned mask = 3) const;
   [[nodiscard]] std::vector<const QueryTerms*> plusTerms(unsigned mask = 3) const;
   [[nodiscard]] std::vector<std::u16string> plusWords(unsigned mask = 3) const;
+
+  // Whether the text satisfies the tree: operators evaluated left to right without
+  // precedence, OR short-cut when all children are ORed, proximity operators measured in
+  // words (see query_evaluation.h). An empty text never matches.
+  [[nodiscard]] bool matchesString(std::u16string_view text, bool caseSensitive) const;
+  // With wildcard patterns as terms, compared in a wildcard comparison mode.
+  [[nodiscard]] bool matchesString(std::u16string_view text, WildcardComparison comparison) const;
+  // Whether any positive term occurs in the text, operators ignored.
+  [[nodiscard]] bool containsString(std::u16string_view text, bool caseSensitive) const;
+  [[nodiscard]] bool containsString(std::u16string_view text, WildcardComparison comparison) const;
 
   // The tree as query text in a format set, operator words from the dictionary.
   [[nodiscard]] std::u16string queryText(std::uint32_t format,

@@ -79,6 +79,12 @@ inline constexpr unsigned kWildcardCaseInsensitive = 1;
 inline constexpr unsigned kWildcardDiacriticInsensitive = 2;
 inline constexpr unsigned kWildcardExactWords = 4;
 
+// A comparison mode as an argument of its own type, so that it cannot be mistaken for a
+// case flag where both are accepted.
+struct WildcardComparison {
+  unsigned options = 0;
+};
+
 // The folding table for (options & 3): none, upper, umlauts, upper-umlauts. The tables are
 // built on first use here, so the answer is never an unbuilt (null) table.
 [[nodiscard]] ConversionTable unicharTableForWildcardComparison(unsigned options);
