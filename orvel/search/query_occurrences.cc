@@ -1,0 +1,231 @@
+#include "orvel/search/query_occurrences.h"
+
+#include <unordered_set>
+
+#include "orvel/search/query_evaluation.h"
+#include "orvel/search/separation.h"
+
+namespace orvel {
+namespace {
+
+struct Snippet {
+  Range range;         // word character to word character, within the boundaries
+  std::size_t resume;  // where the forward walk stopped
+};
+
+Snippet snippetAround(std::u16string_view text, Range occurrence, CharacterSetRep words,
+                      CharacterSetRep boundaries) {
+  std::size_t start = occurrence.location;
+  for (std::size_t i = occurrence.location; i > 0; --i) {
+    const unichar c = text[i - 1];
+    if (isMemberOfCharacterSetRep(boundaries, c)) break;
+    if (isMemberOfCharacterSetRep(words, c)) start = i - 1;
+  }
+  std::size_t end = occurrence.end();
+  std::size_t i = occurrence.end();
+  for (; i < text.size(); ++i) {
+    const unichar c = text[i];
+    if (isMemberOfCharacterSetRep(boundaries, c)) break;
+    if (isMemberOfCharacterSetRep(words, c)) end = i + 1;
+  }
+  return Snippet{Range{start, end - start}, i};
+}
+
+// Counts lines incrementally: the line separators between the last counted position and
+// `position`, a CR followed by an LF counting once.
+class LineCounter {
+ public:
+  explicit LineCounter(std::u16string_view text) : _text(text) {}
+
+  std::size_t lineAt(std::size_t position) {
+    CharacterSetRep lines = defaultLineSeparators();
+    for (; _position < position; ++_position) {
+      const unichar c = _text[_position];
+      if (!isMemberOfCharacterSetRep(lines, c)) continue;
+      if (c == u'\n' && _position > 0 && _text[_position - 1] == u'\r') continue;
+      ++_line;
+    }
+    return _line;
+  }
+
+ private:
+  std::u16string_view _text;
+  std::size_t _position = 0;
+  std::size_t _line = 0;
+};
+
+CharacterSetRep boundariesFor(bool paragraphs) {
+  return paragraphs ? defaultLineSeparators() : defaultSentenceSeparators();
+}
+
+// One term searched in [range.location, range.location + limit).
+Range findTerm(const std::u16string& term, std::u16string_view text, std::size_t start,
+               std::size_t limit, unsigned flags, bool anchored, bool exactPhrase) {
+  if (!exactPhrase && term.size() >= 3) {
+    const std::vector<std::u16string> words = wordsUsingDefaultSeparation(term);
+    if (words.size() >= 2) {
+      return FindNonExactPhraseInString(text, words, start, limit, flags, queryTermCharacters(),
+                                        anchored);
+    }
+  }
+  const std::size_t location =
+      FindWordInString(text, queryTermCharacters(), start, limit, term, flags, anchored);
+  return location == NSNotFound ? Range::notFound() : Range{location, term.size()};
+}
+
+Range findQueryTerm(QueryTermArray& terms, bool isMutable, std::u16string_view text, Range range,
+                    bool caseSensitive, bool anchored, bool exactPhrase, bool backwards) {
+  if (range.location >= text.size()) return Range::notFound();
+  range.length = std::min(range.length, text.size() - range.location);
+  const unsigned flags =
+      (caseSensitive ? 0u : kCompareCaseInsensitive) | (backwards ? kCompareBackwards : 0u);
+  Range best = Range::notFound();
+  for (std::size_t i = 0; i < terms.count();) {
+    const std::u16string& term = *terms.objectAtIndex(i);
+    const bool wholeRange = !best.found() || backwards;
+    const std::size_t limit = wholeRange ? range.length : best.location - range.location;
+    const bool skipped = term.empty() || term.size() > limit || term == u"*";
+    const Range hit =
+        skipped ? Range::notFound()
+                : findTerm(term, text, range.location, limit, flags, anchored, exactPhrase);
+    if (hit.found() && (!best.found() || (backwards ? hit.location > best.location
+                                                    : hit.location < best.location))) {
+      best = hit;
+    } else if (isMutable && wholeRange && !hit.found()) {
+      terms.removeObjectAtIndex(i);  // it cannot occur later in the range either
+      continue;
+    }
+    ++i;
+  }
+  return best;
+}
+
+struct TermSearch {
+  QueryTermArray terms;
+  std::u16string_view text;
+  bool caseSensitive, anchored, exactPhrase;
+};
+
+Range nextTerm(void* context, std::size_t from) {
+  auto* search = static_cast<TermSearch*>(context);
+  return findNextQueryTerm(search->terms, true, search->text,
+                           Range{from, search->text.size() - from}, search->caseSensitive,
+                           search->anchored, search->exactPhrase);
+}
+
+QueryTermArray termArray(const std::vector<std::u16string>& terms) {
+  QueryTermArray array(terms.size());
+  for (const std::u16string& term : terms) array.addObject(&term);
+  return array;
+}
+
+}  // namespace
+
+Range findNextQueryTerm(QueryTermArray& terms, bool isMutable, std::u16string_view text,
+                        Range range, bool caseSensitive, bool anchored, bool exactPhrase) {
+  return findQueryTerm(terms, isMutable, text, range, caseSensitive, anchored, exactPhrase, false);
+}
+
+Range findPreviousQueryTerm(QueryTermArray& terms, bool isMutable, std::u16string_view text,
+                            Range range, bool caseSensitive, bool anchored, bool exactPhrase) {
+  return findQueryTerm(terms, isMutable, text, range, caseSensitive, anchored, exactPhrase, true);
+}
+
+namespace internal {
+
+std::optional<std::vector<Occurrence>> collectOccurrences(std::u16string_view text, bool paragraphs,
+                                                          OccurrenceFinder findNext,
+                                                          void* context) {
+  CharacterSetRep words = queryTermCharacters();
+  CharacterSetRep boundaries = boundariesFor(paragraphs);
+  LineCounter lines(text);
+  std::vector<Occurrence> occurrences;
+  for (std::size_t position = 0; position < text.size();) {
+    const Range found = findNext(context, position);
+    if (!found.found()) break;
+    const Snippet snippet = snippetAround(text, found, words, boundaries);
+    if (snippet.range.length > 0) {
+      occurrences.push_back(
+          Occurrence{snippet.range, lines.lineAt(snippet.range.location),
+                     std::u16string(text.substr(snippet.range.location, snippet.range.length))});
+    }
+    position = std::max(snippet.resume, found.location + 1);
+  }
+  if (occurrences.empty()) return std::nullopt;
+  return occurrences;
+}
+
+std::optional<std::u16string> assembleOccurrences(std::u16string_view text,
+                                                  const AssemblyOptions& options,
+                                                  OccurrenceFinder findNext, void* context) {
+  if (text.empty()) return std::nullopt;
+  const std::size_t limit = options.limit;
+  if (!options.onlyOccurrences && limit > 0 && text.size() <= limit) return std::u16string(text);
+  CharacterSetRep words = queryTermCharacters();
+  CharacterSetRep boundaries = boundariesFor(options.paragraphs);
+  std::u16string assembled;
+  std::unordered_set<std::u16string> seen;
+  seen.reserve(32);
+  for (std::size_t position = 0; position < text.size();) {
+    const Range found = findNext(context, position);
+    if (!found.found()) break;
+    const Snippet snippet = snippetAround(text, found, words, boundaries);
+    position = std::max(snippet.resume, found.location + 1);
+    if (snippet.range.length == 0) continue;
+    if (!options.singleWords && snippet.range == found) continue;
+    std::u16string piece(text.substr(snippet.range.location, snippet.range.length));
+    if (seen.count(piece) != 0) continue;
+    if (!assembled.empty()) assembled += options.separator;
+    if (limit == 0 || assembled.size() + piece.size() <= limit) {
+      assembled += piece;
+      if (limit > 0 && assembled.size() + options.separator.size() >= limit) break;
+      seen.insert(std::move(piece));
+      continue;
+    }
+    // The snippet does not fit: cut it to the room left, keeping the occurrence.
+    if (assembled.size() < limit) {
+      const std::size_t room = limit - assembled.size();
+      std::size_t from = snippet.range.location;
+      std::size_t amount = room;
+      if (snippet.range.location + room < found.end()) {
+        from = found.end() - room;
+        while (from > snippet.range.location && isMemberOfCharacterSetRep(words, text[from - 1])) {
+          --from;
+          ++amount;
+        }
+      }
+      assembled += text.substr(from, amount);
+      assembled += u"...";
+    }
+    break;
+  }
+  if (!assembled.empty()) return assembled;
+  if (options.onlyOccurrences) return std::nullopt;
+  return stringByEllipsizingAfterNCharacters(text, limit);
+}
+
+}  // namespace internal
+
+std::optional<std::vector<Occurrence>> getOccurrencesOfQueryTerm(
+    std::u16string_view text, const std::vector<std::u16string>& terms, bool caseSensitive,
+    bool anchored, bool exactPhrase, bool paragraphs) {
+  if (terms.empty() || text.empty()) return std::nullopt;
+  TermSearch search{termArray(terms), text, caseSensitive, anchored, exactPhrase};
+  return internal::collectOccurrences(text, paragraphs, nextTerm, &search);
+}
+
+std::optional<std::u16string> assembleOccurrencesOfQueryTerm(
+    std::u16string_view text, const std::vector<std::u16string>& terms, bool onlyOccurrences,
+    bool singleWords, bool caseSensitive, bool anchored, bool exactPhrase, bool paragraphs,
+    std::optional<std::u16string_view> separator, std::size_t ellipsizeAfterNCharacters) {
+  TermSearch search{termArray(terms), text, caseSensitive, anchored, exactPhrase};
+  const internal::AssemblyOptions options{onlyOccurrences, singleWords, paragraphs,
+                                          separator.value_or(u" "), ellipsizeAfterNCharacters};
+  if (terms.empty()) {
+    return internal::assembleOccurrences(
+        text, options, [](void*, std::size_t) { return Range::notFound(); }, nullptr);
+  }
+  return internal::assembleOccurrences(text, options, nextTerm, &search);
+}
+
+}  // namespace orvel

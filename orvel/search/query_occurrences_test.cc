@@ -1,0 +1,112 @@
+#include "orvel/search/query_occurrences.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "orvel/base/utf8.h"
+
+namespace orvel {
+namespace {
+
+std::string narrow(const std::optional<std::u16string>& text) {
+  return text ? utf16ToUtf8(*text) : std::string("(none)");
+}
+
+TEST(OccurrencesTest, SnippetsWithLineNumbers) {
+  const std::u16string text = u"The quick brown fox. It jumps.\r\nA fox again!\n\n(fox)";
+  const auto occurrences = getOccurrencesOfQueryTerm(text, {u"fox"}, false, true, false, false);
+  ASSERT_TRUE(occurrences.has_value());
+  ASSERT_EQ(occurrences->size(), 3u);
+  EXPECT_EQ((*occurrences)[0].string, u"The quick brown fox");
+  EXPECT_EQ((*occurrences)[0].range, (Range{0, 19}));
+  EXPECT_EQ((*occurrences)[0].line, 0u);
+  EXPECT_EQ((*occurrences)[1].string, u"A fox again");
+  EXPECT_EQ((*occurrences)[1].line, 1u);  // CR LF counts once
+  EXPECT_EQ((*occurrences)[2].string, u"fox");
+  EXPECT_EQ((*occurrences)[2].line, 3u);
+}
+
+TEST(OccurrencesTest, ParagraphsCutAtLineBreaksOnly) {
+  const std::u16string text = u"One. Two fox. Three\nfour";
+  const auto sentences = getOccurrencesOfQueryTerm(text, {u"fox"}, false, true, false, false);
+  const auto paragraphs = getOccurrencesOfQueryTerm(text, {u"fox"}, false, true, false, true);
+  ASSERT_TRUE(sentences && paragraphs);
+  EXPECT_EQ(sentences->front().string, u"Two fox");
+  EXPECT_EQ(paragraphs->front().string, u"One. Two fox. Three");
+  EXPECT_FALSE(getOccurrencesOfQueryTerm(text, {u"cat"}, false, true, false, false));
+  EXPECT_FALSE(getOccurrencesOfQueryTerm(text, {}, false, true, false, false));
+  EXPECT_FALSE(getOccurrencesOfQueryTerm(u"", {u"fox"}, false, true, false, false));
+}
+
+TEST(FindQueryTermTest, EarliestHitWinsAndHopelessTermsArePruned) {
+  const std::vector<std::u16string> terms = {u"zzz", u"*", u"", u"dog", u"fox", u"Fox"};
+  QueryTermArray array(terms.size());
+  for (const auto& term : terms) array.addObject(&term);
+  const std::u16string text = u"a fox and a dog";
+  EXPECT_EQ(findNextQueryTerm(array, true, text, Range{0, text.size()}, false, true, false),
+            (Range{2, 3}));
+  std::vector<std::u16string> left;
+  for (const std::u16string* term : array) left.push_back(*term);
+  EXPECT_EQ(left, (std::vector<std::u16string>{u"dog", u"fox", u"Fox"}));
+  EXPECT_EQ(findPreviousQueryTerm(array, false, text, Range{0, text.size()}, false, true, false),
+            (Range{12, 3}));
+  EXPECT_EQ(findNextQueryTerm(array, false, text, Range{0, text.size()}, true, true, false),
+            (Range{2, 3}));
+}
+
+TEST(FindQueryTermTest, SeveralWordsAreANonExactPhraseUnlessExact) {
+  const std::vector<std::u16string> terms = {u"quick brown"};
+  QueryTermArray array(1);
+  array.addObject(&terms[0]);
+  const std::u16string text = u"The quick, brown fox";
+  EXPECT_EQ(findNextQueryTerm(array, false, text, Range{0, text.size()}, false, true, false),
+            (Range{4, 12}));
+  EXPECT_FALSE(
+      findNextQueryTerm(array, false, text, Range{0, text.size()}, false, true, true).found());
+}
+
+TEST(AssemblyTest, DistinctSnippetsJoinedBySeparator) {
+  const std::u16string text = u"fox runs. A fox runs. fox runs. Lone fox";
+  EXPECT_EQ(narrow(assembleOccurrencesOfQueryTerm(text, {u"fox"}, true, false, false, true, false,
+                                                  false, u" | ", 0)),
+            "fox runs | A fox runs | Lone fox");
+  const std::u16string single = u"fox. The fox runs.";
+  EXPECT_EQ(narrow(assembleOccurrencesOfQueryTerm(single, {u"fox"}, true, false, false, true, false,
+                                                  false, std::nullopt, 0)),
+            "The fox runs");
+  EXPECT_EQ(narrow(assembleOccurrencesOfQueryTerm(single, {u"fox"}, true, true, false, true, false,
+                                                  false, std::nullopt, 0)),
+            "fox The fox runs");
+}
+
+TEST(AssemblyTest, LengthLimitCutsTheLastSnippet) {
+  const std::u16string text = u"one two three four five six seven target eight.";
+  EXPECT_EQ(narrow(assembleOccurrencesOfQueryTerm(text, {u"target"}, true, false, false, true,
+                                                  false, false, std::nullopt, 20)),
+            "five six seven target...");
+  const std::u16string two = u"a target here. b target there.";
+  EXPECT_EQ(narrow(assembleOccurrencesOfQueryTerm(two, {u"target"}, true, false, false, true, false,
+                                                  false, std::nullopt, 20)),
+            "a target here target...");
+  EXPECT_EQ(narrow(assembleOccurrencesOfQueryTerm(two, {u"target"}, true, false, false, true, false,
+                                                  false, std::nullopt, 14)),
+            "a target here");  // fits, but a separator more reaches the limit: stop, no "..."
+}
+
+TEST(AssemblyTest, NothingFound) {
+  const std::u16string text = u"hello world again";
+  EXPECT_FALSE(assembleOccurrencesOfQueryTerm(text, {u"cat"}, true, false, false, true, false,
+                                              false, std::nullopt, 8));
+  EXPECT_EQ(narrow(assembleOccurrencesOfQueryTerm(text, {u"cat"}, false, false, false, true, false,
+                                                  false, std::nullopt, 8)),
+            "hello...");
+  EXPECT_EQ(narrow(assembleOccurrencesOfQueryTerm(u"short", {u"cat"}, false, false, false, true,
+                                                  false, false, std::nullopt, 8)),
+            "short");
+  EXPECT_FALSE(assembleOccurrencesOfQueryTerm(u"", {u"cat"}, false, false, false, true, false,
+                                              false, std::nullopt, 8));
+}
+
+}  // namespace
+}  // namespace orvel
