@@ -46,11 +46,7 @@ Evaluation makeEvaluation(std::u16string_view text, unsigned flags, bool wildcar
   initLowerCharsTable();
   initUpperCharsTable();
   Evaluation evaluation{text, queryTermCharacters(), flags, wildcard};
-  if (wildcard) {
-    for (std::size_t i = 0; i < kCharacterSetRepSize; ++i) {
-      evaluation.separators[i] = static_cast<std::uint8_t>(~evaluation.wordCharacters[i]);
-    }
-  }
+  if (wildcard) evaluation.separators = CharacterSetBuilder(evaluation.wordCharacters).invert().build();
   return evaluation;
 }
 

@@ -131,6 +131,14 @@ class QueryTerms {
   [[nodiscard]] bool containsString(std::u16string_view text, bool caseSensitive) const;
   [[nodiscard]] bool containsString(std::u16string_view text, WildcardComparison comparison) const;
 
+  // The search strings of the positive terms, for highlighting: each term's words joined
+  // by blanks (and, for a hyphenated term such as «e-mail», also joined without), plus the
+  // raw texts; shortest first. Nullopt for a tree that is not valid.
+  [[nodiscard]] std::optional<std::vector<std::u16string>> plusWildcards() const;
+  // The same without the raw texts, plus the pairs of neighbouring terms joined by AND or
+  // a proximity operator («red NEAR car» gives «red», «car» and «red car»).
+  [[nodiscard]] std::vector<std::u16string> extendedPlusWildcards() const;
+
   // The tree as query text in a format set, operator words from the dictionary.
   [[nodiscard]] std::u16string queryText(std::uint32_t format,
                                          const QueryOperatorWords* words = nullptr) const;

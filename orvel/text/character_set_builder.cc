@@ -34,4 +34,9 @@ CharacterSetBuilder& CharacterSetBuilder::removeUnits(std::initializer_list<unic
   return *this;
 }
 
+CharacterSetBuilder& CharacterSetBuilder::invert() {
+  for (std::uint8_t& byte : _bitmap) byte = static_cast<std::uint8_t>(~byte);
+  return *this;
+}
+
 }  // namespace orvel

@@ -22,6 +22,8 @@ class CharacterSetBuilder {
   CharacterSetBuilder& addUnits(std::initializer_list<unichar> units);
   CharacterSetBuilder& addSpan(unichar first, unichar last);
   CharacterSetBuilder& removeUnits(std::initializer_list<unichar> units);
+  // Every unit that was not a member becomes one, and the other way round.
+  CharacterSetBuilder& invert();
 
   [[nodiscard]] const CharacterSetBitmap& build() const { return _bitmap; }
 
