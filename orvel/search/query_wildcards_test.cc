@@ -19,9 +19,9 @@ TEST(WildcardQueryTest, EvaluationWithPatterns) {
   EXPECT_FALSE(QueryTerms::withWildcard(u"con* -dog").matchesString(u"concrete dog", kNoCase));
   EXPECT_TRUE(QueryTerms::withWildcard(u"\"new y*\"").matchesString(u"in New York", kNoCase));
   EXPECT_TRUE(
-      QueryTerms::withWildcard(u"[a-c]at NEAR/1 m?t").matchesString(u"bat on mat", kNoCase));
+      QueryTerms::withWildcard(u"[a-c]at NEAR/2 m?t").matchesString(u"bat on mat", kNoCase));
   EXPECT_FALSE(
-      QueryTerms::withWildcard(u"[a-c]at NEAR/1 m?t").matchesString(u"bat on the mat", kNoCase));
+      QueryTerms::withWildcard(u"[a-c]at NEAR/2 m?t").matchesString(u"bat on the mat", kNoCase));
   EXPECT_FALSE(QueryTerms::withWildcard(u"Con*").matchesString(u"concrete", WildcardComparison{0}));
   EXPECT_TRUE(matchesQueryTerms(u"a quack", QueryTerms::withWildcard(u"quick"), kNoCase));  // fuzzy
   EXPECT_FALSE(matchesQueryTerms(u"", QueryTerms::withWildcard(u"x*"), kNoCase));
