@@ -81,7 +81,7 @@ std::u16string realText(std::size_t units) {
   for (const char* folder : {ORVEL_EXAMPLES_DIR, ORVEL_SHARED_TESTDATA "/lang/udhr",
                              ORVEL_SHARED_TESTDATA "/html/article-extraction-benchmark"}) {
     std::error_code missing;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, missing)) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder, missing)) {
       const auto extension = entry.path().extension();
       if (extension != ".txt" && extension != ".md" && extension != ".html") continue;
       std::ifstream in(entry.path(), std::ios::binary);

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Sets up, builds the orvel program and runs it over the documents in examples/.
+# Sets up, builds the orvel program and runs its main job, a search of the documents in
+# examples/, then a few of its other commands.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -8,15 +9,15 @@ cmake --preset release >/dev/null
 cmake --build --preset release --target orvel >/dev/null
 orvel=build/release/tools/orvel/orvel
 
-cd examples
-echo "== SHA-1 and MD5 of every example"
-"../$orvel" sha1 *
-"../$orvel" md5 *
-echo "== CRC-32 of the text, folded to upper case without accents"
-"../$orvel" crc32 --utf16 --fold upper-umlauts *.txt *.md
-echo "== the opening of the German declaration of human rights, folded to plain ASCII"
-head -n 3 udhr-de.txt | "../$orvel" fold ascii
-echo "== a line escaped for a JSON string, and back"
-head -n 1 notes.md | "../$orvel" json escape
-echo
-head -n 1 notes.md | "../$orvel" json escape | "../$orvel" json unescape
+echo "== orvel search 'dignity OR Würde OR dignité' examples"
+"$orvel" search --snippet-chars 100 'dignity OR Würde OR dignité' examples
+echo "== orvel search -l 'freedom NEAR/4 expression' examples"
+"$orvel" search -l 'freedom NEAR/4 expression' examples
+echo "== orvel search --wildcard --json 'caf* -kahvehane' examples/notes"
+"$orvel" search --wildcard --json 'caf* -kahvehane' examples/notes
+echo "== orvel query --format tree '\"human rights\" (liberté OR libertad) -esclavage'"
+"$orvel" query --format tree '"human rights" (liberté OR libertad) -esclavage'
+echo "== orvel count examples/udhr/de.txt"
+"$orvel" count examples/udhr/de.txt
+echo "== orvel sha1 examples/udhr/*.txt (first three)"
+"$orvel" sha1 examples/udhr/de.txt examples/udhr/el.txt examples/udhr/ru.txt

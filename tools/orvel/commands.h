@@ -12,4 +12,8 @@ void registerTextCommands(CLI::App& app, int& status);
 // query, wildcard, similarity, words, components, count, ellipsize.
 void registerSearchCommands(CLI::App& app);
 
+// search (exit 0 when something matched, 1 when nothing did, 2 on an error), match,
+// snippets.
+void registerSearchCommand(CLI::App& app, int& status);
+
 }  // namespace orvel::cli

@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
   int status = 0;
   orvel::cli::registerTextCommands(app, status);
   orvel::cli::registerSearchCommands(app);
+  orvel::cli::registerSearchCommand(app, status);
 
   try {
     app.parse(argc, argv);

@@ -1,0 +1,346 @@
+// search: the main job, searching a folder of documents with the query language. match
+// and snippets: the evaluator on one text.
+#include <algorithm>
+#include <atomic>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "orvel/base/utf8.h"
+#include "orvel/search/query_evaluation.h"
+#include "orvel/search/query_occurrences.h"
+#include "orvel/search/query_terms.h"
+#include "orvel/search/query_wildcards.h"
+#include "orvel/search/separation.h"
+
+#include "tools/orvel/command_support.h"
+#include "tools/orvel/commands.h"
+#include "tools/orvel/document_text.h"
+#include "tools/orvel/search_prefilter.h"
+
+namespace orvel::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr WildcardComparison kCaseInsensitive{kWildcardCaseInsensitive};
+
+// A query as the search commands use it: the tree, and how its terms compare.
+struct Query {
+  QueryTerms tree;
+  bool caseSensitive;
+  bool wildcard;
+
+  Query(const std::string& text, bool caseSensitive, bool wildcard)
+      : tree(wildcard ? QueryTerms::withWildcard(decodeText(text, "query"))
+                      : QueryTerms(decodeText(text, "query"))),
+        caseSensitive(caseSensitive),
+        wildcard(wildcard) {}
+
+  WildcardComparison comparison() const {
+    return caseSensitive ? WildcardComparison{0} : kCaseInsensitive;
+  }
+
+  bool matches(std::u16string_view text) const {
+    return wildcard ? tree.matchesString(text, comparison())
+                    : tree.matchesString(text, caseSensitive);
+  }
+
+  // The occurrences of the positive terms: whole words, and substring terms anywhere.
+  std::vector<Occurrence> occurrences(std::u16string_view text, bool paragraphs) const {
+    std::vector<Occurrence> found;
+    auto add = [&found](std::optional<std::vector<Occurrence>> more) {
+      if (more) found.insert(found.end(), more->begin(), more->end());
+    };
+    if (wildcard) {
+      if (const auto patterns = tree.plusWildcards()) {
+        add(getOccurrencesOfWildcards(text, *patterns, comparison(), 1, paragraphs));
+      }
+      return found;
+    }
+    add(getOccurrencesOfQueryTerm(text, tree.plusParts(1), caseSensitive, true, false, paragraphs));
+    add(getOccurrencesOfQueryTerm(text, tree.plusParts(2), caseSensitive, false, false,
+                                  paragraphs));
+    std::sort(found.begin(), found.end(), [](const Occurrence& a, const Occurrence& b) {
+      return a.range.location < b.range.location;
+    });
+    found.erase(
+        std::unique(found.begin(), found.end(),
+                    [](const Occurrence& a, const Occurrence& b) { return a.range == b.range; }),
+        found.end());
+    return found;
+  }
+};
+
+struct SearchOptions {
+  std::string query;
+  std::vector<std::string> paths;
+  bool caseSensitive = false;
+  bool wildcard = false;
+  bool paragraphs = false;
+  bool filesWithMatches = false;
+  bool count = false;
+  bool json = false;
+  bool hidden = false;
+  bool verbose = false;
+  unsigned threads = 0;
+  std::size_t snippetCharacters = 0;
+};
+
+struct FileResult {
+  bool matched = false;
+  std::vector<Occurrence> occurrences;
+  std::string error;    // non-empty: the file could not be read
+  std::string notText;  // non-empty: skipped, not text
+};
+
+bool isHidden(const fs::path& path) {
+  const std::string name = path.filename().string();
+  return name.size() > 1 && name[0] == '.' && name != "..";
+}
+
+// The files under the given paths: folders recursively, hidden entries and symbolic links
+// skipped; each folder's files in name order.
+std::vector<fs::path> collectFiles(const SearchOptions& options, bool& failed) {
+  std::vector<fs::path> files;
+  for (const std::string& root : options.paths) {
+    std::error_code error;
+    const fs::file_status status = fs::status(root, error);
+    if (error || !fs::exists(status)) {
+      reportError(root, error ? error.message() : "No such file or directory");
+      failed = true;
+      continue;
+    }
+    if (!fs::is_directory(status)) {
+      files.emplace_back(root);
+      continue;
+    }
+    std::vector<fs::path> found;
+    fs::recursive_directory_iterator walk(root, fs::directory_options::none, error);
+    for (; !error && walk != fs::recursive_directory_iterator(); walk.increment(error)) {
+      const fs::directory_entry& entry = *walk;
+      if (!options.hidden && isHidden(entry.path())) {
+        if (entry.is_directory(error)) walk.disable_recursion_pending();
+        continue;
+      }
+      if (entry.is_symlink(error)) continue;
+      if (entry.is_regular_file(error)) found.push_back(entry.path());
+    }
+    if (error) {
+      reportError(root, error.message());
+      failed = true;
+    }
+    std::sort(found.begin(), found.end());
+    files.insert(files.end(), found.begin(), found.end());
+  }
+  return files;
+}
+
+FileResult searchFile(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
+                      const SearchOptions& options) {
+  FileResult result;
+  std::string bytes;
+  try {
+    bytes = readDocumentBytes(path);
+  } catch (const CommandError& error) {
+    result.error = error.what();
+    return result;
+  }
+  if (!prefilter.mayMatch(bytes)) return result;
+  const DocumentText document = documentText(std::move(bytes));
+  if (!document.text) {
+    result.notText = document.notTextReason;
+    return result;
+  }
+  result.matched = query.matches(*document.text);
+  if (result.matched && !options.filesWithMatches) {
+    result.occurrences = query.occurrences(*document.text, options.paragraphs);
+  }
+  return result;
+}
+
+// Runs searchFile over all files on `threads` threads; results in file order.
+std::vector<FileResult> searchFiles(const std::vector<fs::path>& files, const Query& query,
+                                    const SearchOptions& options) {
+  initSeparatorsAndTables();
+  const SearchPrefilter prefilter(query.tree, query.caseSensitive, query.wildcard);
+  std::vector<FileResult> results(files.size());
+  std::atomic<std::size_t> next{0};
+  auto work = [&] {
+    for (std::size_t i = next++; i < files.size(); i = next++) {
+      results[i] = searchFile(files[i], query, prefilter, options);
+    }
+  };
+  const unsigned threads = std::max(1u, std::min<unsigned>(options.threads, files.size()));
+  std::vector<std::thread> workers;
+  for (unsigned t = 1; t < threads; ++t) workers.emplace_back(work);
+  work();
+  for (std::thread& worker : workers) worker.join();
+  return results;
+}
+
+// A snippet on one line: line breaks become spaces; shortened when asked.
+std::u16string snippetLine(const Occurrence& occurrence, std::size_t characters) {
+  std::u16string line = occurrence.string;
+  for (char16_t& unit : line) {
+    if (isMemberOfCharacterSetRep(defaultLineSeparators(), unit) || unit == u'\t') unit = u' ';
+  }
+  return characters > 0 ? stringByEllipsizingAfterNCharacters(line, characters) : line;
+}
+
+std::string fileJson(const fs::path& path, const FileResult& result) {
+  nlohmann::json occurrences = nlohmann::json::array();
+  for (const Occurrence& occurrence : result.occurrences) {
+    occurrences.push_back({{"range", {occurrence.range.location, occurrence.range.length}},
+                           {"line", occurrence.line + 1},
+                           {"string", utf16ToUtf8(occurrence.string)}});
+  }
+  const nlohmann::json object = {{"path", path.string()}, {"occurrences", occurrences}};
+  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+int runSearch(const SearchOptions& options) {
+  const Query query(options.query, options.caseSensitive, options.wildcard);
+  bool failed = false;
+  const std::vector<fs::path> files = collectFiles(options, failed);
+  const std::vector<FileResult> results = searchFiles(files, query, options);
+  bool anyMatch = false;
+  std::string out;
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    const FileResult& result = results[i];
+    if (!result.error.empty()) {
+      reportError(files[i].string(), result.error);
+      failed = true;
+      continue;
+    }
+    if (!result.notText.empty() && options.verbose) {
+      std::fprintf(stderr, "orvel: %s: skipped: %s\n", files[i].c_str(), result.notText.c_str());
+    }
+    if (!result.matched) continue;
+    anyMatch = true;
+    if (options.json) {
+      out += fileJson(files[i], result);
+    } else if (options.filesWithMatches) {
+      out += files[i].string() + "\n";
+    } else if (options.count) {
+      out += files[i].string() + ":" + std::to_string(result.occurrences.size()) + "\n";
+    } else {
+      out += files[i].string() + "\n";
+      for (const Occurrence& occurrence : result.occurrences) {
+        out += std::to_string(occurrence.line + 1) + ":" +
+               utf16ToUtf8(snippetLine(occurrence, options.snippetCharacters)) + "\n";
+      }
+    }
+    if (out.size() > (1 << 16)) {
+      writeOut(out);
+      out.clear();
+    }
+  }
+  writeOut(out);
+  if (failed) return 2;
+  return anyMatch ? 0 : 1;
+}
+
+void registerSearch(CLI::App& app, int& status) {
+  auto options = std::make_shared<SearchOptions>();
+  options->threads = std::max(1u, std::thread::hardware_concurrency());
+  CLI::App* command = app.add_subcommand(
+      "search", "Search documents with a query; print matching files with lines and snippets");
+  command->add_option("QUERY", options->query, "The query")->required();
+  command->add_option("PATH", options->paths, "Files and folders (default: the current folder)");
+  command->add_flag("-s,--case-sensitive", options->caseSensitive, "Compare case-sensitively");
+  command->add_flag("--wildcard", options->wildcard, "Terms are wildcard patterns");
+  command->add_flag("--paragraphs", options->paragraphs, "Snippets are lines, not sentences");
+  command->add_flag("-l,--files-with-matches", options->filesWithMatches,
+                    "Print only the paths of matching files");
+  command->add_flag("-c,--count", options->count, "Print PATH:COUNT of occurrences");
+  command->add_flag("--json", options->json, "One JSON object per matching file");
+  command->add_flag("--hidden", options->hidden, "Search hidden files and folders too");
+  command->add_flag("--verbose", options->verbose, "Report files skipped as not text");
+  command->add_option("-j", options->threads, "Threads (default: all cores)")
+      ->check(CLI::Range(1u, 1024u));
+  command->add_option("--snippet-chars", options->snippetCharacters,
+                      "Shorten snippets after N characters");
+  command->callback([options, &status] {
+    if (options->paths.empty()) options->paths.push_back(".");
+    status = runSearch(*options);
+  });
+}
+
+struct TextQueryOptions {
+  std::string query;
+  std::string file = "-";
+  bool caseSensitive = false;
+  bool wildcard = false;
+};
+
+void addTextQueryOptions(CLI::App* command, TextQueryOptions& options) {
+  command->add_flag("-s,--case-sensitive", options.caseSensitive, "Compare case-sensitively");
+  command->add_flag("--wildcard", options.wildcard, "Terms are wildcard patterns");
+  command->add_option("QUERY", options.query, "The query")->required();
+  addFileOption(command, options.file);
+}
+
+void registerMatch(CLI::App& app, int& status) {
+  auto options = std::make_shared<TextQueryOptions>();
+  CLI::App* command =
+      app.add_subcommand("match", "Print yes (exit 0) or no (exit 1): does the text match");
+  addTextQueryOptions(command, *options);
+  command->callback([options, &status] {
+    const Query query(options->query, options->caseSensitive, options->wildcard);
+    const bool matches = query.matches(readText(options->file));
+    writeOut(std::string_view(matches ? "yes\n" : "no\n"));
+    status = matches ? 0 : 1;
+  });
+}
+
+void registerSnippets(CLI::App& app, int& status) {
+  struct Options : TextQueryOptions {
+    bool paragraphs = false;
+    std::size_t max = 0;
+    std::string separator = " ";
+    bool singleWords = false;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* command =
+      app.add_subcommand("snippets", "Print the sentences around the query's terms, assembled");
+  addTextQueryOptions(command, *options);
+  command->add_flag("--paragraphs", options->paragraphs, "Snippets are lines, not sentences");
+  command->add_option("--max", options->max, "At most N characters, the last snippet cut");
+  command->add_option("--separator", options->separator, "Between snippets (default: a space)");
+  command->add_flag("--single-words", options->singleWords,
+                    "Keep snippets that are only the term itself");
+  command->callback([options, &status] {
+    const Query query(options->query, options->caseSensitive, options->wildcard);
+    const std::u16string text = readText(options->file);
+    const std::u16string separator = decodeText(options->separator, "separator");
+    std::optional<std::u16string> assembled;
+    if (options->wildcard) {
+      if (const auto patterns = query.tree.plusWildcards()) {
+        assembled = assembleOccurrencesOfWildcards(text, *patterns, true, options->singleWords,
+                                                   query.comparison(), 1, options->paragraphs,
+                                                   separator, options->max);
+      }
+    } else {
+      assembled = assembleOccurrencesOfQueryTerm(
+          text, query.tree.plusParts(), true, options->singleWords, options->caseSensitive, true,
+          false, options->paragraphs, separator, options->max);
+    }
+    if (assembled) writeOut(*assembled + u"\n");
+    status = assembled ? 0 : 1;
+  });
+}
+
+}  // namespace
+
+void registerSearchCommand(CLI::App& app, int& status) {
+  registerSearch(app, status);
+  registerMatch(app, status);
+  registerSnippets(app, status);
+}
+
+}  // namespace orvel::cli

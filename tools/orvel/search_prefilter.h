@@ -1,0 +1,38 @@
+// A byte-level test that lets the search skip a file before decoding it: when every match
+// of the query needs one of its positive terms to occur, a file holding none of them (as
+// bytes, ASCII case folded as the search folds it) cannot match.
+//
+// It only decides for queries whose positive terms are plain ASCII words or phrases, and
+// never for wildcard queries; otherwise every file "may match". Units outside ASCII that
+// fold to ASCII letters (such as U+0131 and U+017F) make a file undecidable, so it is
+// searched.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orvel/search/query_terms.h"
+
+namespace orvel::cli {
+
+class SearchPrefilter {
+ public:
+  SearchPrefilter(const QueryTerms& tree, bool caseSensitive, bool wildcard);
+
+  [[nodiscard]] bool active() const { return _active; }
+  // False only when the bytes cannot match the query.
+  [[nodiscard]] bool mayMatch(std::string_view bytes) const;
+
+ private:
+  bool _active = false;
+  bool _caseSensitive = false;
+  std::vector<std::string> _terms;           // lower-cased unless case-sensitive
+  std::vector<std::string> _foldingToAscii;  // UTF-8 of non-ASCII units folding to ASCII
+};
+
+// Whether `needle` occurs in `haystack`, ASCII letters compared without case when asked.
+[[nodiscard]] bool containsBytes(std::string_view haystack, std::string_view needle,
+                                 bool ignoreAsciiCase);
+
+}  // namespace orvel::cli
