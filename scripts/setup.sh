@@ -6,9 +6,10 @@ set -euo pipefail
 packages=(
   cmake ninja-build g++ pkg-config clang-format  # toolchain
   libicu-dev zlib1g-dev                          # the library's dependencies
-  libcli11-dev                                   # the orvel program's command line
+  libcli11-dev nlohmann-json3-dev                # the orvel program's command line and JSON output
   libgtest-dev libgmock-dev                      # tests
   libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL and Xapian are peers, never linked by the library)
+  ripgrep hyperfine                              # peers of the search benchmark
 )
 
 missing=()
