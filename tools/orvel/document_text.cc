@@ -1,5 +1,6 @@
 #include "tools/orvel/document_text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -13,27 +14,40 @@
 
 namespace orvel::cli {
 
-std::string readDocumentBytes(const std::filesystem::path& path) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) throw CommandError(path.string(), std::strerror(errno));
-  std::string bytes;
+DocumentReader::DocumentReader(const std::filesystem::path& path) : _path(path) {
+  _fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (_fd < 0) throw CommandError(path.string(), std::strerror(errno));
   struct stat info {};
-  if (::fstat(fd, &info) == 0 && info.st_size > 0)
-    bytes.reserve(static_cast<std::size_t>(info.st_size));
-  char buffer[1 << 16];
-  for (;;) {
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n == 0) break;
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      const int error = errno;
-      ::close(fd);
-      throw CommandError(path.string(), std::strerror(error));
+  if (::fstat(_fd, &info) == 0 && info.st_size > 0) _size = static_cast<std::size_t>(info.st_size);
+}
+
+DocumentReader::~DocumentReader() { ::close(_fd); }
+
+const std::string& DocumentReader::readAtLeast(std::size_t size) {
+  while (!_atEnd && _bytes.size() < size) {
+    const std::size_t have = _bytes.size();
+    const std::size_t want = size - have;  // straight into the string
+    _bytes.resize(have + want);
+    const ssize_t n = ::read(_fd, _bytes.data() + have, want);
+    if (n < 0 && errno == EINTR) {
+      _bytes.resize(have);
+      continue;
     }
-    bytes.append(buffer, static_cast<std::size_t>(n));
+    if (n < 0) {
+      const int error = errno;
+      _bytes.resize(have);
+      throw CommandError(_path.string(), std::strerror(error));
+    }
+    _bytes.resize(have + static_cast<std::size_t>(n));
+    _atEnd = n == 0;
   }
-  ::close(fd);
-  return bytes;
+  return _bytes;
+}
+
+std::string DocumentReader::readAll() {
+  // One more byte than the file reported, so that the end shows at once.
+  while (!_atEnd) readAtLeast(std::max(_size + 1, 2 * _bytes.size() + 4096));
+  return std::move(_bytes);
 }
 
 DocumentText documentText(std::string bytes) {

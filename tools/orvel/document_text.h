@@ -15,8 +15,28 @@ struct DocumentText {
   std::string notTextReason;           // why, for --verbose
 };
 
-// The file's bytes; throws CommandError when it cannot be read.
-[[nodiscard]] std::string readDocumentBytes(const std::filesystem::path& path);
+// Reads a document's bytes, all at once or a prefix first; throws CommandError when the
+// file cannot be opened or read.
+class DocumentReader {
+ public:
+  explicit DocumentReader(const std::filesystem::path& path);
+  ~DocumentReader();
+  DocumentReader(const DocumentReader&) = delete;
+  DocumentReader& operator=(const DocumentReader&) = delete;
+
+  // Reads on until at least `size` bytes are read or the file ends; answers the bytes so far.
+  const std::string& readAtLeast(std::size_t size);
+  // Reads the rest.
+  std::string readAll();
+  [[nodiscard]] bool atEnd() const { return _atEnd; }
+
+ private:
+  std::filesystem::path _path;
+  int _fd = -1;
+  std::size_t _size = 0;  // as the file reported it when opened
+  std::string _bytes;
+  bool _atEnd = false;
+};
 
 // The text of bytes read from a document: UTF-8 without NUL bytes.
 [[nodiscard]] DocumentText documentText(std::string bytes);

@@ -34,12 +34,14 @@ struct Query {
   QueryTerms tree;
   bool caseSensitive;
   bool wildcard;
+  bool monotone;  // a match in a prefix is a match in the whole text
 
   Query(const std::string& text, bool caseSensitive, bool wildcard)
       : tree(wildcard ? QueryTerms::withWildcard(decodeText(text, "query"))
                       : QueryTerms(decodeText(text, "query"))),
         caseSensitive(caseSensitive),
-        wildcard(wildcard) {}
+        wildcard(wildcard),
+        monotone(isMonotoneQuery(tree)) {}
 
   WildcardComparison comparison() const {
     return caseSensitive ? WildcardComparison{0} : kCaseInsensitive;
@@ -140,12 +142,40 @@ std::vector<fs::path> collectFiles(const SearchOptions& options, bool& failed) {
   return files;
 }
 
+// Where a prefix of the bytes may end so that whole-word matches inside it stay matches in
+// the whole text: just after its last ASCII unit that is no word character (0: nowhere).
+std::size_t safePrefixEnd(std::string_view bytes) {
+  CharacterSetRep words = queryTermCharacters();
+  for (std::size_t end = bytes.size(); end > 0; --end) {
+    const auto byte = static_cast<unsigned char>(bytes[end - 1]);
+    if (byte < 0x80 && byte != 0 && !isMemberOfCharacterSetRep(words, byte)) return end;
+  }
+  return 0;
+}
+
+// For -l with a monotone query: whether a prefix of the file already matches, so the rest
+// need not be read.
+bool prefixMatches(DocumentReader& reader, const Query& query, const SearchPrefilter& prefilter) {
+  constexpr std::size_t kPrefixBytes = 4096;
+  const std::string& bytes = reader.readAtLeast(kPrefixBytes);
+  if (reader.atEnd()) return false;  // the whole file is here: search it as a whole
+  const std::string_view prefix(bytes.data(), safePrefixEnd(bytes));
+  if (prefix.empty() || !prefilter.mayMatch(prefix)) return false;
+  const DocumentText document = documentText(std::string(prefix));
+  return document.text && query.matches(*document.text);
+}
+
 FileResult searchFile(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
                       const SearchOptions& options) {
   FileResult result;
   std::string bytes;
   try {
-    bytes = readDocumentBytes(path);
+    DocumentReader reader(path);
+    if (options.filesWithMatches && query.monotone && prefixMatches(reader, query, prefilter)) {
+      result.matched = true;
+      return result;
+    }
+    bytes = reader.readAll();
   } catch (const CommandError& error) {
     result.error = error.what();
     return result;

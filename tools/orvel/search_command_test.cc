@@ -93,6 +93,29 @@ TEST_F(SearchCommandTest, ExitCodes) {
   EXPECT_EQ(orvel({"search"}).exitCode, 2);
 }
 
+TEST_F(SearchCommandTest, ByteFilterKeepsFilesWhoseLettersFoldToTheTerm) {
+  // U+0131 (dotless i) and U+017F (long s) fold to I and S: the files must be searched.
+  _dir.writeFile("dotless.txt", "A qu\xC4\xB1xotic plan.");
+  _dir.writeFile("longs.txt", "The \xC5\xBFtar.");
+  EXPECT_EQ(orvel({"search", "-l", "quixotic", path("dotless.txt")}).out,
+            path("dotless.txt") + "\n");
+  EXPECT_EQ(orvel({"search", "-l", "plan quixotic", path("dotless.txt")}).out,
+            path("dotless.txt") + "\n");
+  EXPECT_EQ(orvel({"search", "-l", "quixotry", path("dotless.txt")}).exitCode, 1);
+  EXPECT_EQ(orvel({"search", "-l", "star", path("longs.txt")}).out, path("longs.txt") + "\n");
+  EXPECT_EQ(orvel({"search", "-l", "-s", "star", path("longs.txt")}).exitCode, 1);
+}
+
+TEST_F(SearchCommandTest, FileListsDecideOnAPrefixOnlyAtWordBoundaries) {
+  // The first 4096 bytes end inside "rights": "r" must not be taken for a whole word.
+  const auto file =
+      _dir.writeFile("long.txt", std::string(4094, 'a') + " rights " + std::string(9000, 'b'));
+  EXPECT_EQ(orvel({"search", "-l", "r", file.string()}).exitCode, 1);
+  EXPECT_EQ(orvel({"search", "-l", "rights", file.string()}).out, file.string() + "\n");
+  EXPECT_EQ(orvel({"search", "-l", "rights -" + std::string(9000, 'b'), file.string()}).exitCode,
+            1);
+}
+
 TEST_F(SearchCommandTest, SearchesTheCurrentFolderByDefault) {
   const std::string here = std::filesystem::current_path().string();
   std::filesystem::current_path(path("sub"));

@@ -44,6 +44,19 @@ bool equalAt(const char* text, std::string_view needle, bool ignoreCase) {
   return true;
 }
 
+// The longest run of `text` holding none of `letters`.
+std::string longestPartWithout(const std::string& text, const std::string& letters) {
+  std::string longest;
+  std::size_t start = 0;
+  while (start <= text.size()) {
+    std::size_t end = text.find_first_of(letters, start);
+    if (end == std::string::npos) end = text.size();
+    if (end - start > longest.size()) longest = text.substr(start, end - start);
+    start = end + 1;
+  }
+  return longest;
+}
+
 }  // namespace
 
 bool containsBytes(std::string_view haystack, std::string_view needle, bool ignoreAsciiCase) {
@@ -81,38 +94,48 @@ bool containsBytes(std::string_view haystack, std::string_view needle, bool igno
   return false;
 }
 
+bool isMonotoneQuery(const QueryTerms& node) {
+  if (node.queryNot() || node.queryOperator() == QueryOperatorXOR) return false;
+  return std::all_of(node.children().begin(), node.children().end(), isMonotoneQuery);
+}
+
 SearchPrefilter::SearchPrefilter(const QueryTerms& tree, bool caseSensitive, bool wildcard)
     : _caseSensitive(caseSensitive) {
   if (wildcard || !needsPositiveTerm(tree)) return;
   const std::vector<std::u16string> terms = tree.plusParts();
   if (terms.empty() || !std::all_of(terms.begin(), terms.end(), isAsciiTerm)) return;
-  for (const std::u16string& term : terms) {
-    std::string bytes(term.begin(), term.end());
-    if (!caseSensitive) std::transform(bytes.begin(), bytes.end(), bytes.begin(), lowerAscii);
-    _terms.push_back(std::move(bytes));
-  }
-  if (!caseSensitive) {
-    ConversionTable upper = initUpperCharsTable();
-    for (std::uint32_t unit = 0x80; unit < 0x10000; ++unit) {
-      if (unit >= 0xD800 && unit < 0xE000) continue;
-      if (upper[unit] < 0x80)
-        _foldingToAscii.push_back(utf16ToUtf8(std::u16string(1, static_cast<char16_t>(unit))));
+  ConversionTable upper = initUpperCharsTable();
+  for (const std::u16string& text : terms) {
+    Term term{std::string(text.begin(), text.end()), {}, {}};
+    if (!caseSensitive) {
+      std::transform(term.bytes.begin(), term.bytes.end(), term.bytes.begin(), lowerAscii);
+      // Units such as U+0131 (dotless i) fold to an ASCII letter of the term.
+      std::string lettersWithLookalikes;
+      for (std::uint32_t unit = 0x80; unit < 0x10000; ++unit) {
+        if (unit >= 0xD800 && unit < 0xE000) continue;
+        const unichar folded = upper[unit];
+        const char letter = lowerAscii(static_cast<char>(folded));
+        if (folded < 0x80 && term.bytes.find(letter) != std::string::npos) {
+          term.lookalikes.push_back(utf16ToUtf8(std::u16string(1, static_cast<char16_t>(unit))));
+          lettersWithLookalikes += letter;
+        }
+      }
+      term.anchor = longestPartWithout(term.bytes, lettersWithLookalikes);
     }
+    _terms.push_back(std::move(term));
   }
   _active = true;
 }
 
 bool SearchPrefilter::mayMatch(std::string_view bytes) const {
   if (!_active) return true;
-  for (const std::string& term : _terms) {
-    if (containsBytes(bytes, term, !_caseSensitive)) return true;
-  }
-  const bool ascii = std::all_of(bytes.begin(), bytes.end(),
-                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-  return !ascii && std::any_of(_foldingToAscii.begin(), _foldingToAscii.end(),
-                               [bytes](const std::string& unit) {
-                                 return containsBytes(bytes, unit, false);
-                               });
+  return std::any_of(_terms.begin(), _terms.end(), [&](const Term& term) {
+    if (containsBytes(bytes, term.bytes, !_caseSensitive)) return true;
+    const bool lookalike =
+        std::any_of(term.lookalikes.begin(), term.lookalikes.end(),
+                    [bytes](const std::string& unit) { return containsBytes(bytes, unit, false); });
+    return lookalike && (term.anchor.empty() || containsBytes(bytes, term.anchor, true));
+  });
 }
 
 }  // namespace orvel::cli

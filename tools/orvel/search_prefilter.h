@@ -6,6 +6,9 @@
 // never for wildcard queries; otherwise every file "may match". Units outside ASCII that
 // fold to ASCII letters (such as U+0131 and U+017F) make a file undecidable, so it is
 // searched.
+//
+// It also answers whether a query is monotone: without negation or XOR, so that a match in
+// a prefix of a text (cut after a non-word unit) is a match in the whole text.
 #pragma once
 
 #include <string>
@@ -16,6 +19,8 @@
 
 namespace orvel::cli {
 
+[[nodiscard]] bool isMonotoneQuery(const QueryTerms& tree);
+
 class SearchPrefilter {
  public:
   SearchPrefilter(const QueryTerms& tree, bool caseSensitive, bool wildcard);
@@ -25,10 +30,17 @@ class SearchPrefilter {
   [[nodiscard]] bool mayMatch(std::string_view bytes) const;
 
  private:
+  struct Term {
+    std::string bytes;                    // lower-cased unless case-sensitive
+    std::vector<std::string> lookalikes;  // UTF-8 of non-ASCII units folding to its letters
+    // The longest part of the term without a letter that has a lookalike: a match spelled
+    // with lookalikes still holds these bytes as they are.
+    std::string anchor;
+  };
+
   bool _active = false;
   bool _caseSensitive = false;
-  std::vector<std::string> _terms;           // lower-cased unless case-sensitive
-  std::vector<std::string> _foldingToAscii;  // UTF-8 of non-ASCII units folding to ASCII
+  std::vector<Term> _terms;
 };
 
 // Whether `needle` occurs in `haystack`, ASCII letters compared without case when asked.
