@@ -46,7 +46,8 @@ Evaluation makeEvaluation(std::u16string_view text, unsigned flags, bool wildcar
   initLowerCharsTable();
   initUpperCharsTable();
   Evaluation evaluation{text, queryTermCharacters(), flags, wildcard};
-  if (wildcard) evaluation.separators = CharacterSetBuilder(evaluation.wordCharacters).invert().build();
+  if (wildcard)
+    evaluation.separators = CharacterSetBuilder(evaluation.wordCharacters).invert().build();
   return evaluation;
 }
 
