@@ -5,8 +5,12 @@
 
 namespace orvel::internal {
 
-void failDebugAssertion(const char* file, unsigned line, const char* condition) {
+void reportDebugAssertion(const char* file, unsigned line, const char* condition) {
   std::fprintf(stderr, "%s:%u: Failed debug assertion `%s'\n", file, line, condition);
+}
+
+void failDebugAssertion(const char* file, unsigned line, const char* condition) {
+  reportDebugAssertion(file, line, condition);
   std::abort();
 }
 

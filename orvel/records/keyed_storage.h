@@ -1,0 +1,127 @@
+// KeyedStorage: a file of checksummed, optionally compressed, optionally block-aligned
+// blocks (keyed_storage_format.h), written by appending and read in order. Blocks can be
+// rewritten in place when the new payload fits, deleted, moved towards the start to
+// compact the file, and copied to a new file through a filter.
+//
+// Processes exclude each other with advisory whole-file locks taken without waiting:
+// readers share, an updating or appending storage is exclusive, and a lock that cannot be
+// had makes the opening fail (isValid() false). An instance is used by one thread at a
+// time. Damage is reported on the log: "Invalid header at OFFSET", "Invalid checksum at
+// OFFSET", "Truncated data at OFFSET", "Failed fdopen: PATH ERRNO".
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <vector>
+
+namespace orvel {
+
+class KeyedStorage;
+
+using BlockBytes = std::span<const std::uint8_t>;
+using Block = std::vector<std::uint8_t>;
+
+// Decides, block by block, what optimizeToPath copies.
+class KeyedStorageHandler {
+ public:
+  virtual ~KeyedStorageHandler() = default;
+  // The destination, the block's payload (decompressed) and the offset at which it would
+  // be written; true keeps the block.
+  virtual bool handleData(KeyedStorage& destination, BlockBytes data, std::uint64_t key) = 0;
+  // True stops the copy (which then answers false).
+  virtual bool shouldCancelIterationOfStorage(KeyedStorage& source) = 0;
+};
+
+class KeyedStorage {
+ public:
+  // Read-only, shared lock, at offset 0.
+  [[nodiscard]] static KeyedStorage forReading(const std::filesystem::path& path);
+  // Read-write (the file is created if missing), exclusive lock, at offset 0.
+  [[nodiscard]] static KeyedStorage forUpdating(const std::filesystem::path& path);
+  // Write-only at the end (created if missing), exclusive lock.
+  [[nodiscard]] static KeyedStorage forAppending(const std::filesystem::path& path);
+
+  KeyedStorage(KeyedStorage&& other) noexcept;
+  KeyedStorage& operator=(KeyedStorage&& other) noexcept;
+  KeyedStorage(const KeyedStorage&) = delete;
+  KeyedStorage& operator=(const KeyedStorage&) = delete;
+  ~KeyedStorage();
+
+  [[nodiscard]] bool isValid() const { return _file != nullptr; }
+  [[nodiscard]] const std::filesystem::path& path() const { return _path; }
+  [[nodiscard]] bool isCompressed() const { return _compressed; }
+  // Compress blocks on writing where that makes them smaller (zlib level 1).
+  void setCompressed(bool compressed) { _compressed = compressed; }
+  [[nodiscard]] std::uint64_t blockSize() const { return _blockSize; }
+  // Should be a multiple of 512 (a debug assertion says so otherwise; it is kept anyway).
+  void setBlockSize(std::uint64_t blockSize);
+
+  [[nodiscard]] std::uint64_t offsetInFile();
+  // Both move the position to the end and answer the file's length.
+  std::uint64_t lengthOfFile();
+  std::uint64_t seekToEndOfFile();
+  bool seekToFileOffset(std::uint64_t offset);
+  // The block last read (deleted blocks passed over and blocks with a bad checksum count).
+  [[nodiscard]] std::uint64_t offsetOfLastBlock() const { return _lastPosition; }
+  [[nodiscard]] std::uint64_t lengthOfLastBlock() const { return _lastLength; }
+
+  // The payload of the next live block from the current position, decompressed; nullopt
+  // at the end or on damage. Deleted blocks are passed over, blocks whose checksum fails
+  // are skipped (damage). storedCompressed, when given, receives the stored bytes of a
+  // compressed block (nullopt for a plain one); damaged is set to true when damage was met
+  // and never cleared here.
+  [[nodiscard]] std::optional<Block> nextAvailableBlock(
+      std::optional<Block>* storedCompressed = nullptr, bool* damaged = nullptr);
+
+  // Appends the payload, compressed when that is on and makes it shorter.
+  bool appendBlock(BlockBytes payload);
+  // Appends bytes that are a zlib stream already, or plain bytes.
+  bool appendCompressedBlock(BlockBytes stored);
+  bool appendUncompressedBlock(BlockBytes payload);
+  // Rewrites the block at offset in place when the new stored form fits in its payload and
+  // slack; the bytes behind the new payload stay as they were.
+  bool updateBlock(BlockBytes payload, std::uint64_t offset);
+  // Turns the block at offset into free space (true at once for a deleted block).
+  bool deleteBlockAtFileOffset(std::uint64_t offset);
+  // Moves the block last read down to target when it fits before the end of its old place
+  // and moves or shrinks; nextOffset gets the next free offset either way. The stored
+  // compressed bytes, when given and compression is on, are written as they are.
+  bool optimizeLastBlock(BlockBytes payload, std::optional<BlockBytes> storedCompressed,
+                         std::uint64_t target, std::uint64_t* nextOffset);
+  // Copies the live blocks to a new file (not this one), through the handler when given.
+  // Without skipErrors, damage met while reading stops the copy with false.
+  bool optimizeToPath(const std::filesystem::path& destination, bool skipErrors,
+                      KeyedStorageHandler* handler);
+
+  bool truncateFileAtOffset(std::uint64_t length);
+  bool synchronizeFile();
+  // Unlocks and closes. Answers the low byte of the close's result: false after a
+  // successful close, true when closing failed or there was no file.
+  bool closeFile();
+
+ private:
+  KeyedStorage() = default;
+  static KeyedStorage open(const std::filesystem::path& path, int flags, const char* mode, int lock,
+                           bool append);
+
+  // What appending the payload stores: compressed or plain, with its marker.
+  std::optional<std::pair<Block, std::uint32_t>> blockForWriting(BlockBytes payload) const;
+  bool appendStored(BlockBytes stored, std::uint32_t marker);
+  bool writeBlock(BlockBytes stored, std::uint32_t marker, std::uint64_t slack);
+  bool writeZeros(std::uint64_t count);
+  // The 16 header bytes at offset; logs "Invalid header at OFFSET" when short or unknown.
+  std::optional<std::array<std::uint8_t, 16>> readHeaderAt(std::uint64_t offset, bool* nothing);
+
+  std::FILE* _file = nullptr;
+  std::filesystem::path _path;
+  std::uint64_t _lastPosition = 0;
+  std::uint64_t _lastLength = 0;
+  std::uint64_t _blockSize = 0;
+  bool _compressed = false;
+};
+
+}  // namespace orvel
