@@ -274,15 +274,25 @@ MappedKeyedFile::~MappedKeyedFile() {
   if (_address != nullptr) ::munmap(const_cast<std::uint8_t*>(_address), _size);
 }
 
-bool isValid(KeyedBytes data) {
-  if (data.data() == nullptr || data.size() < kKeyedHeaderSize) return false;
+std::size_t walkKeyedRecords(KeyedBytes data,
+                             const std::function<void(const KeyedRecordView&)>& visit) {
+  if (data.data() == nullptr) return 0;
   std::size_t offset = 0;
   while (data.size() - offset >= kKeyedHeaderSize) {
     const Record record = recordAt(data, offset);
-    if (!isKnownKeyedTag(record.tag) || record.size > data.size() - offset) return false;
+    if (!isKnownKeyedTag(record.tag) || record.size > data.size() - offset) return offset;
+    if (visit) {
+      visit(
+          KeyedRecordView{record.tag, record.key, offset, data.subspan(offset + 8, 8),
+                          data.subspan(offset + kKeyedHeaderSize, record.size - kKeyedHeaderSize)});
+    }
     offset += record.size;
   }
-  return offset == data.size();
+  return offset;
+}
+
+bool isValid(KeyedBytes data) {
+  return data.size() >= kKeyedHeaderSize && walkKeyedRecords(data, nullptr) == data.size();
 }
 
 std::size_t offsetOfKeyedRecord(KeyedBytes data, std::uint32_t tag, KeyedKey key) {

@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -57,6 +58,19 @@ class MappedKeyedFile {
 
 // A gapless sequence of well-formed records ending exactly at the end (never an empty one).
 [[nodiscard]] bool isValid(KeyedBytes data);
+
+// One record as a walk sees it.
+struct KeyedRecordView {
+  std::uint32_t tag;
+  KeyedKey key;
+  std::size_t offset;
+  KeyedBytes value;    // the 8 value bytes
+  KeyedBytes payload;  // variable types: the payload; else empty
+};
+// Visits the well-formed records from the start and answers the offset where the buffer
+// stops being well-formed: its size when it is valid (and not empty).
+std::size_t walkKeyedRecords(KeyedBytes data,
+                             const std::function<void(const KeyedRecordView&)>& visit);
 
 // The offset of the first record with the tag and key, or NSNotFound.
 [[nodiscard]] std::size_t offsetOfKeyedRecord(KeyedBytes data, std::uint32_t tag, KeyedKey key);

@@ -6,6 +6,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include "orvel/base/big_endian.h"
 #include "orvel/records/keyed_storage_format.h"
@@ -119,14 +122,14 @@ TEST_F(KeyedStorageTest, BadChecksumSkipsBlock) {
 TEST_F(KeyedStorageTest, TornTailIsDamage) {
   append({"one", "two"});
   Block file = fileBytes(_path);
-  file.resize(file.size() - 1);
+  file.pop_back();
   writeFileBytes(_path, file);
   testing::LogCapture capture;
   bool damaged = false;
   EXPECT_THAT(readAll(_path, &damaged), ElementsAre("one"));
   EXPECT_TRUE(damaged);
   EXPECT_THAT(capture.lines(), ElementsAre("Truncated data at 19"));
-  file.resize(19 + 7);  // in the middle of the second header
+  file.erase(file.begin() + 19 + 7, file.end());  // in the middle of the second header
   writeFileBytes(_path, file);
   damaged = false;
   EXPECT_THAT(readAll(_path, &damaged), ElementsAre("one"));
@@ -263,6 +266,78 @@ TEST_F(KeyedStorageTest, BlockSizeMustBeAMultipleOf512ButIsKept) {
   const std::string err = ::testing::internal::GetCapturedStderr();
   EXPECT_NE(err.find("Failed debug assertion `(blockSize%512)==0'"), std::string::npos) << err;
   EXPECT_EQ(storage.blockSize(), 1000u);
+}
+
+}  // namespace
+}  // namespace orvel
+
+namespace orvel {
+namespace {
+
+std::string numbered(int i) {
+  return "block-" + std::to_string(i) + std::string(static_cast<std::size_t>(i % 97), '.');
+}
+
+// Every block read back is the next block appended, intact; answers how many.
+int readSequence(KeyedStorage& storage, bool* damaged) {
+  int count = 0;
+  while (const auto block = storage.nextAvailableBlock(nullptr, damaged)) {
+    EXPECT_EQ(std::string(block->begin(), block->end()), numbered(count));
+    ++count;
+  }
+  return count;
+}
+
+TEST(KeyedStorageCrashTest, KilledWriterLeavesEveryCompleteBlockReadable) {
+  testing::TempDir dir;
+  const auto path = dir.path() / "storage";
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    KeyedStorage storage = KeyedStorage::forAppending(path);
+    for (int i = 0;; ++i) {
+      const std::string payload = numbered(i);
+      storage.appendBlock(
+          BlockBytes(reinterpret_cast<const std::uint8_t*>(payload.data()), payload.size()));
+    }
+  }
+  while (!std::filesystem::exists(path) || std::filesystem::file_size(path) < 200000) usleep(1000);
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+
+  testing::LogCapture capture;
+  bool damaged = false;
+  KeyedStorage reader = KeyedStorage::forReading(path);
+  const int intact = readSequence(reader, &damaged);
+  EXPECT_GT(intact, 1000);
+  const bool torn =
+      reader.offsetOfLastBlock() + reader.lengthOfLastBlock() != std::filesystem::file_size(path);
+  EXPECT_EQ(damaged, torn);
+  reader.closeFile();
+
+  // Both compactions keep every intact block.
+  KeyedStorage source = KeyedStorage::forReading(path);
+  ASSERT_TRUE(source.optimizeToPath(dir.path() / "copy", true, nullptr));
+  source.closeFile();
+  KeyedStorage copy = KeyedStorage::forReading(dir.path() / "copy");
+  bool copyDamaged = false;
+  EXPECT_EQ(readSequence(copy, &copyDamaged), intact);
+  EXPECT_FALSE(copyDamaged);
+
+  {
+    KeyedStorage storage = KeyedStorage::forUpdating(path);
+    std::uint64_t free = 0;
+    while (const auto block = storage.nextAvailableBlock()) {
+      const std::uint64_t resume = storage.offsetInFile();
+      storage.optimizeLastBlock(*block, std::nullopt, free, &free);
+      storage.seekToFileOffset(resume);
+    }
+    ASSERT_TRUE(storage.truncateFileAtOffset(free));
+  }
+  KeyedStorage compacted = KeyedStorage::forReading(path);
+  bool compactedDamaged = false;
+  EXPECT_EQ(readSequence(compacted, &compactedDamaged), intact);
+  EXPECT_FALSE(compactedDamaged);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "orvel/base/log.h"
 #include "orvel/base/utf8.h"
 
 namespace orvel::cli {
@@ -87,6 +88,25 @@ void addFilesOption(CLI::App* command, std::vector<std::string>& files) {
 
 void addFileOption(CLI::App* command, std::string& file) {
   command->add_option("FILE", file, "Input; stdin when absent or '-'")->type_name("FILE");
+}
+
+void installStderrLogSink() {
+  setLogSink([](std::string_view line) {
+    std::fprintf(stderr, "orvel: %.*s\n", static_cast<int>(line.size()), line.data());
+  });
+}
+
+CollectedLog::CollectedLog() {
+  setLogSink([this](std::string_view line) { _lines.emplace_back(line); });
+}
+
+CollectedLog::~CollectedLog() { installStderrLogSink(); }
+
+std::string CollectedLog::suffix() const {
+  if (_lines.empty()) return {};
+  std::string text = " (";
+  for (std::size_t i = 0; i < _lines.size(); ++i) text += (i > 0 ? "; " : "") + _lines[i];
+  return text + ")";
 }
 
 void reportError(const std::string& name, const std::string& message) {

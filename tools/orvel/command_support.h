@@ -50,6 +50,25 @@ void readChunks(const std::string& input,
 void addFilesOption(CLI::App* command, std::vector<std::string>& files);
 void addFileOption(CLI::App* command, std::string& file);
 
+// Library log lines go to stderr as "orvel: LINE".
+void installStderrLogSink();
+
+// Collects the library's log lines instead while it lives, so that a command can fold
+// them into its one error line.
+class CollectedLog {
+ public:
+  CollectedLog();
+  ~CollectedLog();
+  CollectedLog(const CollectedLog&) = delete;
+  CollectedLog& operator=(const CollectedLog&) = delete;
+
+  // " (first line; second line)" or "" when nothing was logged.
+  [[nodiscard]] std::string suffix() const;
+
+ private:
+  std::vector<std::string> _lines;
+};
+
 // Prints a failure line to stderr.
 void reportError(const std::string& name, const std::string& message);
 

@@ -16,4 +16,7 @@ void registerSearchCommands(CLI::App& app);
 // snippets.
 void registerSearchCommand(CLI::App& app, int& status);
 
+// keyed (dump, add, remove), storage (ls, cat, append, delete, verify, compact), zlib.
+void registerRecordCommands(CLI::App& app, int& status);
+
 }  // namespace orvel::cli

@@ -2,8 +2,6 @@
 #include <cstdio>
 #include <string>
 
-#include "orvel/base/log.h"
-
 #include "tools/orvel/command_support.h"
 #include "tools/orvel/commands.h"
 
@@ -22,9 +20,7 @@ std::string commandNamed(CLI::App& app, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  orvel::setLogSink([](std::string_view line) {
-    std::fprintf(stderr, "orvel: %.*s\n", static_cast<int>(line.size()), line.data());
-  });
+  orvel::cli::installStderrLogSink();
 
   CLI::App app("orvel: fast, locale-free text tools over the ORVELfoundation library", "orvel");
   app.require_subcommand(1);
@@ -32,6 +28,7 @@ int main(int argc, char** argv) {
   orvel::cli::registerTextCommands(app, status);
   orvel::cli::registerSearchCommands(app);
   orvel::cli::registerSearchCommand(app, status);
+  orvel::cli::registerRecordCommands(app, status);
 
   try {
     app.parse(argc, argv);
