@@ -8,7 +8,8 @@ packages=(
   libicu-dev zlib1g-dev                          # the library's dependencies
   libcli11-dev nlohmann-json3-dev                # the orvel program's command line and JSON output
   libgtest-dev libgmock-dev                      # tests
-  libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL and Xapian are peers, never linked by the library)
+  libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL, Xapian and SQLite are
+  libsqlite3-dev                                 #   peers, never linked by the library)
   ripgrep hyperfine                              # peers of the search benchmark
 )
 

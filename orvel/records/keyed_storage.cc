@@ -22,7 +22,11 @@ namespace orvel {
 namespace {
 
 constexpr int kCompressionLevel = 1;
+// The stream buffer: 1 KiB where reads and writes interleave (updating); a storage that
+// only reads or only appends goes through its blocks in order, and a 1 KiB buffer would
+// cost a system call or two for every block of a kilobyte.
 constexpr std::size_t kStreamBuffer = 1024;
+constexpr std::size_t kSequentialStreamBuffer = 64 * 1024;
 constexpr std::size_t kZeroPiece = 2048;
 
 std::array<std::uint8_t, kBlockHeaderSize> blockHeader(std::uint32_t marker, std::uint32_t length,
@@ -65,7 +69,8 @@ KeyedStorage KeyedStorage::open(const std::filesystem::path& path, int flags, co
     ::close(fd);
     return storage;
   }
-  std::setvbuf(file, nullptr, _IOFBF, kStreamBuffer);
+  const bool sequential = lock == LOCK_SH || append;
+  std::setvbuf(file, nullptr, _IOFBF, sequential ? kSequentialStreamBuffer : kStreamBuffer);
   if (::flock(fd, lock | LOCK_NB) != 0) {
     std::fclose(file);
     return storage;
@@ -146,17 +151,24 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
   auto damage = [damaged] {
     if (damaged != nullptr) *damaged = true;
   };
-  struct stat info {};
-  const std::uint64_t fileSize =
-      ::fstat(fileno(_file), &info) == 0 ? static_cast<std::uint64_t>(info.st_size) : 0;
+  // The file's size is asked for only where it decides something: a read at or beyond
+  // the end, and a payload length large enough to be worth checking before allocating.
+  auto fileSize = [this] {
+    struct stat info {};
+    return ::fstat(fileno(_file), &info) == 0 ? static_cast<std::uint64_t>(info.st_size) : 0;
+  };
+  constexpr std::uint64_t kCheckedLength = 1 << 20;
   std::uint64_t position = offsetInFile();
+  std::uint64_t streamPosition = position;
   for (;;) {
-    if (!orvel::seekToFileOffset(_file, position)) return std::nullopt;
+    if (streamPosition != position && !orvel::seekToFileOffset(_file, position)) {
+      return std::nullopt;
+    }
     std::uint8_t header[kBlockHeaderSize];
     const std::size_t got = std::fread(header, 1, kBlockHeaderSize, _file);
     // Exactly at the end is the clean end; beyond it, a block's slack pointed past the
     // file, which is damage.
-    if (got == 0 && position <= fileSize) return std::nullopt;
+    if (got == 0 && position <= fileSize()) return std::nullopt;
     const std::uint32_t marker = loadBigEndian32(header);
     if (got < kBlockHeaderSize || !isKnownBlockMarker(marker)) {
       damage();
@@ -167,15 +179,17 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
     _lastPosition = position;
     _lastLength = kBlockHeaderSize + length + loadBigEndian32(header + 8);
     const std::uint64_t next = position + _lastLength;
+    streamPosition = position + kBlockHeaderSize;
     if (length == 0) {
       position = next;
       continue;
     }
     // A length beyond the end of the file is a torn block; it is never allocated.
     Block payload;
-    if (length <= fileSize - std::min(fileSize, position + kBlockHeaderSize)) {
+    if (length < kCheckedLength || length <= fileSize() - std::min(fileSize(), streamPosition)) {
       payload.resize(length);
       payload.resize(std::fread(payload.data(), 1, length, _file));
+      streamPosition += payload.size();
     }
     if (payload.size() < length) {
       damage();
@@ -188,12 +202,14 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
       position = next;
       continue;
     }
-    using orvel::seekToFileOffset;  // the stream function, not the member
-    const std::uint64_t n = next;
-    std::uint64_t o = 0;
-    // clang-format off
-    ORVEL_NONFATAL_ASSERT(seekToFileOffset(_file,o=n));
-    // clang-format on
+    if (next != streamPosition) {
+      using orvel::seekToFileOffset;  // the stream function, not the member
+      const std::uint64_t n = next;
+      std::uint64_t o = 0;
+      // clang-format off
+      ORVEL_NONFATAL_ASSERT(seekToFileOffset(_file,o=n));
+      // clang-format on
+    }
     if (marker != kCompressedBlockMarker) return payload;
     auto inflated = dataByInflatingData(payload);
     if (inflated && storedCompressed != nullptr) *storedCompressed = std::move(payload);
@@ -201,16 +217,17 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
   }
 }
 
-std::optional<std::pair<Block, std::uint32_t>> KeyedStorage::blockForWriting(
-    BlockBytes payload) const {
-  if (payload.empty()) return std::nullopt;
+std::optional<KeyedStorage::StoredBlock> KeyedStorage::blockForWriting(BlockBytes payload) const {
+  if (payload.empty() || payload.data() == nullptr) return std::nullopt;
   if (_compressed) {
     auto compressed = dataByDeflatingData(payload, kCompressionLevel);
     if (compressed && compressed->size() < payload.size()) {
-      return std::pair(std::move(*compressed), kCompressedBlockMarker);
+      StoredBlock stored{std::move(compressed), {}, kCompressedBlockMarker};
+      stored.bytes = *stored.compressed;
+      return stored;
     }
   }
-  return std::pair(Block(payload.begin(), payload.end()), kPlainBlockMarker);
+  return StoredBlock{std::nullopt, payload, kPlainBlockMarker};
 }
 
 // Writes header, stored bytes and slack at the current position, as one write where the
@@ -219,9 +236,9 @@ bool KeyedStorage::writeBlock(BlockBytes stored, std::uint32_t marker, std::uint
   const auto header =
       blockHeader(marker, static_cast<std::uint32_t>(stored.size()),
                   static_cast<std::uint32_t>(slack), CRC32(stored.data(), stored.size()));
-  Block block(header.begin(), header.end());
-  block.insert(block.end(), stored.begin(), stored.end());
-  return writeAll(_file, block.data(), block.size()) && writeZeros(slack);
+  _writeBuffer.assign(header.begin(), header.end());
+  _writeBuffer.insert(_writeBuffer.end(), stored.begin(), stored.end());
+  return writeAll(_file, _writeBuffer.data(), _writeBuffer.size()) && writeZeros(slack);
 }
 
 bool KeyedStorage::writeZeros(std::uint64_t count) {
@@ -241,7 +258,7 @@ bool KeyedStorage::appendStored(BlockBytes stored, std::uint32_t marker) {
 
 bool KeyedStorage::appendBlock(BlockBytes payload) {
   const auto form = blockForWriting(payload);
-  return form && appendStored(form->first, form->second);
+  return form && appendStored(form->bytes, form->marker);
 }
 
 bool KeyedStorage::appendCompressedBlock(BlockBytes stored) {
@@ -275,9 +292,9 @@ bool KeyedStorage::updateBlock(BlockBytes payload, std::uint64_t offset) {
   if (!header) return false;
   const std::uint64_t room =
       std::uint64_t{loadBigEndian32(header->data() + 4)} + loadBigEndian32(header->data() + 8);
-  const Block& stored = form->first;
+  const BlockBytes stored = form->bytes;
   if (stored.size() > room) return false;
-  const auto newHeader = blockHeader(form->second, static_cast<std::uint32_t>(stored.size()),
+  const auto newHeader = blockHeader(form->marker, static_cast<std::uint32_t>(stored.size()),
                                      static_cast<std::uint32_t>(room - stored.size()),
                                      CRC32(stored.data(), stored.size()));
   return orvel::seekToFileOffset(_file, offset) &&
@@ -305,20 +322,20 @@ bool KeyedStorage::optimizeLastBlock(BlockBytes payload, std::optional<BlockByte
     return false;
   };
   if (_file == nullptr || payload.empty()) return noGain();
-  std::optional<std::pair<Block, std::uint32_t>> form;
+  std::optional<StoredBlock> form;
   if (storedCompressed && _compressed) {
-    form.emplace(Block(storedCompressed->begin(), storedCompressed->end()), kCompressedBlockMarker);
+    form = StoredBlock{std::nullopt, *storedCompressed, kCompressedBlockMarker};
   } else {
     form = blockForWriting(payload);
   }
   if (!form) return noGain();
-  const std::uint64_t slack = blockSlack(form->first.size(), _blockSize);
-  const std::uint64_t size = form->first.size() + kBlockHeaderSize + slack;
+  const std::uint64_t slack = blockSlack(form->bytes.size(), _blockSize);
+  const std::uint64_t size = form->bytes.size() + kBlockHeaderSize + slack;
   if (!((_lastPosition > target || _lastLength > size) && target + size <= oldEnd)) {
     return noGain();
   }
   if (nextOffset != nullptr) *nextOffset = target + size;
-  return orvel::seekToFileOffset(_file, target) && writeBlock(form->first, form->second, slack);
+  return orvel::seekToFileOffset(_file, target) && writeBlock(form->bytes, form->marker, slack);
 }
 
 bool KeyedStorage::optimizeToPath(const std::filesystem::path& destination, bool skipErrors,

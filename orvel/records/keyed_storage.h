@@ -108,8 +108,13 @@ class KeyedStorage {
   static KeyedStorage open(const std::filesystem::path& path, int flags, const char* mode, int lock,
                            bool append);
 
-  // What appending the payload stores: compressed or plain, with its marker.
-  std::optional<std::pair<Block, std::uint32_t>> blockForWriting(BlockBytes payload) const;
+  // What appending a payload stores: its compressed bytes, or the payload itself.
+  struct StoredBlock {
+    std::optional<Block> compressed;  // owns the bytes when compressed
+    BlockBytes bytes;
+    std::uint32_t marker;
+  };
+  std::optional<StoredBlock> blockForWriting(BlockBytes payload) const;
   bool appendStored(BlockBytes stored, std::uint32_t marker);
   bool writeBlock(BlockBytes stored, std::uint32_t marker, std::uint64_t slack);
   bool writeZeros(std::uint64_t count);
@@ -122,6 +127,7 @@ class KeyedStorage {
   std::uint64_t _lastLength = 0;
   std::uint64_t _blockSize = 0;
   bool _compressed = false;
+  Block _writeBuffer;  // header and payload, assembled for one write
 };
 
 }  // namespace orvel
