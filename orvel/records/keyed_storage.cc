@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -80,7 +81,24 @@ KeyedStorage KeyedStorage::open(const std::filesystem::path& path, int flags, co
   storage._file = file;
   storage._path = path;
   fseeko(file, 0, append ? SEEK_END : SEEK_SET);
+  if (lock == LOCK_SH) storage.mapForReading();
   return storage;
+}
+
+// A reader holds a shared lock, so no writer changes the file meanwhile: blocks are read
+// from a mapping of it, sparing a copy and the stream's system calls.
+void KeyedStorage::mapForReading() {
+  const std::uint64_t size = fileSize();
+  if (size == 0) return;
+  // Files of moderate size are mapped in one go rather than page by page.
+  constexpr std::uint64_t kPopulatedSize = 256 << 20;
+  const int populate = size <= kPopulatedSize ? MAP_POPULATE : 0;
+  void* address = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | populate, fileno(_file), 0);
+  if (address == MAP_FAILED) return;  // the stream serves instead
+  ::madvise(address, size, MADV_SEQUENTIAL);
+  _map = static_cast<const std::uint8_t*>(address);
+  _mapSize = size;
+  _mapPosition = 0;
 }
 
 KeyedStorage KeyedStorage::forReading(const std::filesystem::path& path) {
@@ -103,7 +121,10 @@ KeyedStorage::KeyedStorage(KeyedStorage&& other) noexcept
       _lastPosition(other._lastPosition),
       _lastLength(other._lastLength),
       _blockSize(other._blockSize),
-      _compressed(other._compressed) {}
+      _compressed(other._compressed),
+      _map(std::exchange(other._map, nullptr)),
+      _mapSize(std::exchange(other._mapSize, 0)),
+      _mapPosition(std::exchange(other._mapPosition, 0)) {}
 
 KeyedStorage& KeyedStorage::operator=(KeyedStorage&& other) noexcept {
   if (this != &other) {
@@ -114,6 +135,9 @@ KeyedStorage& KeyedStorage::operator=(KeyedStorage&& other) noexcept {
     _lastLength = other._lastLength;
     _blockSize = other._blockSize;
     _compressed = other._compressed;
+    _map = std::exchange(other._map, nullptr);
+    _mapSize = std::exchange(other._mapSize, 0);
+    _mapPosition = std::exchange(other._mapPosition, 0);
   }
   return *this;
 }
@@ -129,6 +153,7 @@ void KeyedStorage::setBlockSize(std::uint64_t blockSize) {
 
 std::uint64_t KeyedStorage::offsetInFile() {
   if (_file == nullptr) return 0;
+  if (_map != nullptr) return _mapPosition;
   const off_t offset = ftello(_file);
   return offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
 }
@@ -136,12 +161,36 @@ std::uint64_t KeyedStorage::offsetInFile() {
 std::uint64_t KeyedStorage::lengthOfFile() { return seekToEndOfFile(); }
 
 std::uint64_t KeyedStorage::seekToEndOfFile() {
+  if (_map != nullptr) return _mapPosition = _mapSize;
   if (_file == nullptr || fseeko(_file, 0, SEEK_END) != 0) return 0;
   return offsetInFile();
 }
 
 bool KeyedStorage::seekToFileOffset(std::uint64_t offset) {
+  if (_map != nullptr) {
+    _mapPosition = offset;
+    return true;
+  }
   return _file != nullptr && orvel::seekToFileOffset(_file, offset);
+}
+
+std::uint64_t KeyedStorage::fileSize() const {
+  if (_map != nullptr) return _mapSize;
+  struct stat info {};
+  return ::fstat(fileno(_file), &info) == 0 ? static_cast<std::uint64_t>(info.st_size) : 0;
+}
+
+std::size_t KeyedStorage::readAt(std::uint64_t offset, std::uint8_t* destination,
+                                 std::size_t count) {
+  if (_map != nullptr) {
+    const std::size_t n =
+        offset >= _mapSize ? 0 : std::min<std::uint64_t>(count, _mapSize - offset);
+    std::memcpy(destination, _map + offset, n);
+    _mapPosition = offset + n;
+    return n;
+  }
+  if (offsetInFile() != offset && !orvel::seekToFileOffset(_file, offset)) return 0;
+  return std::fread(destination, 1, count, _file);
 }
 
 std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* storedCompressed,
@@ -151,21 +200,12 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
   auto damage = [damaged] {
     if (damaged != nullptr) *damaged = true;
   };
-  // The file's size is asked for only where it decides something: a read at or beyond
-  // the end, and a payload length large enough to be worth checking before allocating.
-  auto fileSize = [this] {
-    struct stat info {};
-    return ::fstat(fileno(_file), &info) == 0 ? static_cast<std::uint64_t>(info.st_size) : 0;
-  };
+  // Payload lengths this large are checked against the file before anything is allocated.
   constexpr std::uint64_t kCheckedLength = 1 << 20;
   std::uint64_t position = offsetInFile();
-  std::uint64_t streamPosition = position;
   for (;;) {
-    if (streamPosition != position && !orvel::seekToFileOffset(_file, position)) {
-      return std::nullopt;
-    }
     std::uint8_t header[kBlockHeaderSize];
-    const std::size_t got = std::fread(header, 1, kBlockHeaderSize, _file);
+    const std::size_t got = readAt(position, header, kBlockHeaderSize);
     // Exactly at the end is the clean end; beyond it, a block's slack pointed past the
     // file, which is damage.
     if (got == 0 && position <= fileSize()) return std::nullopt;
@@ -179,17 +219,16 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
     _lastPosition = position;
     _lastLength = kBlockHeaderSize + length + loadBigEndian32(header + 8);
     const std::uint64_t next = position + _lastLength;
-    streamPosition = position + kBlockHeaderSize;
+    const std::uint64_t payloadStart = position + kBlockHeaderSize;
     if (length == 0) {
       position = next;
       continue;
     }
     // A length beyond the end of the file is a torn block; it is never allocated.
     Block payload;
-    if (length < kCheckedLength || length <= fileSize() - std::min(fileSize(), streamPosition)) {
+    if (length < kCheckedLength || payloadStart + length <= fileSize()) {
       payload.resize(length);
-      payload.resize(std::fread(payload.data(), 1, length, _file));
-      streamPosition += payload.size();
+      payload.resize(readAt(payloadStart, payload.data(), length));
     }
     if (payload.size() < length) {
       damage();
@@ -202,7 +241,9 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
       position = next;
       continue;
     }
-    if (next != streamPosition) {
+    if (_map != nullptr) {
+      _mapPosition = next;
+    } else if (payloadStart + length != next) {
       using orvel::seekToFileOffset;  // the stream function, not the member
       const std::uint64_t n = next;
       std::uint64_t o = 0;
@@ -230,15 +271,13 @@ std::optional<KeyedStorage::StoredBlock> KeyedStorage::blockForWriting(BlockByte
   return StoredBlock{std::nullopt, payload, kPlainBlockMarker};
 }
 
-// Writes header, stored bytes and slack at the current position, as one write where the
-// stream allows.
+// Writes header, stored bytes and slack at the current position.
 bool KeyedStorage::writeBlock(BlockBytes stored, std::uint32_t marker, std::uint64_t slack) {
   const auto header =
       blockHeader(marker, static_cast<std::uint32_t>(stored.size()),
                   static_cast<std::uint32_t>(slack), CRC32(stored.data(), stored.size()));
-  _writeBuffer.assign(header.begin(), header.end());
-  _writeBuffer.insert(_writeBuffer.end(), stored.begin(), stored.end());
-  return writeAll(_file, _writeBuffer.data(), _writeBuffer.size()) && writeZeros(slack);
+  return writeAll(_file, header.data(), header.size()) &&
+         writeAll(_file, stored.data(), stored.size()) && writeZeros(slack);
 }
 
 bool KeyedStorage::writeZeros(std::uint64_t count) {
@@ -379,6 +418,9 @@ bool KeyedStorage::synchronizeFile() {
 }
 
 bool KeyedStorage::closeFile() {
+  if (_map != nullptr) ::munmap(const_cast<std::uint8_t*>(_map), _mapSize);
+  _map = nullptr;
+  _mapSize = _mapPosition = 0;
   if (_file == nullptr) return true;
   ::flock(fileno(_file), LOCK_UN);
   const int result = std::fclose(_file);

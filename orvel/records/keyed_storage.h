@@ -118,6 +118,10 @@ class KeyedStorage {
   bool appendStored(BlockBytes stored, std::uint32_t marker);
   bool writeBlock(BlockBytes stored, std::uint32_t marker, std::uint64_t slack);
   bool writeZeros(std::uint64_t count);
+  void mapForReading();
+  [[nodiscard]] std::uint64_t fileSize() const;
+  // Up to count bytes at offset, leaving the position after them; answers how many.
+  std::size_t readAt(std::uint64_t offset, std::uint8_t* destination, std::size_t count);
   // The 16 header bytes at offset; logs "Invalid header at OFFSET" when short or unknown.
   std::optional<std::array<std::uint8_t, 16>> readHeaderAt(std::uint64_t offset, bool* nothing);
 
@@ -127,7 +131,10 @@ class KeyedStorage {
   std::uint64_t _lastLength = 0;
   std::uint64_t _blockSize = 0;
   bool _compressed = false;
-  Block _writeBuffer;  // header and payload, assembled for one write
+  // A storage opened for reading reads through a mapping of the file.
+  const std::uint8_t* _map = nullptr;
+  std::uint64_t _mapSize = 0;
+  std::uint64_t _mapPosition = 0;
 };
 
 }  // namespace orvel
