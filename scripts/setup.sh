@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   cmake ninja-build g++ pkg-config clang-format  # toolchain
-  libicu-dev zlib1g-dev                          # the library's dependencies
+  libicu-dev zlib1g-dev liburiparser-dev         # the library's dependencies
   libcli11-dev nlohmann-json3-dev                # the orvel program's command line and JSON output
   libgtest-dev libgmock-dev                      # tests
   libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL, Xapian and SQLite are

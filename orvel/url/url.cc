@@ -1,0 +1,74 @@
+#include "orvel/url/url.h"
+
+#include <uriparser/Uri.h>
+
+#include "orvel/base/utf8.h"
+
+namespace orvel {
+namespace {
+
+std::u16string textOf(const UriTextRangeA& range) {
+  if (range.first == nullptr || range.afterLast == nullptr) return {};
+  return std::u16string(range.first, range.afterLast);  // ASCII: URL text is never wider
+}
+
+// The path segments joined by "/", absolute when the URI says so.
+std::u16string pathOf(const UriUriA& uri) {
+  std::u16string path;
+  if (uri.absolutePath || uri.hostText.first != nullptr) path = u"/";
+  for (const UriPathSegmentA* segment = uri.pathHead; segment != nullptr; segment = segment->next) {
+    path += textOf(segment->text);
+    if (segment->next != nullptr) path += u"/";
+  }
+  return path;
+}
+
+bool keptInPath(unsigned char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+         std::string_view("-._~/!$&'()*+,;=:@").find(static_cast<char>(c)) !=
+             std::string_view::npos;
+}
+
+}  // namespace
+
+std::optional<URL> URL::URLWithString(std::u16string_view text) {
+  if (text.empty()) return std::nullopt;
+  for (char16_t unit : text) {
+    if (unit >= 0x80) return std::nullopt;
+  }
+  const std::string ascii(text.begin(), text.end());
+  UriUriA uri;
+  const char* errorPosition = nullptr;
+  if (uriParseSingleUriA(&uri, ascii.c_str(), &errorPosition) != URI_SUCCESS) {
+    return std::nullopt;
+  }
+  URL url;
+  url._absoluteString = std::u16string(text);
+  url._scheme = textOf(uri.scheme);
+  url._host = textOf(uri.hostText);
+  url._path = pathOf(uri);
+  uriFreeUriMembersA(&uri);
+  return url;
+}
+
+URL URL::fileURLWithPath(const std::filesystem::path& path) {
+  const std::string absolute = std::filesystem::absolute(path).lexically_normal().string();
+  std::u16string escaped;
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  for (unsigned char c : absolute) {
+    if (keptInPath(c)) {
+      escaped += static_cast<char16_t>(c);
+    } else {
+      escaped += u'%';
+      escaped += static_cast<char16_t>(kHex[c >> 4]);
+      escaped += static_cast<char16_t>(kHex[c & 15]);
+    }
+  }
+  URL url;
+  url._absoluteString = u"file://" + escaped;
+  url._scheme = u"file";
+  url._path = escaped;
+  return url;
+}
+
+}  // namespace orvel

@@ -1,0 +1,42 @@
+// URL: a URL reference as a value, parsed by RFC 3986 (through uriparser) and kept with
+// its absolute string. Link cleaning, the link filter and resolution against a base page
+// build on it.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvel {
+
+class URL {
+ public:
+  // Nullopt when the text is not a URL reference (for example, it holds a space or a
+  // character outside ASCII that is not percent-escaped).
+  [[nodiscard]] static std::optional<URL> URLWithString(std::u16string_view text);
+  // A file URL for a path: "file://" and the path with the characters a URL path may not
+  // hold percent-escaped; a relative path is taken from the current folder.
+  [[nodiscard]] static URL fileURLWithPath(const std::filesystem::path& path);
+
+  [[nodiscard]] const std::u16string& absoluteString() const { return _absoluteString; }
+  // The parts, as written (not percent-decoded); empty when absent.
+  [[nodiscard]] const std::u16string& scheme() const { return _scheme; }
+  [[nodiscard]] const std::u16string& host() const { return _host; }
+  [[nodiscard]] const std::u16string& path() const { return _path; }
+  [[nodiscard]] bool isFileURL() const { return _scheme == u"file"; }
+
+  friend bool operator==(const URL& a, const URL& b) {
+    return a._absoluteString == b._absoluteString;
+  }
+
+ private:
+  URL() = default;
+
+  std::u16string _absoluteString;
+  std::u16string _scheme;
+  std::u16string _host;
+  std::u16string _path;
+};
+
+}  // namespace orvel
