@@ -1,6 +1,8 @@
 #include "orvel/records/compression.h"
 
 #include <limits>
+#include <memory>
+#include <vector>
 
 #include <zlib.h>
 
@@ -22,6 +24,51 @@ int normalizedLevel(int level) {
   return level <= 0 ? 1 : level;
 }
 
+// zlib's stream state is large (a deflate stream needs about 256 KiB); each thread keeps
+// one stream per set of parameters and resets it between uses instead of allocating anew.
+struct DeflateStreams {
+  struct Entry {
+    int level;
+    int windowBits;
+    z_stream stream;
+  };
+  // A stream must not move once initialised: zlib's state points back to it.
+  std::vector<std::unique_ptr<Entry>> entries;
+  ~DeflateStreams() {
+    for (auto& entry : entries) deflateEnd(&entry->stream);
+  }
+  z_stream* get(int level, int windowBits) {
+    for (auto& entry : entries) {
+      if (entry->level == level && entry->windowBits == windowBits) {
+        return deflateReset(&entry->stream) == Z_OK ? &entry->stream : nullptr;
+      }
+    }
+    auto entry = std::make_unique<Entry>(Entry{level, windowBits, {}});
+    if (deflateInit2(&entry->stream, level, Z_DEFLATED, windowBits, 8, Z_DEFAULT_STRATEGY) !=
+        Z_OK) {
+      return nullptr;
+    }
+    entries.push_back(std::move(entry));
+    return &entries.back()->stream;
+  }
+};
+
+struct InflateStream {
+  z_stream stream{};
+  bool ready = false;
+  ~InflateStream() {
+    if (ready) inflateEnd(&stream);
+  }
+  z_stream* get() {
+    if (ready) return inflateReset(&stream) == Z_OK ? &stream : nullptr;
+    ready = inflateInit2(&stream, kAutomaticHeaderWindowBits) == Z_OK;
+    return ready ? &stream : nullptr;
+  }
+};
+
+thread_local DeflateStreams deflateStreams;
+thread_local InflateStream inflateStream;
+
 }  // namespace
 
 std::optional<std::vector<std::uint8_t>> dataByCompressingBytes(const void* bytes,
@@ -29,24 +76,21 @@ std::optional<std::vector<std::uint8_t>> dataByCompressingBytes(const void* byte
                                                                 int compressionLevel,
                                                                 bool useGzip) {
   if (!acceptableLength(bytes, length)) return std::nullopt;
-  z_stream stream{};
-  if (deflateInit2(&stream, normalizedLevel(compressionLevel), Z_DEFLATED,
-                   useGzip ? kGzipWindowBits : kZlibWindowBits, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
-    return std::nullopt;
-  }
+  z_stream* stream = deflateStreams.get(normalizedLevel(compressionLevel),
+                                        useGzip ? kGzipWindowBits : kZlibWindowBits);
+  if (stream == nullptr) return std::nullopt;
   std::vector<std::uint8_t> result;
   result.reserve(length / 4);
-  stream.next_in = static_cast<Bytef*>(const_cast<void*>(bytes));
-  stream.avail_in = static_cast<uInt>(length);
+  stream->next_in = static_cast<Bytef*>(const_cast<void*>(bytes));
+  stream->avail_in = static_cast<uInt>(length);
   int status;
   do {
     Bytef chunk[kChunk];
-    stream.next_out = chunk;
-    stream.avail_out = kChunk;
-    status = deflate(&stream, Z_FINISH);
-    result.insert(result.end(), chunk, chunk + (kChunk - stream.avail_out));
+    stream->next_out = chunk;
+    stream->avail_out = kChunk;
+    status = deflate(stream, Z_FINISH);
+    result.insert(result.end(), chunk, chunk + (kChunk - stream->avail_out));
   } while (status == Z_OK);
-  deflateEnd(&stream);
   if (status != Z_STREAM_END) return std::nullopt;
   return result;
 }
@@ -74,24 +118,22 @@ std::optional<std::vector<std::uint8_t>> dataByDeflatingData(std::span<const std
 bool setDataByInflatingBytes(std::vector<std::uint8_t>& data, const void* bytes,
                              std::size_t length) {
   if (!acceptableLength(bytes, length)) return false;
-  z_stream stream{};
-  if (inflateInit2(&stream, kAutomaticHeaderWindowBits) != Z_OK) return false;
+  z_stream* stream = inflateStream.get();
+  if (stream == nullptr) return false;
   data.clear();
-  stream.next_in = static_cast<Bytef*>(const_cast<void*>(bytes));
-  stream.avail_in = static_cast<uInt>(length);
+  stream->next_in = static_cast<Bytef*>(const_cast<void*>(bytes));
+  stream->avail_in = static_cast<uInt>(length);
   int status;
   do {
     Bytef chunk[kChunk];
-    stream.next_out = chunk;
-    stream.avail_out = kChunk;
-    status = inflate(&stream, Z_NO_FLUSH);
+    stream->next_out = chunk;
+    stream->avail_out = kChunk;
+    status = inflate(stream, Z_NO_FLUSH);
     if (status == Z_OK || status == Z_STREAM_END) {
-      data.insert(data.end(), chunk, chunk + (kChunk - stream.avail_out));
+      data.insert(data.end(), chunk, chunk + (kChunk - stream->avail_out));
     }
   } while (status == Z_OK);
-  const bool consumedAll = stream.avail_in == 0;
-  inflateEnd(&stream);
-  return status == Z_STREAM_END && consumedAll;
+  return status == Z_STREAM_END && stream->avail_in == 0;
 }
 
 bool setDataByInflating(std::vector<std::uint8_t>& data, std::span<const std::uint8_t> compressed) {

@@ -94,13 +94,17 @@ TEST(Crc32Test, EqualsZlibWithInvertedRegister) {
 TEST(Crc32Test, PortableAndCarrylessPathsAgreeAtEveryLengthAndAlignment) {
   const auto bytes = randomBytes(4096, 11);
   for (std::size_t offset = 0; offset < 16; ++offset) {
-    for (std::size_t length = 0; length + offset <= 600; ++length) {
+    for (std::size_t length = 0; length + offset <= 1200; ++length) {
       const std::uint8_t* data = bytes.data() + offset;
       const std::uint32_t expected = zlibEquivalent(data, length);
       ASSERT_EQ(internal::crc32UpdatePortable(0, data, length), expected)
           << offset << "/" << length;
       if (internal::crc32ClmulSupported()) {
         ASSERT_EQ(internal::crc32UpdateClmul(0, data, length), expected) << offset << "/" << length;
+      }
+      if (internal::crc32Vpclmul512Supported()) {
+        ASSERT_EQ(internal::crc32UpdateVpclmul512(0, data, length), expected)
+            << offset << "/" << length;
       }
     }
   }
