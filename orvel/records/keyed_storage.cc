@@ -226,7 +226,12 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
     }
     // A length beyond the end of the file is a torn block; it is never allocated.
     Block payload;
-    if (length < kCheckedLength || payloadStart + length <= fileSize()) {
+    if (_map != nullptr) {
+      // Straight from the mapping, without first zeroing the bytes to be overwritten.
+      const std::uint64_t end = std::min(_mapSize, payloadStart + length);
+      if (payloadStart < end) payload.assign(_map + payloadStart, _map + end);
+      _mapPosition = end;
+    } else if (length < kCheckedLength || payloadStart + length <= fileSize()) {
       payload.resize(length);
       payload.resize(readAt(payloadStart, payload.data(), length));
     }
