@@ -1,5 +1,6 @@
 #include "bench/bench_support.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -15,7 +16,8 @@
 namespace orvel::bench {
 namespace {
 
-// Prints as the console reporter does, and remembers each benchmark's time per iteration.
+// Prints as the console reporter does, and remembers each benchmark's best time per
+// iteration over its repetitions (the least disturbed run of a noisy machine).
 class RecordingReporter : public benchmark::ConsoleReporter {
  public:
   RecordingReporter() : ConsoleReporter(isatty(STDOUT_FILENO) ? OO_Defaults : OO_None) {}
@@ -23,7 +25,9 @@ class RecordingReporter : public benchmark::ConsoleReporter {
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const Run& run : runs) {
       if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
-        _seconds[run.run_name.function_name] = run.real_accumulated_time / double(run.iterations);
+        const double seconds = run.real_accumulated_time / double(run.iterations);
+        const auto [entry, inserted] = _seconds.emplace(run.run_name.function_name, seconds);
+        if (!inserted) entry->second = std::min(entry->second, seconds);
       }
     }
     ConsoleReporter::ReportRuns(runs);

@@ -27,6 +27,7 @@ struct Throughput {
 //   "RATIO ours vs peer: 1.23x (target >= 1.00x) ok"
 //   "RATE name: 1.52e+09 code units/s (target >= 1.00e+09) ok"
 // The ratio is the peer's time divided by ours on the same input: above 1 we are faster.
+// A benchmark run with repetitions counts with its best repetition.
 // Answers 1 when a target was missed.
 int runAndCompare(int argc, char** argv, const std::vector<Comparison>& comparisons,
                   const std::vector<Throughput>& throughputs = {});
