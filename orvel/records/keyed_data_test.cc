@@ -1,5 +1,6 @@
 #include "orvel/records/keyed_data.h"
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -238,6 +239,40 @@ TEST(KeyedDataTest, FilesReadPlainUncachedAndMapped) {
   EXPECT_EQ(unsignedForKey(mapped->bytes(), 1), 42u);
   EXPECT_FALSE(dataWithKeyedFile(dir.path() / "missing").has_value());
   EXPECT_TRUE(dataWithMappedKeyedFile(dir.writeFile("empty", ""))->bytes().empty());
+}
+
+}  // namespace
+}  // namespace orvel
+
+namespace orvel {
+namespace {
+
+// Damaged buffers never crash a reader: every operation answers from what is well-formed.
+TEST(KeyedDataTest, RandomDamageNeverCrashesAReader) {
+  KeyedBuffer good;
+  addUnsigned(good, 1, 1);
+  addString(good, u"text", 2);
+  addBytes(good, "raw", 3, 3);
+  addDouble(good, 2.5, 4);
+  std::mt19937 generator(4);
+  for (int round = 0; round < 2000; ++round) {
+    KeyedBuffer data = good;
+    for (int flips = 0; flips < 3; ++flips) data[generator() % data.size()] ^= generator() & 0xFF;
+    data.resize(generator() % (data.size() + 1));
+    static_cast<void>(isValid(data));
+    static_cast<void>(stringForKey(data, 2));
+    static_cast<void>(dataForKey(data, 3));
+    static_cast<void>(doubleForKey(data, 4));
+    static_cast<void>(numberOfKeyedData(data, 0));
+    static_cast<void>(stringsForKey(data, 2));
+    static_cast<void>(isEqualToKeyedData(data, KeyedBytes(good), 0));
+    static_cast<void>(handleKeyedDataUsingHandler(
+        data, [](std::uint32_t, KeyedKey, const void*, void*) { return true; }, 0, true, false,
+        nullptr));
+    walkKeyedRecords(data, [](const KeyedRecordView&) {});
+    removeUnsignedForKey(data, 1);
+    EXPECT_TRUE(data.empty() || isValid(data)) << round;  // removal cuts damage off
+  }
 }
 
 }  // namespace

@@ -1,3 +1,4 @@
+#include <random>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -190,6 +191,34 @@ TEST(QueryTermsTest, PositiveTermCollections) {
   EXPECT_EQ(plusString(u"x -y z"), u"x z");
   EXPECT_EQ(plusTerms(u"x -y z").size(), 2u);
   EXPECT_THAT(plusWords(u"x-y"), ElementsAre(u"x", u"y"));
+}
+
+}  // namespace
+}  // namespace orvel
+
+namespace orvel {
+namespace {
+
+// Random queries of the grammar's own characters never crash the parser, the writer or the
+// evaluator (the sanitizer build watches every access), and every tree keeps its invariants.
+TEST(QueryParserTest, RandomQueriesAreAlwaysAccepted) {
+  std::mt19937 generator(11);
+  const std::u16string alphabet = u"ab NOT OR NEAR/2 -+!&|^~()[]\"\u201C\u201E*?xyz\t\n";
+  const std::u16string text = u"a b x y z ab NEAR xyz (a) \"b\" zz";
+  for (int round = 0; round < 3000; ++round) {
+    std::u16string query(generator() % 40, u' ');
+    for (char16_t& unit : query) unit = alphabet[generator() % alphabet.size()];
+    for (const QueryTerms& tree : {QueryTerms(query), QueryTerms::withWildcard(query)}) {
+      for (const QueryTerms& child : tree.children()) {
+        EXPECT_TRUE(child.isWord() ? !child.string().empty() : child.children().size() >= 2);
+      }
+      static_cast<void>(tree.description());
+      static_cast<void>(tree.normalizedQueryTerm());
+      static_cast<void>(tree.matchesString(text, false));
+      static_cast<void>(tree.matchesString(text, WildcardComparison{1}));
+      static_cast<void>(tree.plusWildcards());
+    }
+  }
 }
 
 }  // namespace
