@@ -66,6 +66,26 @@ struct InflateStream {
   }
 };
 
+// Feeds the input to `step` (deflate or inflate) into 16 KiB chunks, appending what each
+// call produces, until the stream ends or fails; answers the last status.
+template <typename Step>
+int runStream(z_stream* stream, const void* bytes, std::size_t length,
+              std::vector<std::uint8_t>& output, Step step) {
+  stream->next_in = static_cast<Bytef*>(const_cast<void*>(bytes));
+  stream->avail_in = static_cast<uInt>(length);
+  int status;
+  do {
+    Bytef chunk[kChunk];
+    stream->next_out = chunk;
+    stream->avail_out = kChunk;
+    status = step(stream);
+    if (status == Z_OK || status == Z_STREAM_END) {
+      output.insert(output.end(), chunk, chunk + (kChunk - stream->avail_out));
+    }
+  } while (status == Z_OK);
+  return status;
+}
+
 thread_local DeflateStreams deflateStreams;
 thread_local InflateStream inflateStream;
 
@@ -81,17 +101,10 @@ std::optional<std::vector<std::uint8_t>> dataByCompressingBytes(const void* byte
   if (stream == nullptr) return std::nullopt;
   std::vector<std::uint8_t> result;
   result.reserve(length / 4);
-  stream->next_in = static_cast<Bytef*>(const_cast<void*>(bytes));
-  stream->avail_in = static_cast<uInt>(length);
-  int status;
-  do {
-    Bytef chunk[kChunk];
-    stream->next_out = chunk;
-    stream->avail_out = kChunk;
-    status = deflate(stream, Z_FINISH);
-    result.insert(result.end(), chunk, chunk + (kChunk - stream->avail_out));
-  } while (status == Z_OK);
-  if (status != Z_STREAM_END) return std::nullopt;
+  if (runStream(stream, bytes, length, result, [](z_stream* s) { return deflate(s, Z_FINISH); }) !=
+      Z_STREAM_END) {
+    return std::nullopt;
+  }
   return result;
 }
 
@@ -121,18 +134,8 @@ bool setDataByInflatingBytes(std::vector<std::uint8_t>& data, const void* bytes,
   z_stream* stream = inflateStream.get();
   if (stream == nullptr) return false;
   data.clear();
-  stream->next_in = static_cast<Bytef*>(const_cast<void*>(bytes));
-  stream->avail_in = static_cast<uInt>(length);
-  int status;
-  do {
-    Bytef chunk[kChunk];
-    stream->next_out = chunk;
-    stream->avail_out = kChunk;
-    status = inflate(stream, Z_NO_FLUSH);
-    if (status == Z_OK || status == Z_STREAM_END) {
-      data.insert(data.end(), chunk, chunk + (kChunk - stream->avail_out));
-    }
-  } while (status == Z_OK);
+  const int status =
+      runStream(stream, bytes, length, data, [](z_stream* s) { return inflate(s, Z_NO_FLUSH); });
   return status == Z_STREAM_END && stream->avail_in == 0;
 }
 

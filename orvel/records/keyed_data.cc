@@ -300,152 +300,40 @@ std::size_t offsetOfKeyedRecord(KeyedBytes data, std::uint32_t tag, KeyedKey key
   return record ? record->offset : NSNotFound;
 }
 
-bool containsBoolForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedBoolTag, key) != NSNotFound;
-}
-std::size_t offsetOfBoolForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedBoolTag, key);
-}
-std::int8_t boolForKey(KeyedBytes data, KeyedKey key) {
-  return readFixed<std::int8_t>(data, kKeyedBoolTag, key).value_or(std::int8_t{});
-}
-bool removeBoolForKey(KeyedBuffer& data, KeyedKey key) {
-  return removeFirst(data, kKeyedBoolTag, key);
-}
-bool addBool(KeyedBuffer& data, std::int8_t value, KeyedKey key) {
-  appendFixed(data, kKeyedBoolTag, key, value);
-  return true;
-}
-bool setBool(KeyedBuffer& data, std::int8_t value, KeyedKey key) {
-  setFixed(data, kKeyedBoolTag, key, value);
-  return true;
-}
+// The six operations of a fixed-size family, all through the shared helpers above.
+#define ORVEL_KEYED_FIXED_FAMILY(Name, getter, Type, tag)             \
+  bool contains##Name##ForKey(KeyedBytes data, KeyedKey key) {        \
+    return offsetOfKeyedRecord(data, tag, key) != NSNotFound;         \
+  }                                                                   \
+  std::size_t offsetOf##Name##ForKey(KeyedBytes data, KeyedKey key) { \
+    return offsetOfKeyedRecord(data, tag, key);                       \
+  }                                                                   \
+  Type getter(KeyedBytes data, KeyedKey key) {                        \
+    return readFixed<Type>(data, tag, key).value_or(Type{});          \
+  }                                                                   \
+  bool remove##Name##ForKey(KeyedBuffer& data, KeyedKey key) {        \
+    return removeFirst(data, tag, key);                               \
+  }                                                                   \
+  bool add##Name(KeyedBuffer& data, Type value, KeyedKey key) {       \
+    appendFixed(data, tag, key, value);                               \
+    return true;                                                      \
+  }                                                                   \
+  bool set##Name(KeyedBuffer& data, Type value, KeyedKey key) {       \
+    setFixed(data, tag, key, value);                                  \
+    return true;                                                      \
+  }
 
-bool containsUnsignedForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedUnsignedTag, key) != NSNotFound;
-}
-std::size_t offsetOfUnsignedForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedUnsignedTag, key);
-}
-std::uint32_t unsignedForKey(KeyedBytes data, KeyedKey key) {
-  return readFixed<std::uint32_t>(data, kKeyedUnsignedTag, key).value_or(std::uint32_t{});
-}
-bool removeUnsignedForKey(KeyedBuffer& data, KeyedKey key) {
-  return removeFirst(data, kKeyedUnsignedTag, key);
-}
-bool addUnsigned(KeyedBuffer& data, std::uint32_t value, KeyedKey key) {
-  appendFixed(data, kKeyedUnsignedTag, key, value);
-  return true;
-}
-bool setUnsigned(KeyedBuffer& data, std::uint32_t value, KeyedKey key) {
-  setFixed(data, kKeyedUnsignedTag, key, value);
-  return true;
-}
+ORVEL_KEYED_FIXED_FAMILY(Bool, boolForKey, std::int8_t, kKeyedBoolTag)
+ORVEL_KEYED_FIXED_FAMILY(Unsigned, unsignedForKey, std::uint32_t, kKeyedUnsignedTag)
+ORVEL_KEYED_FIXED_FAMILY(Signed, signedForKey, std::int32_t, kKeyedSignedTag)
+ORVEL_KEYED_FIXED_FAMILY(UnsignedLongLong, unsignedLongLongForKey, std::uint64_t,
+                         kKeyedUnsignedLongLongTag)
+ORVEL_KEYED_FIXED_FAMILY(SignedLongLong, signedLongLongForKey, std::int64_t,
+                         kKeyedSignedLongLongTag)
+ORVEL_KEYED_FIXED_FAMILY(Float, floatForKey, float, kKeyedFloatTag)
+ORVEL_KEYED_FIXED_FAMILY(Double, doubleForKey, double, kKeyedDoubleTag)
 
-bool containsSignedForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedSignedTag, key) != NSNotFound;
-}
-std::size_t offsetOfSignedForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedSignedTag, key);
-}
-std::int32_t signedForKey(KeyedBytes data, KeyedKey key) {
-  return readFixed<std::int32_t>(data, kKeyedSignedTag, key).value_or(std::int32_t{});
-}
-bool removeSignedForKey(KeyedBuffer& data, KeyedKey key) {
-  return removeFirst(data, kKeyedSignedTag, key);
-}
-bool addSigned(KeyedBuffer& data, std::int32_t value, KeyedKey key) {
-  appendFixed(data, kKeyedSignedTag, key, value);
-  return true;
-}
-bool setSigned(KeyedBuffer& data, std::int32_t value, KeyedKey key) {
-  setFixed(data, kKeyedSignedTag, key, value);
-  return true;
-}
-
-bool containsUnsignedLongLongForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedUnsignedLongLongTag, key) != NSNotFound;
-}
-std::size_t offsetOfUnsignedLongLongForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedUnsignedLongLongTag, key);
-}
-std::uint64_t unsignedLongLongForKey(KeyedBytes data, KeyedKey key) {
-  return readFixed<std::uint64_t>(data, kKeyedUnsignedLongLongTag, key).value_or(std::uint64_t{});
-}
-bool removeUnsignedLongLongForKey(KeyedBuffer& data, KeyedKey key) {
-  return removeFirst(data, kKeyedUnsignedLongLongTag, key);
-}
-bool addUnsignedLongLong(KeyedBuffer& data, std::uint64_t value, KeyedKey key) {
-  appendFixed(data, kKeyedUnsignedLongLongTag, key, value);
-  return true;
-}
-bool setUnsignedLongLong(KeyedBuffer& data, std::uint64_t value, KeyedKey key) {
-  setFixed(data, kKeyedUnsignedLongLongTag, key, value);
-  return true;
-}
-
-bool containsSignedLongLongForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedSignedLongLongTag, key) != NSNotFound;
-}
-std::size_t offsetOfSignedLongLongForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedSignedLongLongTag, key);
-}
-std::int64_t signedLongLongForKey(KeyedBytes data, KeyedKey key) {
-  return readFixed<std::int64_t>(data, kKeyedSignedLongLongTag, key).value_or(std::int64_t{});
-}
-bool removeSignedLongLongForKey(KeyedBuffer& data, KeyedKey key) {
-  return removeFirst(data, kKeyedSignedLongLongTag, key);
-}
-bool addSignedLongLong(KeyedBuffer& data, std::int64_t value, KeyedKey key) {
-  appendFixed(data, kKeyedSignedLongLongTag, key, value);
-  return true;
-}
-bool setSignedLongLong(KeyedBuffer& data, std::int64_t value, KeyedKey key) {
-  setFixed(data, kKeyedSignedLongLongTag, key, value);
-  return true;
-}
-
-bool containsFloatForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedFloatTag, key) != NSNotFound;
-}
-std::size_t offsetOfFloatForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedFloatTag, key);
-}
-float floatForKey(KeyedBytes data, KeyedKey key) {
-  return readFixed<float>(data, kKeyedFloatTag, key).value_or(float{});
-}
-bool removeFloatForKey(KeyedBuffer& data, KeyedKey key) {
-  return removeFirst(data, kKeyedFloatTag, key);
-}
-bool addFloat(KeyedBuffer& data, float value, KeyedKey key) {
-  appendFixed(data, kKeyedFloatTag, key, value);
-  return true;
-}
-bool setFloat(KeyedBuffer& data, float value, KeyedKey key) {
-  setFixed(data, kKeyedFloatTag, key, value);
-  return true;
-}
-
-bool containsDoubleForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedDoubleTag, key) != NSNotFound;
-}
-std::size_t offsetOfDoubleForKey(KeyedBytes data, KeyedKey key) {
-  return offsetOfKeyedRecord(data, kKeyedDoubleTag, key);
-}
-double doubleForKey(KeyedBytes data, KeyedKey key) {
-  return readFixed<double>(data, kKeyedDoubleTag, key).value_or(double{});
-}
-bool removeDoubleForKey(KeyedBuffer& data, KeyedKey key) {
-  return removeFirst(data, kKeyedDoubleTag, key);
-}
-bool addDouble(KeyedBuffer& data, double value, KeyedKey key) {
-  appendFixed(data, kKeyedDoubleTag, key, value);
-  return true;
-}
-bool setDouble(KeyedBuffer& data, double value, KeyedKey key) {
-  setFixed(data, kKeyedDoubleTag, key, value);
-  return true;
-}
+#undef ORVEL_KEYED_FIXED_FAMILY
 
 bool containsDateForKey(KeyedBytes data, KeyedKey key) {
   return offsetOfKeyedRecord(data, kKeyedDateTag, key) != NSNotFound;
