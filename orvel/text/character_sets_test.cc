@@ -139,10 +139,5 @@ TEST(CharacterSetsTest, ExtremeLettersOfTheBasicPlane) {
   EXPECT_EQ(lastAlphaCharacter(), 0xFFDC);
 }
 
-TEST(CharacterSetsTest, EveryAccessorAnswersTheSameBitmap) {
-  EXPECT_EQ(alphaCharacterSetRep(), alphaCharacterSetRep());
-  EXPECT_EQ(whiteCharacterSetRep(), whiteCharacterSetRep());
-}
-
 }  // namespace
 }  // namespace orvel
