@@ -8,7 +8,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -70,35 +69,22 @@ KeyedStorage KeyedStorage::open(const std::filesystem::path& path, int flags, co
     ::close(fd);
     return storage;
   }
-  const bool sequential = lock == LOCK_SH || append;
-  std::setvbuf(file, nullptr, _IOFBF, sequential ? kSequentialStreamBuffer : kStreamBuffer);
   if (::flock(fd, lock | LOCK_NB) != 0) {
     std::fclose(file);
     return storage;
   }
+  // The stream gets a buffer of its own: given none, glibc ignores the size asked for and
+  // uses the file system's block size.
+  const bool sequential = lock == LOCK_SH || append;
+  const std::size_t bufferSize = sequential ? kSequentialStreamBuffer : kStreamBuffer;
+  storage._buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
+  std::setvbuf(file, storage._buffer.get(), _IOFBF, bufferSize);
   // Appended blocks are not read back soon: ask the kernel not to keep them cached.
   if (append) ::posix_fadvise(fd, 0, 0, POSIX_FADV_NOREUSE);
   storage._file = file;
   storage._path = path;
   fseeko(file, 0, append ? SEEK_END : SEEK_SET);
-  if (lock == LOCK_SH) storage.mapForReading();
   return storage;
-}
-
-// A reader holds a shared lock, so no writer changes the file meanwhile: blocks are read
-// from a mapping of it, sparing a copy and the stream's system calls.
-void KeyedStorage::mapForReading() {
-  const std::uint64_t size = fileSize();
-  if (size == 0) return;
-  // Files of moderate size are mapped in one go rather than page by page.
-  constexpr std::uint64_t kPopulatedSize = 256 << 20;
-  const int populate = size <= kPopulatedSize ? MAP_POPULATE : 0;
-  void* address = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | populate, fileno(_file), 0);
-  if (address == MAP_FAILED) return;  // the stream serves instead
-  ::madvise(address, size, MADV_SEQUENTIAL);
-  _map = static_cast<const std::uint8_t*>(address);
-  _mapSize = size;
-  _mapPosition = 0;
 }
 
 KeyedStorage KeyedStorage::forReading(const std::filesystem::path& path) {
@@ -122,9 +108,7 @@ KeyedStorage::KeyedStorage(KeyedStorage&& other) noexcept
       _lastLength(other._lastLength),
       _blockSize(other._blockSize),
       _compressed(other._compressed),
-      _map(std::exchange(other._map, nullptr)),
-      _mapSize(std::exchange(other._mapSize, 0)),
-      _mapPosition(std::exchange(other._mapPosition, 0)) {}
+      _buffer(std::move(other._buffer)) {}
 
 KeyedStorage& KeyedStorage::operator=(KeyedStorage&& other) noexcept {
   if (this != &other) {
@@ -135,9 +119,7 @@ KeyedStorage& KeyedStorage::operator=(KeyedStorage&& other) noexcept {
     _lastLength = other._lastLength;
     _blockSize = other._blockSize;
     _compressed = other._compressed;
-    _map = std::exchange(other._map, nullptr);
-    _mapSize = std::exchange(other._mapSize, 0);
-    _mapPosition = std::exchange(other._mapPosition, 0);
+    _buffer = std::move(other._buffer);
   }
   return *this;
 }
@@ -153,7 +135,6 @@ void KeyedStorage::setBlockSize(std::uint64_t blockSize) {
 
 std::uint64_t KeyedStorage::offsetInFile() {
   if (_file == nullptr) return 0;
-  if (_map != nullptr) return _mapPosition;
   const off_t offset = ftello(_file);
   return offset < 0 ? 0 : static_cast<std::uint64_t>(offset);
 }
@@ -161,34 +142,21 @@ std::uint64_t KeyedStorage::offsetInFile() {
 std::uint64_t KeyedStorage::lengthOfFile() { return seekToEndOfFile(); }
 
 std::uint64_t KeyedStorage::seekToEndOfFile() {
-  if (_map != nullptr) return _mapPosition = _mapSize;
   if (_file == nullptr || fseeko(_file, 0, SEEK_END) != 0) return 0;
   return offsetInFile();
 }
 
 bool KeyedStorage::seekToFileOffset(std::uint64_t offset) {
-  if (_map != nullptr) {
-    _mapPosition = offset;
-    return true;
-  }
   return _file != nullptr && orvel::seekToFileOffset(_file, offset);
 }
 
 std::uint64_t KeyedStorage::fileSize() const {
-  if (_map != nullptr) return _mapSize;
   struct stat info {};
   return ::fstat(fileno(_file), &info) == 0 ? static_cast<std::uint64_t>(info.st_size) : 0;
 }
 
 std::size_t KeyedStorage::readAt(std::uint64_t offset, std::uint8_t* destination,
                                  std::size_t count) {
-  if (_map != nullptr) {
-    const std::size_t n =
-        offset >= _mapSize ? 0 : std::min<std::uint64_t>(count, _mapSize - offset);
-    std::memcpy(destination, _map + offset, n);
-    _mapPosition = offset + n;
-    return n;
-  }
   if (offsetInFile() != offset && !orvel::seekToFileOffset(_file, offset)) return 0;
   return std::fread(destination, 1, count, _file);
 }
@@ -226,12 +194,7 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
     }
     // A length beyond the end of the file is a torn block; it is never allocated.
     Block payload;
-    if (_map != nullptr) {
-      // Straight from the mapping, without first zeroing the bytes to be overwritten.
-      const std::uint64_t end = std::min(_mapSize, payloadStart + length);
-      if (payloadStart < end) payload.assign(_map + payloadStart, _map + end);
-      _mapPosition = end;
-    } else if (length < kCheckedLength || payloadStart + length <= fileSize()) {
+    if (length < kCheckedLength || payloadStart + length <= fileSize()) {
       payload.resize(length);
       payload.resize(readAt(payloadStart, payload.data(), length));
     }
@@ -246,9 +209,7 @@ std::optional<Block> KeyedStorage::nextAvailableBlock(std::optional<Block>* stor
       position = next;
       continue;
     }
-    if (_map != nullptr) {
-      _mapPosition = next;
-    } else if (payloadStart + length != next) {
+    if (payloadStart + length != next) {
       using orvel::seekToFileOffset;  // the stream function, not the member
       const std::uint64_t n = next;
       std::uint64_t o = 0;
@@ -423,13 +384,11 @@ bool KeyedStorage::synchronizeFile() {
 }
 
 bool KeyedStorage::closeFile() {
-  if (_map != nullptr) ::munmap(const_cast<std::uint8_t*>(_map), _mapSize);
-  _map = nullptr;
-  _mapSize = _mapPosition = 0;
   if (_file == nullptr) return true;
   ::flock(fileno(_file), LOCK_UN);
   const int result = std::fclose(_file);
   _file = nullptr;
+  _buffer.reset();  // only after the close has flushed through it
   return (result & 0xFF) != 0;
 }
 

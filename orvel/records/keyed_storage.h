@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
@@ -118,7 +119,6 @@ class KeyedStorage {
   bool appendStored(BlockBytes stored, std::uint32_t marker);
   bool writeBlock(BlockBytes stored, std::uint32_t marker, std::uint64_t slack);
   bool writeZeros(std::uint64_t count);
-  void mapForReading();
   [[nodiscard]] std::uint64_t fileSize() const;
   // Up to count bytes at offset, leaving the position after them; answers how many.
   std::size_t readAt(std::uint64_t offset, std::uint8_t* destination, std::size_t count);
@@ -131,10 +131,8 @@ class KeyedStorage {
   std::uint64_t _lastLength = 0;
   std::uint64_t _blockSize = 0;
   bool _compressed = false;
-  // A storage opened for reading reads through a mapping of the file.
-  const std::uint8_t* _map = nullptr;
-  std::uint64_t _mapSize = 0;
-  std::uint64_t _mapPosition = 0;
+  // The stream's buffer, owned here so that the stream uses the size asked for.
+  std::unique_ptr<char[]> _buffer;
 };
 
 }  // namespace orvel
