@@ -206,6 +206,11 @@ using KeyedDataHandler = bool (*)(std::uint32_t tag, KeyedKey key, const void* v
 std::size_t handleKeyedDataUsingHandler(KeyedBytes data, KeyedDataHandler handler,
                                         std::uint32_t marker, bool strings, bool noCopy,
                                         void* context);
+// Every record but strings and data.
+inline std::size_t handleKeyedDataUsingHandler(KeyedBytes data, KeyedDataHandler handler,
+                                               void* context) {
+  return handleKeyedDataUsingHandler(data, handler, 0, false, false, context);
+}
 
 // Records whose tag is the marker (0: all), stepping over unknown tags as 16 bytes.
 [[nodiscard]] std::size_t numberOfKeyedData(KeyedBytes data, std::uint32_t marker);
