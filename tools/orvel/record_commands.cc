@@ -303,6 +303,18 @@ KeyedStorage openStorage(const std::string& path, bool updating) {
   return storage;
 }
 
+// Block sizes are multiples of 512: the storage pads each block to one.
+void addBlockSizeOption(CLI::App* command, std::uint64_t& blockSize) {
+  command
+      ->add_option("--block-size", blockSize, "Pad blocks to a multiple of N (N: 512, 1024, ...)")
+      ->check(
+          [](const std::string& text) {
+            const std::uint64_t n = std::strtoull(text.c_str(), nullptr, 10);
+            return n % 512 == 0 ? std::string() : "not a multiple of 512: " + text;
+          },
+          "N");
+}
+
 void registerStorage(CLI::App& app, int& status) {
   CLI::App* storage = app.add_subcommand("storage", "Inspect and edit KeyedStorage block files");
   storage->require_subcommand(1);
@@ -368,7 +380,7 @@ void registerStorage(CLI::App& app, int& status) {
       ->required();
   appendCommand->add_option("PAYLOAD", append->payload, "The payload; stdin when absent");
   appendCommand->add_flag("--compress", append->compress, "Compress when that saves space");
-  appendCommand->add_option("--block-size", append->blockSize, "Pad blocks to a multiple of N");
+  addBlockSizeOption(appendCommand, append->blockSize);
   appendCommand->callback([append] {
     const std::string payload = append->payload.empty() ? readAll("-") : append->payload;
     KeyedStorage file = KeyedStorage::forAppending(append->file);
@@ -399,6 +411,7 @@ void registerStorage(CLI::App& app, int& status) {
   struct CompactOptions {
     std::string file, destination;
     bool skipErrors = false;
+    std::uint64_t blockSize = 0;
   };
   auto compact = std::make_shared<CompactOptions>();
   CLI::App* compactCommand =
@@ -406,8 +419,11 @@ void registerStorage(CLI::App& app, int& status) {
   compactCommand->add_option("FILE", compact->file, "The block file")->required();
   compactCommand->add_option("--to", compact->destination, "Copy the live blocks into DEST");
   compactCommand->add_flag("--skip-errors", compact->skipErrors, "Go on past damaged blocks");
+  // The file does not record the size its blocks were padded to.
+  addBlockSizeOption(compactCommand, compact->blockSize);
   compactCommand->callback([compact] {
     KeyedStorage file = openStorage(compact->file, true);
+    file.setBlockSize(compact->blockSize);
     const CollectedLog damage;
     if (!compact->destination.empty()) {
       if (!file.optimizeToPath(compact->destination, compact->skipErrors, nullptr)) {

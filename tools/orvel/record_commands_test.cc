@@ -91,6 +91,25 @@ TEST(StorageCommandTest, AppendListCatDeleteVerifyCompact) {
             "orvel: " + file + ": no readable block at offset 7 (Invalid header at 7)\n");
 }
 
+TEST(StorageCommandTest, CompactingKeepsTheBlockSizeAskedFor) {
+  testing::TempDir dir;
+  const std::string file = (dir.path() / "blocks").string();
+  for (const char* payload : {"one", "two", "three"}) {
+    orvel({"storage", "append", "--block-size", "512", file, payload});
+  }
+  expectSuccess(orvel({"storage", "delete", file, "0"}), "");
+  expectSuccess(orvel({"storage", "compact", "--block-size", "512", file}), "");
+  expectSuccess(orvel({"storage", "ls", file}),
+                "0\t0x31415926\t3\t493\tok\n512\t0x31415926\t5\t491\tok\n");
+  const std::string copy = (dir.path() / "copy").string();
+  expectSuccess(orvel({"storage", "compact", "--block-size", "1024", file, "--to", copy}), "");
+  expectSuccess(orvel({"storage", "ls", copy}),
+                "0\t0x31415926\t3\t1005\tok\n1024\t0x31415926\t5\t1003\tok\n");
+  const ProgramResult odd = orvel({"storage", "compact", "--block-size", "1000", file});
+  EXPECT_EQ(odd.exitCode, 2);
+  EXPECT_NE(odd.err.find("not a multiple of 512: 1000"), std::string::npos) << odd.err;
+}
+
 TEST(StorageCommandTest, DamageIsReportedAndCompactedAround) {
   testing::TempDir dir;
   const std::string file = (dir.path() / "blocks").string();
