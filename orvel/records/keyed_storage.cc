@@ -1,8 +1,8 @@
 #include "orvel/records/keyed_storage.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
-#include <cstring>
 #include <string>
 #include <utility>
 
