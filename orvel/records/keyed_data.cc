@@ -14,6 +14,7 @@
 
 #include "orvel/base/assert.h"
 #include "orvel/base/big_endian.h"
+#include "orvel/base/calendar.h"
 #include "orvel/base/log.h"
 #include "orvel/base/utf8.h"
 #include "orvel/text/encoding_converters.h"
@@ -209,8 +210,6 @@ void forEachString(KeyedBytes data, KeyedKey key, Visit visit) {
   });
 }
 
-constexpr double kReferenceDateUnixSeconds = 978307200.0;  // 2001-01-01 00:00:00 UTC
-
 std::optional<KeyedBuffer> readWholeFile(const std::filesystem::path& path, bool dropFromCache) {
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return std::nullopt;
@@ -351,9 +350,8 @@ std::optional<std::string> descriptionWithCalendarFormat(KeyedBytes data, const 
                                                          KeyedKey key) {
   const auto date = dateForKey(data, key);
   if (!date) return std::nullopt;
-  const auto seconds = static_cast<std::time_t>(*date + kReferenceDateUnixSeconds);
   std::tm calendar{};
-  if (::gmtime_r(&seconds, &calendar) == nullptr) return std::nullopt;
+  if (!calendarDateOfTimeInterval(*date, &calendar)) return std::nullopt;
   char text[256];
   const std::size_t length = std::strftime(text, sizeof text, format.c_str(), &calendar);
   return std::string(text, length);
@@ -663,9 +661,9 @@ bool writeKeyedStringsToFile(const std::vector<std::u16string>& strings,
 
 bool readKeyedStringsFromFile(std::vector<std::u16string>& strings,
                               const std::filesystem::path& path) {
+  strings.clear();
   const auto data = dataWithKeyedFile(path);
   if (!data) return false;
-  strings.clear();
   addStringsForKey(*data, kKeyedStringsFileKey, strings);
   return true;
 }

@@ -136,7 +136,8 @@ bool setDouble(KeyedBuffer& data, double value, KeyedKey key);
 [[nodiscard]] std::size_t offsetOfDateForKey(KeyedBytes data, KeyedKey key);
 [[nodiscard]] std::optional<TimeInterval> dateForKey(KeyedBytes data, KeyedKey key);
 [[nodiscard]] TimeInterval timeIntervalSinceReferenceDateForKey(KeyedBytes data, KeyedKey key);
-// The date formatted with strftime conversions (%Y-%m-%d %H:%M:%S ...) in UTC.
+// The date formatted with strftime conversions (%Y-%m-%d %H:%M:%S ...) in UTC; nullopt
+// also for a date no calendar shows (NaN, an infinity, a year beyond the range of int).
 [[nodiscard]] std::optional<std::string> descriptionWithCalendarFormat(KeyedBytes data,
                                                                        const std::string& format,
                                                                        KeyedKey key);
@@ -230,6 +231,7 @@ void removeKeyedDataUsingHandler(KeyedBuffer& data, KeyedRemovalHandler handler,
 // folders, writes in 1 MiB pieces and syncs to disk.
 bool writeKeyedStringsToFile(const std::vector<std::u16string>& strings,
                              const std::filesystem::path& path, bool atomically);
+// Empties strings, then fills them from the file; false when it cannot be read.
 bool readKeyedStringsFromFile(std::vector<std::u16string>& strings,
                               const std::filesystem::path& path);
 

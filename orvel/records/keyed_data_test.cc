@@ -1,5 +1,6 @@
 #include "orvel/records/keyed_data.h"
 
+#include <cmath>
 #include <random>
 #include <string>
 #include <vector>
@@ -74,6 +75,11 @@ TEST(KeyedDataTest, TypedGettersReadWhatWasWritten) {
   EXPECT_EQ(floatForKey(data, 4), 0.25f);
   EXPECT_EQ(dateForKey(data, 5), 86400.0);
   EXPECT_EQ(descriptionWithCalendarFormat(data, "%Y-%m-%d %H:%M:%S", 5), "2001-01-02 00:00:00");
+  for (const double undescribable : {std::nan(""), 1.0 / 0.0, -1.0 / 0.0, 7.5e168, -1e300}) {
+    KeyedBuffer date;
+    addDate(date, undescribable, 1);
+    EXPECT_FALSE(descriptionWithCalendarFormat(date, "%Y", 1).has_value()) << undescribable;
+  }
   EXPECT_EQ(stringForKey(data, 6), u"caf\u00E9");
   EXPECT_EQ(stringNoCopyForKey(data, 6), "caf\xC3\xA9");
   EXPECT_EQ(dataForKey(data, 7), (KeyedBuffer{'r', 'a', 'w'}));
@@ -224,7 +230,9 @@ TEST(KeyedDataTest, StringsFileRoundTrip) {
   std::vector<std::u16string> read = {u"old"};
   ASSERT_TRUE(readKeyedStringsFromFile(read, path));
   EXPECT_EQ(read, strings);
+  // A file that cannot be read leaves nothing of what the receiver held.
   EXPECT_FALSE(readKeyedStringsFromFile(read, dir.path() / "missing"));
+  EXPECT_TRUE(read.empty());
 }
 
 TEST(KeyedDataTest, FilesReadPlainUncachedAndMapped) {

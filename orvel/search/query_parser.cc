@@ -11,12 +11,13 @@ namespace orvel {
 class QueryTerms::Parser {
  public:
   Parser(std::u16string_view query, bool wildcard, QueryOperator defaultOperator,
-         std::ptrdiff_t defaultDistance, QueryTerms& group)
+         std::ptrdiff_t defaultDistance, QueryTerms& group, std::size_t depth = 0)
       : _query(query),
         _wildcard(wildcard),
         _defaultOperator(defaultOperator),
         _defaultDistance(defaultDistance),
-        _group(group) {
+        _group(group),
+        _depth(depth) {
     resetPending();
   }
 
@@ -82,7 +83,10 @@ class QueryTerms::Parser {
         flush(i);
         _substring = true;
         return i + 1;
-      case u'(': flush(i); return readGroup(i);
+      case u'(':
+        flush(i);
+        // Past the deepest group a "(" only ends the part before it, as ")" does.
+        return _depth < kMaxQueryGroupDepth ? readGroup(i) : i + 1;
       case u')': flush(i); return i + 1;
       case u'[': {
         const std::size_t close = _query.find(u']', i);
@@ -246,7 +250,8 @@ class QueryTerms::Parser {
     group._queryNot = _not;
     group._querySubstr = _substring;
     group._proximityDistance = _distance;
-    Parser(_query.substr(i + 1, j - (i + 1)), _wildcard, _defaultOperator, _defaultDistance, group)
+    Parser(_query.substr(i + 1, j - (i + 1)), _wildcard, _defaultOperator, _defaultDistance, group,
+           _depth + 1)
         .parse();
     if (group._children.size() == 1) {
       QueryTerms child = std::move(group._children.front());
@@ -268,6 +273,7 @@ class QueryTerms::Parser {
   QueryOperator _defaultOperator;
   std::ptrdiff_t _defaultDistance;
   QueryTerms& _group;
+  std::size_t _depth;  // groups around this one
 
   std::size_t _start = 0;
   QueryOperator _operator = QueryOperatorAND;

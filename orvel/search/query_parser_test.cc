@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <random>
 #include <string>
 
@@ -219,6 +220,41 @@ TEST(QueryParserTest, RandomQueriesAreAlwaysAccepted) {
       static_cast<void>(tree.plusWildcards());
     }
   }
+}
+
+}  // namespace
+}  // namespace orvel
+
+namespace orvel {
+namespace {
+
+std::size_t treeDepth(const QueryTerms& tree) {
+  std::size_t deepest = 0;
+  for (const QueryTerms& child : tree.children()) deepest = std::max(deepest, treeDepth(child));
+  return tree.isWord() ? 0 : deepest + 1;
+}
+
+// However deeply a query nests its groups, the tree stays shallow enough for every walk
+// over it; the groups past the limit are read as if their parentheses were blanks.
+TEST(QueryParserTest, DeepNestingIsReadFlatPastTheDepthLimit) {
+  constexpr std::size_t kLevels = 50000;
+  std::u16string opened;
+  for (std::size_t i = 0; i < kLevels; ++i) opened += u"(a ";
+  for (const std::u16string& query :
+       {std::u16string(kLevels, u'(') + u"a b" + std::u16string(kLevels, u')'),
+        opened + u"b" + std::u16string(kLevels, u')'), opened}) {
+    for (const QueryTerms& tree : {QueryTerms(query), QueryTerms::withWildcard(query)}) {
+      EXPECT_LE(treeDepth(tree), kMaxQueryGroupDepth + 1);
+      EXPECT_TRUE(tree.matchesString(u"a b", false));
+      EXPECT_TRUE(tree.matchesString(u"a b", WildcardComparison{1}));
+      EXPECT_EQ(tree.minTermLen(), 1u);
+      EXPECT_FALSE(tree.description().empty());
+      EXPECT_FALSE(tree.plusParts().empty());
+      EXPECT_FALSE(queryTreeOutline(tree).empty());
+    }
+  }
+  // Within the limit nothing changes: a group of two stays a group.
+  EXPECT_EQ(outline(u"x (a b)"), outline(u"x ((((a b))))"));
 }
 
 }  // namespace

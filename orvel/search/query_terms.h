@@ -9,7 +9,11 @@
 //   negation      NOT (toggles), ! (anywhere), and + / - at the start of a term (set)
 //   substring     ~ before a term: match inside words
 //   groups        ( ... ), closed at the end of the query when unbalanced; a group of one
-//                 term is replaced by that term
+//                 term is replaced by that term. Groups nest at most kMaxQueryGroupDepth
+//                 deep: deeper "(" and ")" only separate terms, as white space does, so
+//                 that no query text makes a tree deep enough to exhaust the stack of a
+//                 walk over it (parsing, writing, evaluation and the term collectors all
+//                 recurse once per level).
 //   brackets      [ ... ] is dropped from a query, but kept inside the term in wildcard
 //                 mode (a bracket set of a pattern)
 // Operators join a term to the one before it; there is no precedence. Pending operator,
@@ -75,6 +79,8 @@ inline constexpr std::uint32_t kDescriptionQueryFormat = 0x287FF;
 using QueryOperatorWords = std::map<std::u16string, std::u16string, std::less<>>;
 
 inline constexpr QueryOperator kDefaultQueryOperator = QueryOperatorAND;
+// The deepest nesting of groups a parsed tree can have.
+inline constexpr std::size_t kMaxQueryGroupDepth = 64;
 inline constexpr std::ptrdiff_t kDefaultQueryDistance = 10;
 
 class QueryTerms {

@@ -16,6 +16,8 @@ void splitWords(const unichar* chars, std::size_t length, CharacterSetRep separa
                 std::size_t minLen, bool wildcard, OnWord onWord, OnSeparators onSeparators) {
   if (separators == nullptr) separators = defaultWordSeparators();
   if (minLen == 0) minLen = 1;
+  // A "[" opens a bracket expression only where it is a word unit.
+  const bool brackets = wildcard && !isMemberOfCharacterSetRep(separators, u'[');
   std::size_t i = 0;
   while (i < length) {
     const std::size_t start = i;
@@ -25,7 +27,7 @@ void splitWords(const unichar* chars, std::size_t length, CharacterSetRep separa
       continue;
     }
     while (i < length) {
-      if (wildcard && chars[i] == u'[') {
+      if (brackets && chars[i] == u'[') {
         while (i < length && chars[i] != u']') ++i;
         if (i < length) ++i;  // the "]"
         continue;

@@ -94,8 +94,13 @@ TEST(SeparationTest, WildcardModeKeepsBracketExpressionsWhole) {
               ElementsAre(u"[a b]c", u"d"));
   EXPECT_THAT(wordsUsingSeparators(u"x[a b", defaultWildcardSeparators(), false, 1, true),
               ElementsAre(u"x[a b"));
+  // Where "[" separates it opens nothing, wherever it stands in a word.
   EXPECT_THAT(wordsUsingSeparators(u"[a b]c", defaultWordSeparators(), false, 1, true),
-              ElementsAre(u"a", u"b", u"c"));  // "[" separates here
+              ElementsAre(u"a", u"b", u"c"));
+  EXPECT_THAT(wordsUsingSeparators(u"a[b c]d", defaultWordSeparators(), false, 1, true),
+              ElementsAre(u"a", u"b", u"c", u"d"));
+  EXPECT_THAT(wordsUsingSeparators(u"a[b c]d", defaultWildcardSeparators(), false, 1, true),
+              ElementsAre(u"a[b c]d"));
 }
 
 TEST(SeparationTest, SurrogatesSplitExceptTheLastOne) {

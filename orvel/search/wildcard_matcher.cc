@@ -12,6 +12,26 @@ bool isLiteral(unichar unit) {
   return unit != u'*' && unit != u'?' && unit != u'[' && unit != u']';
 }
 
+// Whether some bracket set of a Unix pattern spans a number of pattern units that depends
+// on the text: a range whose upper bound is the set's "]" ("[a-]", "[-]") reads on past it,
+// up to the next "]" after the member that matched, or to the end of the pattern.
+bool hasOpenEndedRange(std::u16string_view pattern) {
+  for (std::size_t open = pattern.find(u'['); open != std::u16string_view::npos;) {
+    std::size_t q = open + 1;
+    if (q < pattern.size() && pattern[q] == u'^') ++q;
+    while (q < pattern.size() && pattern[q] != u']') {
+      if (pattern[q] == u'-' && q + 1 < pattern.size()) {
+        if (pattern[q + 1] == u']') return true;
+        q += 2;
+      } else {
+        ++q;
+      }
+    }
+    open = pattern.find(u'[', q);
+  }
+  return false;
+}
+
 }  // namespace
 
 // Every element but "*" consumes one unit, so a literal first (last) element must equal the
@@ -30,6 +50,8 @@ WildcardMatcher::WildcardMatcher(std::u16string_view pattern, bool unix, Convers
     : _pattern(pattern), _table(table), _unix(unix) {
   prepareWildcardUsingUnicharTable(_pattern.data(), _pattern.data() + _pattern.size(), table);
   const bool brackets = _pattern.find_first_of(u"[]") != std::u16string::npos;
+  // A set of no fixed extent leaves no quick test sound: every text runs the matcher.
+  if (brackets && unix && hasOpenEndedRange(_pattern)) return;
   // Without brackets both languages agree with the optimiser's reading of the pattern;
   // with them only the Unix language does, and then only for the length bounds.
   if (!brackets || unix) {

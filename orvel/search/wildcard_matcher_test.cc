@@ -13,16 +13,18 @@ namespace {
 // The matcher's shortcuts must give exactly the answers of the plain matchers.
 TEST(WildcardMatcherTest, AgreesWithThePlainMatchersOnRandomPatterns) {
   std::mt19937 generator(5);
+  // Texts are drawn from the pattern's own units and a few more, metacharacters included:
+  // a range's bounds may be "[", "]" or "^".
   const std::u16string patternUnits = u"ab*?[]^-|A";
-  const std::u16string textUnits = u"abAB-";
+  const std::u16string extraTextUnits = u"aAB\\-";
   auto randomString = [&](const std::u16string& alphabet, std::size_t maxLength) {
     std::u16string text(generator() % (maxLength + 1), u' ');
     for (unichar& unit : text) unit = alphabet[generator() % alphabet.size()];
     return text;
   };
-  for (int round = 0; round < 20000; ++round) {
+  for (int round = 0; round < 300000; ++round) {
     const std::u16string pattern = randomString(patternUnits, 6);
-    const std::u16string text = randomString(textUnits, 7);
+    const std::u16string text = randomString(pattern + extraTextUnits, 7);
     const bool unix = round % 2 == 0;
     ConversionTable table = round % 3 == 0 ? nullptr : initUpperCharsTable();
     std::u16string folded = pattern;
@@ -53,6 +55,17 @@ TEST(WildcardMatcherTest, EachShapeMatchesWholeTexts) {
   EXPECT_TRUE(WildcardMatcher(u"[a-f]*s", true, upper).matches(u"Dogs"));
   EXPECT_FALSE(WildcardMatcher(u"[a-f]*s", true, upper).matches(u"s"));
   EXPECT_TRUE(WildcardMatcher(u"[ab]", false, nullptr).matches(u"[ab]"));  // literal brackets
+}
+
+// A range whose upper bound is the "]" reads on past it, so how many units such a set
+// spans depends on the text: no length bound or literal end may be taken from it.
+TEST(WildcardMatcherTest, RangesEndingInTheClosingBracketSpanTheRestOfThePattern) {
+  ConversionTable upper = initUpperCharsTable();
+  EXPECT_TRUE(WildcardMatcher(u"[-]A", true, upper).matches(u"a"));
+  EXPECT_TRUE(WildcardMatcher(u"[-]A", true, upper).matches(u"\\a"));
+  EXPECT_TRUE(WildcardMatcher(u"[^-]x", true, nullptr).matches(u"a"));
+  EXPECT_FALSE(WildcardMatcher(u"[^-]x", true, nullptr).matches(u"x"));
+  EXPECT_TRUE(WildcardMatcher(u"[a-]b]c", true, nullptr).matches(u"bc"));
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "orvel/base/big_endian.h"
+#include "orvel/base/calendar.h"
 #include "orvel/base/utf8.h"
 #include "orvel/records/compression.h"
 #include "orvel/records/keyed_data.h"
@@ -30,8 +31,6 @@ namespace orvel::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr double kReferenceDateUnixSeconds = 978307200.0;
 
 std::string format(const char* pattern, auto... values) {
   char text[128];
@@ -65,10 +64,12 @@ std::uint32_t parseKey(const std::string& key) {
   return static_cast<std::uint32_t>(value);
 }
 
+// The date in ISO 8601, or its seconds as stored when no calendar shows it.
 std::string isoDate(double seconds) {
-  const auto whole = static_cast<std::time_t>(std::floor(seconds + kReferenceDateUnixSeconds));
   std::tm calendar{};
-  gmtime_r(&whole, &calendar);
+  if (!calendarDateOfTimeInterval(seconds, &calendar)) {
+    return format("%.17g", seconds) + " (seconds, no calendar date)";
+  }
   char text[64];
   std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &calendar);
   return text;
