@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 
 #include <unicode/ustring.h>
 #include <unicode/utf8.h>
@@ -9,12 +10,21 @@
 namespace orvel {
 namespace {
 
-// The start of the first ill-formed sequence; only called once ICU has rejected the input.
+// The start of the first ill-formed sequence, or the length when there is none. ASCII is
+// passed over eight bytes at a time.
 std::size_t firstInvalidOffset(std::string_view utf8) {
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(utf8.data());
   const auto length = static_cast<std::int64_t>(utf8.size());
   std::int64_t i = 0;
   while (i < length) {
+    if (i + 8 <= length) {
+      std::uint64_t eight = 0;
+      std::memcpy(&eight, bytes + i, 8);
+      if ((eight & 0x8080808080808080u) == 0) {
+        i += 8;
+        continue;
+      }
+    }
     const std::int64_t start = i;
     UChar32 c;
     U8_NEXT(bytes, i, length, c);
@@ -52,6 +62,13 @@ std::optional<std::u16string> utf8ToUtf16(std::string_view utf8, std::size_t* in
     done += take;
   }
   return out;
+}
+
+bool isValidUtf8(std::string_view utf8, std::size_t* invalidOffset) {
+  const std::size_t offset = firstInvalidOffset(utf8);
+  if (offset == utf8.size()) return true;
+  if (invalidOffset != nullptr) *invalidOffset = offset;
+  return false;
 }
 
 std::string utf16ToUtf8(std::u16string_view utf16) {

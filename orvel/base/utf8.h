@@ -14,6 +14,10 @@ namespace orvel {
 [[nodiscard]] std::optional<std::u16string> utf8ToUtf16(std::string_view utf8,
                                                         std::size_t* invalidOffset = nullptr);
 
+// Whether the bytes are well-formed UTF-8, as utf8ToUtf16 decides it, without decoding;
+// stores the offset of the first bad sequence as it does.
+[[nodiscard]] bool isValidUtf8(std::string_view utf8, std::size_t* invalidOffset = nullptr);
+
 // Encodes UTF-16 as UTF-8; an unpaired surrogate becomes U+FFFD.
 [[nodiscard]] std::string utf16ToUtf8(std::u16string_view utf16);
 

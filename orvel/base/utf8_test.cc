@@ -1,5 +1,8 @@
 #include "orvel/base/utf8.h"
 
+#include <random>
+#include <string>
+
 #include <gtest/gtest.h>
 
 namespace orvel {
@@ -39,6 +42,29 @@ TEST(Utf8Test, ReportsTheOffsetOfTheFirstBadSequence) {
     std::size_t offset = 999;
     EXPECT_FALSE(utf8ToUtf16(c.bytes, &offset).has_value());
     EXPECT_EQ(offset, c.offset);
+    offset = 999;
+    EXPECT_FALSE(isValidUtf8(c.bytes, &offset));
+    EXPECT_EQ(offset, c.offset);
+    // Behind a long ASCII run, read eight bytes at a time.
+    EXPECT_FALSE(isValidUtf8(std::string(21, 'a') + c.bytes, &offset));
+    EXPECT_EQ(offset, 21 + c.offset);
+  }
+}
+
+// Validation and decoding decide alike, on random bytes mostly ASCII.
+TEST(Utf8Test, ValidationAgreesWithDecoding) {
+  std::mt19937 generator(3);
+  for (int round = 0; round < 20000; ++round) {
+    std::string bytes(generator() % 40, 'a');
+    for (char& byte : bytes) {
+      if (generator() % 4 == 0) byte = static_cast<char>(0x80 + generator() % 0x80);
+    }
+    std::size_t decoded = 0, validated = 0;
+    const bool valid = utf8ToUtf16(bytes, &decoded).has_value();
+    ASSERT_EQ(isValidUtf8(bytes, &validated), valid);
+    if (!valid) {
+      ASSERT_EQ(validated, decoded);
+    }
   }
 }
 

@@ -1,5 +1,6 @@
 #include "orvel/records/compression.h"
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 #include <vector>
@@ -67,10 +68,12 @@ struct InflateStream {
 };
 
 // Feeds the input to `step` (deflate or inflate) into 16 KiB chunks, appending what each
-// call produces, until the stream ends or fails; answers the last status.
+// call produces, until the stream ends or fails; answers the last status. Output beyond
+// maxOutput, or more than memory holds, ends it with Z_MEM_ERROR.
 template <typename Step>
 int runStream(z_stream* stream, const void* bytes, std::size_t length,
-              std::vector<std::uint8_t>& output, Step step) {
+              std::vector<std::uint8_t>& output, Step step,
+              std::size_t maxOutput = kUnlimitedInflation) {
   stream->next_in = static_cast<Bytef*>(const_cast<void*>(bytes));
   stream->avail_in = static_cast<uInt>(length);
   int status;
@@ -80,7 +83,14 @@ int runStream(z_stream* stream, const void* bytes, std::size_t length,
     stream->avail_out = kChunk;
     status = step(stream);
     if (status == Z_OK || status == Z_STREAM_END) {
-      output.insert(output.end(), chunk, chunk + (kChunk - stream->avail_out));
+      const std::size_t produced = kChunk - stream->avail_out;
+      const std::size_t room = maxOutput - output.size();
+      try {
+        output.insert(output.end(), chunk, chunk + std::min(produced, room));
+      } catch (const std::bad_alloc&) {
+        return Z_MEM_ERROR;
+      }
+      if (produced > room) return Z_MEM_ERROR;
     }
   } while (status == Z_OK);
   return status;
@@ -128,31 +138,32 @@ std::optional<std::vector<std::uint8_t>> dataByDeflatingData(std::span<const std
   return dataByDeflatingBytes(data.data(), data.size(), compressionLevel);
 }
 
-bool setDataByInflatingBytes(std::vector<std::uint8_t>& data, const void* bytes,
-                             std::size_t length) {
+bool setDataByInflatingBytes(std::vector<std::uint8_t>& data, const void* bytes, std::size_t length,
+                             std::size_t maxLength) {
   if (!acceptableLength(bytes, length)) return false;
   z_stream* stream = inflateStream.get();
   if (stream == nullptr) return false;
   data.clear();
-  const int status =
-      runStream(stream, bytes, length, data, [](z_stream* s) { return inflate(s, Z_NO_FLUSH); });
+  const int status = runStream(
+      stream, bytes, length, data, [](z_stream* s) { return inflate(s, Z_NO_FLUSH); }, maxLength);
   return status == Z_STREAM_END && stream->avail_in == 0;
 }
 
-bool setDataByInflating(std::vector<std::uint8_t>& data, std::span<const std::uint8_t> compressed) {
-  return setDataByInflatingBytes(data, compressed.data(), compressed.size());
+bool setDataByInflating(std::vector<std::uint8_t>& data, std::span<const std::uint8_t> compressed,
+                        std::size_t maxLength) {
+  return setDataByInflatingBytes(data, compressed.data(), compressed.size(), maxLength);
 }
 
-std::optional<std::vector<std::uint8_t>> dataByInflatingBytes(const void* bytes,
-                                                              std::size_t length) {
+std::optional<std::vector<std::uint8_t>> dataByInflatingBytes(const void* bytes, std::size_t length,
+                                                              std::size_t maxLength) {
   std::vector<std::uint8_t> data;
-  if (!setDataByInflatingBytes(data, bytes, length)) return std::nullopt;
+  if (!setDataByInflatingBytes(data, bytes, length, maxLength)) return std::nullopt;
   return data;
 }
 
 std::optional<std::vector<std::uint8_t>> dataByInflatingData(
-    std::span<const std::uint8_t> compressed) {
-  return dataByInflatingBytes(compressed.data(), compressed.size());
+    std::span<const std::uint8_t> compressed, std::size_t maxLength) {
+  return dataByInflatingBytes(compressed.data(), compressed.size(), maxLength);
 }
 
 }  // namespace orvel

@@ -30,15 +30,21 @@ inline constexpr int kDefaultCompressionLevel = -1;
 [[nodiscard]] std::optional<std::vector<std::uint8_t>> dataByDeflatingData(
     std::span<const std::uint8_t> data, int compressionLevel = kDefaultCompressionLevel);
 
+// No limit on the decompressed length.
+inline constexpr std::size_t kUnlimitedInflation = SIZE_MAX;
+
 // Replaces data with the decompressed bytes of a zlib or gzip stream (recognised by its
 // header). False on a damaged or truncated stream (data keeps what was decompressed so
-// far) and when bytes follow the end of the stream.
-bool setDataByInflatingBytes(std::vector<std::uint8_t>& data, const void* bytes,
-                             std::size_t length);
-bool setDataByInflating(std::vector<std::uint8_t>& data, std::span<const std::uint8_t> compressed);
-[[nodiscard]] std::optional<std::vector<std::uint8_t>> dataByInflatingBytes(const void* bytes,
-                                                                            std::size_t length);
+// far), when bytes follow the end of the stream, and when the decompressed bytes would
+// exceed maxLength (data then holds the first maxLength of them) or the memory there is: a
+// few megabytes can expand to gigabytes.
+bool setDataByInflatingBytes(std::vector<std::uint8_t>& data, const void* bytes, std::size_t length,
+                             std::size_t maxLength = kUnlimitedInflation);
+bool setDataByInflating(std::vector<std::uint8_t>& data, std::span<const std::uint8_t> compressed,
+                        std::size_t maxLength = kUnlimitedInflation);
+[[nodiscard]] std::optional<std::vector<std::uint8_t>> dataByInflatingBytes(
+    const void* bytes, std::size_t length, std::size_t maxLength = kUnlimitedInflation);
 [[nodiscard]] std::optional<std::vector<std::uint8_t>> dataByInflatingData(
-    std::span<const std::uint8_t> compressed);
+    std::span<const std::uint8_t> compressed, std::size_t maxLength = kUnlimitedInflation);
 
 }  // namespace orvel

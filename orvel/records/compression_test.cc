@@ -75,5 +75,20 @@ TEST(CompressionTest, TrailingBytesAndTruncationFail) {
   EXPECT_FALSE(dataByInflatingData(garbage).has_value());
 }
 
+// A stream that expands past the limit fails instead of filling memory; one that stays
+// within it, even exactly at it, inflates.
+TEST(CompressionTest, InflationStopsAtTheOutputLimit) {
+  const std::vector<std::uint8_t> zeros(1 << 20, 0);
+  const auto bomb = *dataByGzippingData(zeros, 9);
+  EXPECT_LT(bomb.size(), 2000u);
+  EXPECT_FALSE(dataByInflatingData(bomb, zeros.size() - 1).has_value());
+  std::vector<std::uint8_t> data;
+  EXPECT_FALSE(setDataByInflating(data, bomb, 100));
+  EXPECT_EQ(data.size(), 100u);
+  const auto inflated = dataByInflatingData(bomb, zeros.size());
+  ASSERT_TRUE(inflated.has_value());
+  EXPECT_EQ(*inflated, zeros);
+}
+
 }  // namespace
 }  // namespace orvel

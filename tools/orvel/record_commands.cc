@@ -463,6 +463,7 @@ void registerZlib(CLI::App& app) {
     std::string mode;
     std::string file = "-";
     int level = kDefaultCompressionLevel;
+    std::size_t maxOutput = std::size_t{1} << 30;
   };
   auto options = std::make_shared<Options>();
   CLI::App* command =
@@ -471,6 +472,8 @@ void registerZlib(CLI::App& app) {
       ->required()
       ->check(CLI::IsMember({"deflate", "gzip", "inflate"}));
   command->add_option("--level", options->level, "Compression level 1-9 (-1: zlib's default)");
+  command->add_option("--max-output", options->maxOutput,
+                      "Inflate: fail beyond N bytes of output (default: 1 GiB)");
   addFileOption(command, options->file);
   command->callback([options] {
     const std::string input = readAll(options->file);
@@ -478,9 +481,14 @@ void registerZlib(CLI::App& app) {
                                               input.size());
     std::optional<std::vector<std::uint8_t>> output;
     if (options->mode == "inflate") {
-      output = dataByInflatingData(bytes);
-      if (!output)
-        throw CommandError(displayName(options->file), "not a complete zlib or gzip stream");
+      output.emplace();
+      if (!setDataByInflating(*output, bytes, options->maxOutput)) {
+        throw CommandError(displayName(options->file),
+                           output->size() == options->maxOutput
+                               ? "expands beyond " + std::to_string(options->maxOutput) +
+                                     " bytes (--max-output N allows more)"
+                               : "not a complete zlib or gzip stream");
+      }
     } else {
       output = options->mode == "gzip" ? dataByGzippingData(bytes, options->level)
                                        : dataByDeflatingData(bytes, options->level);
