@@ -22,6 +22,7 @@ TempDir::~TempDir() {
 
 std::filesystem::path TempDir::writeFile(std::string_view name, std::string_view contents) const {
   const std::filesystem::path file = _path / name;
+  std::filesystem::create_directories(file.parent_path());
   std::ofstream out(file, std::ios::binary);
   out.write(contents.data(), static_cast<std::streamsize>(contents.size()));
   if (!out) ADD_FAILURE() << "cannot write " << file;

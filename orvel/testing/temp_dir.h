@@ -15,7 +15,8 @@ class TempDir {
 
   [[nodiscard]] const std::filesystem::path& path() const { return _path; }
 
-  // Writes `contents` to the file `name` inside the folder and returns its path.
+  // Writes `contents` to the file `name` inside the folder (making the folders on its way)
+  // and returns its path.
   std::filesystem::path writeFile(std::string_view name, std::string_view contents) const;
 
  private:

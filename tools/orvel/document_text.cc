@@ -50,20 +50,38 @@ std::string DocumentReader::readAll() {
   return std::move(_bytes);
 }
 
+namespace {
+
+constexpr char kBinaryReason[] = "binary (holds NUL bytes)";
+
+std::string_view withoutByteOrderMark(std::string_view bytes) {
+  if (bytes.substr(0, 3) == "\xEF\xBB\xBF") bytes.remove_prefix(3);
+  return bytes;
+}
+
+std::string invalidUtf8Reason(std::size_t offset) {
+  return "not UTF-8 text (invalid byte at offset " + std::to_string(offset) + ")";
+}
+
+}  // namespace
+
+std::string whyNotText(std::string_view bytes) {
+  bytes = withoutByteOrderMark(bytes);
+  if (bytes.find('\0') != std::string_view::npos) return kBinaryReason;
+  std::size_t invalidOffset = 0;
+  return isValidUtf8(bytes, &invalidOffset) ? std::string() : invalidUtf8Reason(invalidOffset);
+}
+
 DocumentText documentText(std::string bytes) {
   DocumentText document{std::move(bytes), std::nullopt, {}};
-  std::string_view view = document.bytes;
-  if (view.substr(0, 3) == "\xEF\xBB\xBF") view.remove_prefix(3);
+  const std::string_view view = withoutByteOrderMark(document.bytes);
   if (view.find('\0') != std::string_view::npos) {
-    document.notTextReason = "binary (holds NUL bytes)";
+    document.notTextReason = kBinaryReason;
     return document;
   }
   std::size_t invalidOffset = 0;
   document.text = utf8ToUtf16(view, &invalidOffset);
-  if (!document.text) {
-    document.notTextReason =
-        "not UTF-8 text (invalid byte at offset " + std::to_string(invalidOffset) + ")";
-  }
+  if (!document.text) document.notTextReason = invalidUtf8Reason(invalidOffset);
   return document;
 }
 

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace orvel::cli {
 
@@ -37,6 +38,10 @@ class DocumentReader {
   std::string _bytes;
   bool _atEnd = false;
 };
+
+// Why bytes read from a document are not its text (NUL bytes, or invalid UTF-8 at an
+// offset), or "" when they are.
+[[nodiscard]] std::string whyNotText(std::string_view bytes);
 
 // The text of bytes read from a document: UTF-8 without NUL bytes.
 [[nodiscard]] DocumentText documentText(std::string bytes);

@@ -20,7 +20,9 @@
 #include "tools/orvel/command_support.h"
 #include "tools/orvel/commands.h"
 #include "tools/orvel/document_text.h"
+#include "tools/orvel/ordered_work.h"
 #include "tools/orvel/search_prefilter.h"
+#include "tools/orvel/search_walk.h"
 
 namespace orvel::cli {
 namespace {
@@ -100,61 +102,8 @@ struct FileResult {
   std::string notText;  // non-empty: skipped, not text
 };
 
-bool isHidden(const fs::path& path) {
-  const std::string name = path.filename().string();
-  return name.size() > 1 && name[0] == '.' && name != "..";
-}
-
-// The files under the given paths: folders recursively, hidden entries and symbolic links
-// skipped; each folder's files in name order.
-std::vector<fs::path> collectFiles(const SearchOptions& options, bool& failed) {
-  std::vector<fs::path> files;
-  for (const std::string& root : options.paths) {
-    std::error_code error;
-    const fs::file_status status = fs::status(root, error);
-    if (error || !fs::exists(status)) {
-      reportError(root, error ? error.message() : "No such file or directory");
-      failed = true;
-      continue;
-    }
-    if (!fs::is_directory(status)) {
-      files.emplace_back(root);
-      continue;
-    }
-    std::vector<fs::path> found;
-    fs::recursive_directory_iterator walk(root, fs::directory_options::none, error);
-    for (; !error && walk != fs::recursive_directory_iterator(); walk.increment(error)) {
-      const fs::directory_entry& entry = *walk;
-      if (!options.hidden && isHidden(entry.path())) {
-        if (entry.is_directory(error)) walk.disable_recursion_pending();
-        continue;
-      }
-      if (entry.is_symlink(error)) continue;
-      if (entry.is_regular_file(error)) found.push_back(entry.path());
-    }
-    if (error) {
-      reportError(root, error.message());
-      failed = true;
-    }
-    std::sort(found.begin(), found.end());
-    files.insert(files.end(), found.begin(), found.end());
-  }
-  return files;
-}
-
-// Where a prefix of the bytes may end so that whole-word matches inside it stay matches in
-// the whole text: just after its last ASCII unit that is no word character (0: nowhere).
-std::size_t safePrefixEnd(std::string_view bytes) {
-  CharacterSetRep words = queryTermCharacters();
-  for (std::size_t end = bytes.size(); end > 0; --end) {
-    const auto byte = static_cast<unsigned char>(bytes[end - 1]);
-    if (byte < 0x80 && byte != 0 && !isMemberOfCharacterSetRep(words, byte)) return end;
-  }
-  return 0;
-}
-
-// For -l with a monotone query: whether a prefix of the file already matches, so the rest
-// need not be read.
+// For -l with a monotone query: whether a prefix of the file already matches, so that the
+// rest needs no search (it is still read: the whole file must be text).
 bool prefixMatches(DocumentReader& reader, const Query& query, const SearchPrefilter& prefilter) {
   constexpr std::size_t kPrefixBytes = 4096;
   const std::string& bytes = reader.readAtLeast(kPrefixBytes);
@@ -169,15 +118,22 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
                       const SearchOptions& options) {
   FileResult result;
   std::string bytes;
+  bool prefixMatched = false;
   try {
     DocumentReader reader(path);
-    if (options.filesWithMatches && query.monotone && prefixMatches(reader, query, prefilter)) {
-      result.matched = true;
-      return result;
-    }
+    prefixMatched =
+        options.filesWithMatches && query.monotone && prefixMatches(reader, query, prefilter);
     bytes = reader.readAll();
   } catch (const CommandError& error) {
     result.error = error.what();
+    return result;
+  } catch (const std::bad_alloc&) {
+    result.error = "too large to search in memory";
+    return result;
+  }
+  if (prefixMatched) {
+    result.notText = whyNotText(bytes);
+    result.matched = result.notText.empty();
     return result;
   }
   if (!prefilter.mayMatch(bytes)) return result;
@@ -191,26 +147,6 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
     result.occurrences = query.occurrences(*document.text, options.paragraphs);
   }
   return result;
-}
-
-// Runs searchFile over all files on `threads` threads; results in file order.
-std::vector<FileResult> searchFiles(const std::vector<fs::path>& files, const Query& query,
-                                    const SearchOptions& options) {
-  initSeparatorsAndTables();
-  const SearchPrefilter prefilter(query.tree, query.caseSensitive, query.wildcard);
-  std::vector<FileResult> results(files.size());
-  std::atomic<std::size_t> next{0};
-  auto work = [&] {
-    for (std::size_t i = next++; i < files.size(); i = next++) {
-      results[i] = searchFile(files[i], query, prefilter, options);
-    }
-  };
-  const unsigned threads = std::max(1u, std::min<unsigned>(options.threads, files.size()));
-  std::vector<std::thread> workers;
-  for (unsigned t = 1; t < threads; ++t) workers.emplace_back(work);
-  work();
-  for (std::thread& worker : workers) worker.join();
-  return results;
 }
 
 // A snippet on one line: line breaks become spaces; shortened when asked.
@@ -233,44 +169,48 @@ std::string fileJson(const fs::path& path, const FileResult& result) {
   return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
+// What a file's result prints: its path, then per format counts, snippets or JSON.
+std::string resultText(const fs::path& path, const FileResult& result,
+                       const SearchOptions& options) {
+  if (options.json) return fileJson(path, result);
+  if (options.filesWithMatches) return path.string() + "\n";
+  if (options.count) return path.string() + ":" + std::to_string(result.occurrences.size()) + "\n";
+  std::string out = path.string() + "\n";
+  for (const Occurrence& occurrence : result.occurrences) {
+    out += std::to_string(occurrence.line + 1) + ":" +
+           utf16ToUtf8(snippetLine(occurrence, options.snippetCharacters)) + "\n";
+  }
+  return out;
+}
+
+// Searches the files on the threads asked for and prints each file's results as soon as
+// those of every file before it are printed.
 int runSearch(const SearchOptions& options) {
   const Query query(options.query, options.caseSensitive, options.wildcard);
   bool failed = false;
-  const std::vector<fs::path> files = collectFiles(options, failed);
-  const std::vector<FileResult> results = searchFiles(files, query, options);
+  const std::vector<SearchFile> files = collectSearchFiles(options.paths, options.hidden, failed);
+  initSeparatorsAndTables();
+  const SearchPrefilter prefilter(query.tree, query.caseSensitive, query.wildcard);
+  const unsigned threads = std::max(1u, std::min<unsigned>(options.threads, files.size()));
   bool anyMatch = false;
-  std::string out;
-  for (std::size_t i = 0; i < files.size(); ++i) {
-    const FileResult& result = results[i];
-    if (!result.error.empty()) {
-      reportError(files[i].string(), result.error);
-      failed = true;
-      continue;
-    }
-    if (!result.notText.empty() && options.verbose) {
-      std::fprintf(stderr, "orvel: %s: skipped: %s\n", files[i].c_str(), result.notText.c_str());
-    }
-    if (!result.matched) continue;
-    anyMatch = true;
-    if (options.json) {
-      out += fileJson(files[i], result);
-    } else if (options.filesWithMatches) {
-      out += files[i].string() + "\n";
-    } else if (options.count) {
-      out += files[i].string() + ":" + std::to_string(result.occurrences.size()) + "\n";
-    } else {
-      out += files[i].string() + "\n";
-      for (const Occurrence& occurrence : result.occurrences) {
-        out += std::to_string(occurrence.line + 1) + ":" +
-               utf16ToUtf8(snippetLine(occurrence, options.snippetCharacters)) + "\n";
-      }
-    }
-    if (out.size() > (1 << 16)) {
-      writeOut(out);
-      out.clear();
-    }
-  }
-  writeOut(out);
+  runInOrder<FileResult>(
+      files.size(), threads, 8 * std::size_t{threads},
+      [&](std::size_t i) { return searchFile(files[i].path, query, prefilter, options); },
+      [&](std::size_t i, const FileResult& result) {
+        const std::string name = files[i].path.string();
+        if (!result.error.empty()) {
+          reportError(name, result.error);
+          failed = true;
+        } else if (!result.notText.empty() && files[i].named) {
+          reportError(name, "not searched: " + result.notText);
+          failed = true;
+        } else if (!result.notText.empty() && options.verbose) {
+          reportError(name, "skipped: " + result.notText);
+        } else if (result.matched) {
+          anyMatch = true;
+          writeOut(resultText(files[i].path, result, options));
+        }
+      });
   if (failed) return 2;
   return anyMatch ? 0 : 1;
 }
@@ -301,6 +241,14 @@ void registerSearch(CLI::App& app, int& status) {
   });
 }
 
+// The text of a document for match and snippets, refused as search refuses it when it is
+// not text.
+std::u16string readDocumentText(const std::string& input) {
+  DocumentText document = documentText(readAll(input));
+  if (!document.text) throw CommandError(displayName(input), document.notTextReason);
+  return std::move(*document.text);
+}
+
 struct TextQueryOptions {
   std::string query;
   std::string file = "-";
@@ -322,7 +270,7 @@ void registerMatch(CLI::App& app, int& status) {
   addTextQueryOptions(command, *options);
   command->callback([options, &status] {
     const Query query(options->query, options->caseSensitive, options->wildcard);
-    const bool matches = query.matches(readText(options->file));
+    const bool matches = query.matches(readDocumentText(options->file));
     writeOut(std::string_view(matches ? "yes\n" : "no\n"));
     status = matches ? 0 : 1;
   });
@@ -346,7 +294,7 @@ void registerSnippets(CLI::App& app, int& status) {
                     "Keep snippets that are only the term itself");
   command->callback([options, &status] {
     const Query query(options->query, options->caseSensitive, options->wildcard);
-    const std::u16string text = readText(options->file);
+    const std::u16string text = readDocumentText(options->file);
     const std::u16string separator = decodeText(options->separator, "separator");
     std::optional<std::u16string> assembled;
     if (options->wildcard) {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "orvel/base/utf8.h"
+#include "orvel/search/query_evaluation.h"
 #include "orvel/text/conversion_tables.h"
 
 #if defined(__SSE2__)
@@ -92,6 +93,18 @@ bool containsBytes(std::string_view haystack, std::string_view needle, bool igno
     if (equalAt(text + start, needle, ignoreAsciiCase)) return true;
   }
   return false;
+}
+
+std::size_t safePrefixEnd(std::string_view bytes) {
+  CharacterSetRep words = queryTermCharacters();
+  auto separates = [words](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte < 0x80 && byte != 0 && !isMemberOfCharacterSetRep(words, byte);
+  };
+  for (std::size_t end = bytes.size() < 2 ? 0 : bytes.size() - 1; end > 0; --end) {
+    if (separates(bytes[end - 1]) && separates(bytes[end])) return end;
+  }
+  return 0;
 }
 
 bool isMonotoneQuery(const QueryTerms& node) {

@@ -21,6 +21,13 @@ namespace orvel::cli {
 
 [[nodiscard]] bool isMonotoneQuery(const QueryTerms& tree);
 
+// Where a prefix of a document's UTF-8 bytes may be cut so that the words before the cut,
+// and whether each stands as a whole word, are those of the whole text: between two ASCII
+// units that are no word characters (0: nowhere). A cut after a word's last unit would
+// make its end a word boundary, and so would a cut after a non-word unit followed by a
+// word unit: «C++» is a whole word of «C++ x» but not of «C++x».
+[[nodiscard]] std::size_t safePrefixEnd(std::string_view bytes);
+
 class SearchPrefilter {
  public:
   SearchPrefilter(const QueryTerms& tree, bool caseSensitive, bool wildcard);

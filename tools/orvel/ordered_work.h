@@ -1,0 +1,76 @@
+// Work on many items in parallel, with the results handed on in the items' order.
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+namespace orvel::cli {
+
+// Runs work(i) for every i below count on `threads` threads, and calls emit(i, result) on
+// the calling thread in order of i, each as soon as the ones before it are emitted. A
+// worker waits before it starts an item more than `window` items ahead of the last one
+// emitted, so at most `window` results are held at any time, however many items there
+// are. An exception thrown by emit stops the workers and is rethrown once they are joined.
+template <typename Result, typename Work, typename Emit>
+void runInOrder(std::size_t count, unsigned threads, std::size_t window, Work work, Emit emit) {
+  threads = std::max(1u, threads);
+  window = std::max<std::size_t>(window, threads);
+  std::vector<std::optional<Result>> slots(window);  // item i waits in slot i % window
+  std::mutex mutex;
+  std::condition_variable ready;  // a result arrived
+  std::condition_variable room;   // a result was emitted, or the run stops
+  std::size_t emitted = 0;
+  bool stopping = false;
+  std::atomic<std::size_t> next{0};
+
+  auto worker = [&] {
+    for (std::size_t i = next++; i < count; i = next++) {
+      {
+        std::unique_lock lock(mutex);
+        room.wait(lock, [&] { return stopping || i < emitted + window; });
+        if (stopping) return;
+      }
+      Result result = work(i);
+      {
+        const std::lock_guard lock(mutex);
+        slots[i % window] = std::move(result);
+      }
+      ready.notify_one();
+    }
+  };
+  std::vector<std::thread> workers;
+  for (unsigned t = 0; t < threads; ++t) workers.emplace_back(worker);
+
+  std::exception_ptr failure;
+  try {
+    for (std::size_t i = 0; i < count; ++i) {
+      std::optional<Result> result;
+      {
+        std::unique_lock lock(mutex);
+        ready.wait(lock, [&] { return slots[i % window].has_value(); });
+        result = std::exchange(slots[i % window], std::nullopt);
+        ++emitted;
+      }
+      room.notify_all();
+      emit(i, *result);
+    }
+  } catch (...) {
+    failure = std::current_exception();
+    {
+      const std::lock_guard lock(mutex);
+      stopping = true;
+    }
+    room.notify_all();
+  }
+  for (std::thread& thread : workers) thread.join();
+  if (failure) std::rethrow_exception(failure);
+}
+
+}  // namespace orvel::cli

@@ -1,0 +1,70 @@
+#include "tools/orvel/search_walk.h"
+
+#include <algorithm>
+#include <system_error>
+
+#include "tools/orvel/command_support.h"
+
+namespace orvel::cli {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isHidden(const fs::path& path) {
+  const std::string name = path.filename().string();
+  return name.size() > 1 && name[0] == '.' && name != "..";
+}
+
+// The regular files below a folder. Folders wait on an explicit stack, so a deep tree
+// costs memory, not stack; one that cannot be read is reported and passed over.
+std::vector<fs::path> walkFolder(const fs::path& root, bool hidden, bool& failed) {
+  std::vector<fs::path> files;
+  std::vector<fs::path> folders = {root};
+  while (!folders.empty()) {
+    const fs::path folder = std::move(folders.back());
+    folders.pop_back();
+    std::error_code error;
+    fs::directory_iterator entries(folder, error);
+    for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
+      const fs::directory_entry& entry = *entries;
+      if (!hidden && isHidden(entry.path())) continue;
+      std::error_code typeError;
+      const fs::file_type type = entry.symlink_status(typeError).type();
+      if (type == fs::file_type::directory) folders.push_back(entry.path());
+      if (type == fs::file_type::regular) files.push_back(entry.path());
+    }
+    if (error) {
+      reportError(folder.string(), error.message());
+      failed = true;
+    }
+  }
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+}  // namespace
+
+std::vector<SearchFile> collectSearchFiles(const std::vector<std::string>& paths, bool hidden,
+                                           bool& failed) {
+  std::vector<SearchFile> files;
+  for (const std::string& root : paths) {
+    std::error_code error;
+    const fs::file_status status = fs::status(root, error);
+    if (error || !fs::exists(status)) {
+      reportError(root, error ? error.message() : "No such file or directory");
+      failed = true;
+    } else if (fs::is_directory(status)) {
+      for (fs::path& path : walkFolder(root, hidden, failed)) {
+        files.push_back({std::move(path), false});
+      }
+    } else if (fs::is_regular_file(status)) {
+      files.push_back({root, true});
+    } else {
+      reportError(root, "not a regular file or folder (a FIFO, device or socket is not searched)");
+      failed = true;
+    }
+  }
+  return files;
+}
+
+}  // namespace orvel::cli
