@@ -5,6 +5,7 @@ set -euo pipefail
 
 packages=(
   cmake ninja-build g++ pkg-config clang-format  # toolchain
+  clang libclang-rt-14-dev                       # libFuzzer for the fuzz targets
   libicu-dev zlib1g-dev liburiparser-dev         # the library's dependencies
   libcli11-dev nlohmann-json3-dev                # the orvel program's command line and JSON output
   libgtest-dev libgmock-dev                      # tests

@@ -18,6 +18,8 @@
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
 
+#include "orvel/text/internal/cpu_features.h"
+
 namespace orvel::internal {
 namespace {
 
@@ -84,9 +86,8 @@ __attribute__((target("avx512f"))) inline __m512i load512(const std::uint8_t* p)
 }  // namespace
 
 bool crc32Vpclmul512Supported() {
-  static const bool supported = __builtin_cpu_supports("avx512f") &&
-                                __builtin_cpu_supports("vpclmulqdq") &&
-                                __builtin_cpu_supports("pclmul");
+  static const bool supported =
+      __builtin_cpu_supports("avx512f") && cpuHasVpclmulqdq() && __builtin_cpu_supports("pclmul");
   return supported;
 }
 

@@ -11,11 +11,13 @@
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
 
+#include "orvel/text/internal/cpu_features.h"
+
 namespace orvel::internal {
 
 bool sha1ShaNiSupported() {
-  static const bool supported = __builtin_cpu_supports("sha") && __builtin_cpu_supports("sse4.1") &&
-                                __builtin_cpu_supports("ssse3");
+  static const bool supported =
+      cpuHasShaExtensions() && __builtin_cpu_supports("sse4.1") && __builtin_cpu_supports("ssse3");
   return supported;
 }
 

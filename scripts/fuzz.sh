@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Builds the fuzz targets with clang's libFuzzer (ASan + UBSan) and runs one of them:
+#
+#   scripts/fuzz.sh TARGET SECONDS     e.g. scripts/fuzz.sh query 600
+#
+# TARGET is a file stem of fuzz/*_fuzzer.cc. The run starts from the seeds and findings in
+# fuzz/corpus/TARGET and keeps the inputs it finds interesting in build/fuzz/corpus/TARGET
+# (not in the repository). A crash is written to fuzz/corpus/TARGET/crash-*, where the test
+# suite replays it: fix it, and commit the input as a regression case.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+if [ $# -lt 1 ]; then
+  echo "usage: scripts/fuzz.sh TARGET [SECONDS]" >&2
+  exit 2
+fi
+target=$1
+seconds=${2:-60}
+
+scripts/setup.sh
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz --target "${target}_fuzzer" >/dev/null
+work="build/fuzz/corpus/$target"
+mkdir -p "$work" "fuzz/corpus/$target"
+exec "build/fuzz/fuzz/${target}_fuzzer" -max_total_time="$seconds" -timeout=10 \
+  -rss_limit_mb=4096 -max_len=16384 -print_final_stats=1 \
+  -artifact_prefix="fuzz/corpus/$target/" "$work" "fuzz/corpus/$target"
