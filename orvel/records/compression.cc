@@ -67,13 +67,11 @@ struct InflateStream {
   }
 };
 
-// Feeds the input to `step` (deflate or inflate) into 16 KiB chunks, appending what each
-// call produces, until the stream ends or fails; answers the last status. Output beyond
-// maxOutput, or more than memory holds, ends it with Z_MEM_ERROR.
-template <typename Step>
-int runStream(z_stream* stream, const void* bytes, std::size_t length,
-              std::vector<std::uint8_t>& output, Step step,
-              std::size_t maxOutput = kUnlimitedInflation) {
+// Feeds the input to `step` (deflate or inflate) in 16 KiB chunks of output, handing what
+// each call produces to `sink`, until the stream ends or fails; answers the last status. A
+// sink that answers false ends it with Z_MEM_ERROR.
+template <typename Step, typename Sink>
+int runStream(z_stream* stream, const void* bytes, std::size_t length, Step step, Sink sink) {
   stream->next_in = static_cast<Bytef*>(const_cast<void*>(bytes));
   stream->avail_in = static_cast<uInt>(length);
   int status;
@@ -82,19 +80,28 @@ int runStream(z_stream* stream, const void* bytes, std::size_t length,
     stream->next_out = chunk;
     stream->avail_out = kChunk;
     status = step(stream);
-    if (status == Z_OK || status == Z_STREAM_END) {
-      const std::size_t produced = kChunk - stream->avail_out;
-      const std::size_t room = maxOutput - output.size();
-      try {
-        output.insert(output.end(), chunk, chunk + std::min(produced, room));
-      } catch (const std::bad_alloc&) {
-        return Z_MEM_ERROR;
-      }
-      if (produced > room) return Z_MEM_ERROR;
+    if ((status == Z_OK || status == Z_STREAM_END) && !sink(chunk, kChunk - stream->avail_out)) {
+      return Z_MEM_ERROR;
     }
   } while (status == Z_OK);
   return status;
 }
+
+// A sink appending to output, up to maxOutput bytes (what fits is kept) and as long as
+// memory lasts.
+auto appendingTo(std::vector<std::uint8_t>& output, std::size_t maxOutput = kUnlimitedInflation) {
+  return [&output, maxOutput](const Bytef* bytes, std::size_t count) {
+    const std::size_t room = maxOutput - output.size();
+    try {
+      output.insert(output.end(), bytes, bytes + std::min(count, room));
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+    return count <= room;
+  };
+}
+
+int inflateStep(z_stream* stream) { return inflate(stream, Z_NO_FLUSH); }
 
 thread_local DeflateStreams deflateStreams;
 thread_local InflateStream inflateStream;
@@ -111,8 +118,9 @@ std::optional<std::vector<std::uint8_t>> dataByCompressingBytes(const void* byte
   if (stream == nullptr) return std::nullopt;
   std::vector<std::uint8_t> result;
   result.reserve(length / 4);
-  if (runStream(stream, bytes, length, result, [](z_stream* s) { return deflate(s, Z_FINISH); }) !=
-      Z_STREAM_END) {
+  if (runStream(
+          stream, bytes, length, [](z_stream* s) { return deflate(s, Z_FINISH); },
+          appendingTo(result)) != Z_STREAM_END) {
     return std::nullopt;
   }
   return result;
@@ -144,8 +152,16 @@ bool setDataByInflatingBytes(std::vector<std::uint8_t>& data, const void* bytes,
   z_stream* stream = inflateStream.get();
   if (stream == nullptr) return false;
   data.clear();
-  const int status = runStream(
-      stream, bytes, length, data, [](z_stream* s) { return inflate(s, Z_NO_FLUSH); }, maxLength);
+  const int status = runStream(stream, bytes, length, inflateStep, appendingTo(data, maxLength));
+  return status == Z_STREAM_END && stream->avail_in == 0;
+}
+
+bool canInflateData(std::span<const std::uint8_t> compressed) {
+  if (!acceptableLength(compressed.data(), compressed.size())) return false;
+  z_stream* stream = inflateStream.get();
+  if (stream == nullptr) return false;
+  const int status = runStream(stream, compressed.data(), compressed.size(), inflateStep,
+                               [](const Bytef*, std::size_t) { return true; });
   return status == Z_STREAM_END && stream->avail_in == 0;
 }
 

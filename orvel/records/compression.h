@@ -47,4 +47,8 @@ bool setDataByInflating(std::vector<std::uint8_t>& data, std::span<const std::ui
 [[nodiscard]] std::optional<std::vector<std::uint8_t>> dataByInflatingData(
     std::span<const std::uint8_t> compressed, std::size_t maxLength = kUnlimitedInflation);
 
+// Whether the bytes are one whole zlib or gzip stream with nothing after it, as the
+// inflaters decide it; what comes out is passed through a scratch buffer and not kept.
+[[nodiscard]] bool canInflateData(std::span<const std::uint8_t> compressed);
+
 }  // namespace orvel

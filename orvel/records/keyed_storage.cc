@@ -239,6 +239,7 @@ std::optional<KeyedStorage::StoredBlock> KeyedStorage::blockForWriting(BlockByte
 
 // Writes header, stored bytes and slack at the current position.
 bool KeyedStorage::writeBlock(BlockBytes stored, std::uint32_t marker, std::uint64_t slack) {
+  if (stored.size() > UINT32_MAX || slack > UINT32_MAX) return false;  // the header's widths
   const auto header =
       blockHeader(marker, static_cast<std::uint32_t>(stored.size()),
                   static_cast<std::uint32_t>(slack), CRC32(stored.data(), stored.size()));
@@ -258,7 +259,9 @@ bool KeyedStorage::writeZeros(std::uint64_t count) {
 
 bool KeyedStorage::appendStored(BlockBytes stored, std::uint32_t marker) {
   if (_file == nullptr || stored.empty() || stored.data() == nullptr) return false;
-  return writeBlock(stored, marker, blockSlack(stored.size(), _blockSize));
+  // Flushed before answering: a block whose append returned survives the process.
+  return writeBlock(stored, marker, blockSlack(stored.size(), _blockSize)) &&
+         std::fflush(_file) == 0;
 }
 
 bool KeyedStorage::appendBlock(BlockBytes payload) {
@@ -298,7 +301,7 @@ bool KeyedStorage::updateBlock(BlockBytes payload, std::uint64_t offset) {
   const std::uint64_t room =
       std::uint64_t{loadBigEndian32(header->data() + 4)} + loadBigEndian32(header->data() + 8);
   const BlockBytes stored = form->bytes;
-  if (stored.size() > room) return false;
+  if (stored.size() > room || room - stored.size() > UINT32_MAX) return false;
   const auto newHeader = blockHeader(form->marker, static_cast<std::uint32_t>(stored.size()),
                                      static_cast<std::uint32_t>(room - stored.size()),
                                      CRC32(stored.data(), stored.size()));
@@ -313,8 +316,9 @@ bool KeyedStorage::deleteBlockAtFileOffset(std::uint64_t offset) {
   if (!header) return false;
   const std::uint32_t length = loadBigEndian32(header->data() + 4);
   if (length == 0) return true;
-  const auto freed =
-      blockHeader(kPlainBlockMarker, 0, length + loadBigEndian32(header->data() + 8), 0);
+  const std::uint64_t slack = std::uint64_t{length} + loadBigEndian32(header->data() + 8);
+  if (slack > UINT32_MAX) return false;  // too large to free as one block
+  const auto freed = blockHeader(kPlainBlockMarker, 0, static_cast<std::uint32_t>(slack), 0);
   return orvel::seekToFileOffset(_file, offset) && writeAll(_file, freed.data(), freed.size()) &&
          std::fflush(_file) == 0;
 }

@@ -3,6 +3,18 @@
 // rewritten in place when the new payload fits, deleted, moved towards the start to
 // compact the file, and copied to a new file through a filter.
 //
+// Reading follows the blocks as their headers chain them: from each block to the offset its
+// length and slack name. Nothing checks a header itself, so damage there misleads the
+// reader: a wrong slack makes it jump over the next block without noticing, a compressed
+// block that does not inflate ends the reading without the damage flag, and blocks written
+// after a torn one are never reached. That is the reading rule of this format, kept as it
+// is. The salvage walk (salvageWalk, salvageToPath, truncateTornTail) does not trust the
+// chain: it checks every block's checksum and inflation, looks into every slack for an
+// intact block, and after damage scans the bytes for the next header whose marker, length
+// and checksum agree, so that it finds every intact block whatever lies before it, and
+// names every anomaly on its way. A payload that itself holds a whole block of this format
+// and is left in a slack by a deletion or a shorter update is found as a block too.
+//
 // Processes exclude each other with advisory whole-file locks taken without waiting:
 // readers share, an updating or appending storage is exclusive, and a lock that cannot be
 // had makes the opening fail (isValid() false). An instance is used by one thread at a
@@ -18,6 +30,8 @@
 #include <optional>
 #include <span>
 #include <vector>
+
+#include "orvel/records/keyed_storage_salvage.h"
 
 namespace orvel {
 
@@ -97,6 +111,28 @@ class KeyedStorage {
   // Without skipErrors, damage met while reading stops the copy with false.
   bool optimizeToPath(const std::filesystem::path& destination, bool skipErrors,
                       KeyedStorageHandler* handler);
+
+  // The salvage walk over the whole file (see above); nullopt without a file or when it
+  // cannot be read. The stream's position is left as it was.
+  [[nodiscard]] std::optional<StorageSalvage> salvageWalk();
+  // The payload of a block the salvage walk found, decompressed; storedCompressed as in
+  // nextAvailableBlock. Nullopt when it is deleted or no longer intact.
+  [[nodiscard]] std::optional<Block> readSalvagedBlock(const SalvagedBlock& block,
+                                                       std::optional<Block>* storedCompressed);
+  // Copies every live block the salvage walk finds to a new file (not this one), as
+  // optimizeToPath does: through the handler when given, compressed bytes as they are
+  // stored. False when the walk or a write fails, or the handler cancels.
+  bool salvageToPath(const std::filesystem::path& destination, KeyedStorageHandler* handler);
+  // Where following the headers from the start, without reading payloads, stops: the
+  // file's length when the chain ends exactly there, else the offset of the first header
+  // that is cut off, unknown, or whose block passes the end of the file. The position is
+  // left at the end of the file.
+  [[nodiscard]] std::uint64_t endOfHeaderChain();
+  // Makes a file torn by a killed writer end at a block boundary, so that blocks appended
+  // next are reachable: a torn last block is cut off, a torn slack of an intact last block
+  // is completed with zeros. True when the file ends at a boundary afterwards; false, with
+  // nothing changed, when other damage than a torn tail follows the last intact block.
+  bool truncateTornTail();
 
   bool truncateFileAtOffset(std::uint64_t length);
   bool synchronizeFile();
