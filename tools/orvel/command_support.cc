@@ -63,9 +63,15 @@ void readChunks(const std::string& input,
 
 std::string readAll(const std::string& input) {
   std::string bytes;
-  readChunks(input, [&](std::span<const std::uint8_t> chunk) {
-    bytes.append(reinterpret_cast<const char*>(chunk.data()), chunk.size());
-  });
+  try {
+    readChunks(input, [&](std::span<const std::uint8_t> chunk) {
+      bytes.append(reinterpret_cast<const char*>(chunk.data()), chunk.size());
+    });
+  } catch (const std::bad_alloc&) {
+    throw CommandError(displayName(input), "too large to read into memory");
+  } catch (const std::length_error&) {
+    throw CommandError(displayName(input), "too large to read into memory");
+  }
   return bytes;
 }
 
@@ -88,6 +94,12 @@ void addFilesOption(CLI::App* command, std::vector<std::string>& files) {
 
 void addFileOption(CLI::App* command, std::string& file) {
   command->add_option("FILE", file, "Input; stdin when absent or '-'")->type_name("FILE");
+}
+
+CLI::Validator nonEmptyFileName() {
+  return CLI::Validator(
+      [](const std::string& name) { return name.empty() ? std::string("empty file name") : ""; },
+      "FILE");
 }
 
 void installStderrLogSink() {

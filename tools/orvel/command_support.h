@@ -6,11 +6,14 @@
 #pragma once
 
 #include <cstdint>
+#include <cstdio>
 #include <functional>
+#include <limits>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -68,6 +71,44 @@ class CollectedLog {
  private:
   std::vector<std::string> _lines;
 };
+
+// printf into a string (short texts: at most 127 bytes).
+template <typename... Values>
+[[nodiscard]] std::string formatText(const char* pattern, Values... values) {
+  char text[128];
+  std::snprintf(text, sizeof text, pattern, values...);
+  return text;
+}
+
+// The whole text as a number of type T (decimal, or 0x hexadecimal for integers); throws
+// CommandError(text, "not a value of this type") otherwise, and for a minus sign before
+// an unsigned type.
+template <typename T>
+[[nodiscard]] T parseNumber(const std::string& text) {
+  try {
+    std::size_t used = 0;
+    T value{};
+    if constexpr (std::is_floating_point_v<T>) {
+      value = static_cast<T>(std::stod(text, &used));
+    } else if constexpr (std::is_signed_v<T>) {
+      const long long parsed = std::stoll(text, &used, 0);
+      if (parsed < std::numeric_limits<T>::min() || parsed > std::numeric_limits<T>::max()) {
+        used = 0;
+      }
+      value = static_cast<T>(parsed);
+    } else {
+      const unsigned long long parsed = std::stoull(text, &used, 0);
+      if (parsed > std::numeric_limits<T>::max() || text.find('-') != std::string::npos) used = 0;
+      value = static_cast<T>(parsed);
+    }
+    if (used == text.size()) return value;
+  } catch (const std::exception&) {
+  }
+  throw CommandError(text, "not a value of this type");
+}
+
+// A CLI11 check that a file name is not empty.
+[[nodiscard]] CLI::Validator nonEmptyFileName();
 
 // Prints a failure line to stderr.
 void reportError(const std::string& name, const std::string& message);

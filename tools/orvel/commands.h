@@ -16,7 +16,10 @@ void registerSearchCommands(CLI::App& app);
 // snippets.
 void registerSearchCommand(CLI::App& app, int& status);
 
-// keyed (dump, add, remove), storage (ls, cat, append, delete, verify, compact), zlib.
+// keyed (dump, add, remove), zlib.
 void registerRecordCommands(CLI::App& app, int& status);
+
+// storage (ls, verify, cat, append, delete, compact, salvage).
+void registerStorageCommands(CLI::App& app, int& status);
 
 }  // namespace orvel::cli

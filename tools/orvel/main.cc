@@ -29,6 +29,7 @@ int main(int argc, char** argv) {
   orvel::cli::registerSearchCommands(app);
   orvel::cli::registerSearchCommand(app, status);
   orvel::cli::registerRecordCommands(app, status);
+  orvel::cli::registerStorageCommands(app, status);
 
   try {
     app.parse(argc, argv);

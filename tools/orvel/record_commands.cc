@@ -19,9 +19,6 @@
 #include "orvel/base/utf8.h"
 #include "orvel/records/compression.h"
 #include "orvel/records/keyed_data.h"
-#include "orvel/records/keyed_storage.h"
-#include "orvel/records/keyed_storage_format.h"
-#include "orvel/text/crc32.h"
 #include "orvel/text/json_escapes.h"
 
 #include "tools/orvel/command_support.h"
@@ -32,18 +29,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string format(const char* pattern, auto... values) {
-  char text[128];
-  std::snprintf(text, sizeof text, pattern, values...);
-  return text;
-}
-
 // A four-character code when all four are printable ASCII, else 0x%08x.
 std::string codeText(std::uint32_t code) {
   std::string text;
   for (int shift = 24; shift >= 0; shift -= 8) {
     const char c = static_cast<char>(code >> shift);
-    if (c < 0x20 || c > 0x7E) return format("0x%08x", code);
+    if (c < 0x20 || c > 0x7E) return formatText("0x%08x", code);
     text += c;
   }
   return text;
@@ -68,7 +59,7 @@ std::uint32_t parseKey(const std::string& key) {
 std::string isoDate(double seconds) {
   std::tm calendar{};
   if (!calendarDateOfTimeInterval(seconds, &calendar)) {
-    return format("%.17g", seconds) + " (seconds, no calendar date)";
+    return formatText("%.17g", seconds) + " (seconds, no calendar date)";
   }
   char text[64];
   std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &calendar);
@@ -93,8 +84,8 @@ std::string recordValue(const KeyedRecordView& record) {
     case kKeyedUnsignedLongLongTag: return std::to_string(loadBigEndian64(v));
     case kKeyedSignedLongLongTag:
       return std::to_string(static_cast<std::int64_t>(loadBigEndian64(v)));
-    case kKeyedFloatTag: return format("%.9g", std::bit_cast<float>(loadBigEndian32(v)));
-    case kKeyedDoubleTag: return format("%.17g", std::bit_cast<double>(loadBigEndian64(v)));
+    case kKeyedFloatTag: return formatText("%.9g", std::bit_cast<float>(loadBigEndian32(v)));
+    case kKeyedDoubleTag: return formatText("%.17g", std::bit_cast<double>(loadBigEndian64(v)));
     case kKeyedDateTag: return isoDate(std::bit_cast<double>(loadBigEndian64(v)));
     case kKeyedStringTag: {
       const std::string_view utf8(reinterpret_cast<const char*>(record.payload.data()),
@@ -140,29 +131,6 @@ std::vector<std::string> typeNames() {
   return names;
 }
 
-template <typename T>
-T parseNumber(const std::string& text) {
-  try {
-    std::size_t used = 0;
-    T value{};
-    if constexpr (std::is_floating_point_v<T>) {
-      value = static_cast<T>(std::stod(text, &used));
-    } else if constexpr (std::is_signed_v<T>) {
-      const long long parsed = std::stoll(text, &used, 0);
-      if (parsed < std::numeric_limits<T>::min() || parsed > std::numeric_limits<T>::max())
-        used = 0;
-      value = static_cast<T>(parsed);
-    } else {
-      const unsigned long long parsed = std::stoull(text, &used, 0);
-      if (parsed > std::numeric_limits<T>::max() || text.find('-') != std::string::npos) used = 0;
-      value = static_cast<T>(parsed);
-    }
-    if (used == text.size()) return value;
-  } catch (const std::exception&) {
-  }
-  throw CommandError(text, "not a value of this type");
-}
-
 KeyedBuffer parseHex(const std::string& hex) {
   KeyedBuffer bytes;
   if (hex.size() % 2 != 0) throw CommandError(hex, "not hexadecimal bytes");
@@ -193,7 +161,7 @@ void registerKeyed(CLI::App& app, int& status) {
 
   auto dumpFile = std::make_shared<std::string>();
   CLI::App* dump = keyed->add_subcommand("dump", "One line per record: TAG KEY VALUE");
-  dump->add_option("FILE", *dumpFile, "The record file")->required();
+  dump->add_option("FILE", *dumpFile, "The record file")->required()->check(nonEmptyFileName());
   dump->callback([dumpFile, &status] {
     const KeyedBuffer data = readRecordFile(*dumpFile, false);
     std::string out;
@@ -203,7 +171,11 @@ void registerKeyed(CLI::App& app, int& status) {
     const bool valid = isValid(data);
     out += valid ? "valid\n" : "invalid at " + std::to_string(end) + "\n";
     writeOut(out);
-    status = valid ? 0 : 1;
+    if (!valid) {
+      reportError(*dumpFile, data.empty() ? "empty: no records"
+                                          : "invalid record at byte offset " + std::to_string(end));
+      status = 1;
+    }
   });
 
   struct EditOptions {
@@ -212,7 +184,9 @@ void registerKeyed(CLI::App& app, int& status) {
   };
   auto add = std::make_shared<EditOptions>();
   CLI::App* addCommand = keyed->add_subcommand("add", "Append a record (data as hex)");
-  addCommand->add_option("FILE", add->file, "The record file (created when missing)")->required();
+  addCommand->add_option("FILE", add->file, "The record file (created when missing)")
+      ->required()
+      ->check(nonEmptyFileName());
   addCommand->add_option("TYPE", add->type, "The type")
       ->required()
       ->check(CLI::IsMember(typeNames()));
@@ -227,7 +201,9 @@ void registerKeyed(CLI::App& app, int& status) {
   auto remove = std::make_shared<EditOptions>();
   CLI::App* removeCommand = keyed->add_subcommand(
       "remove", "Remove the first record of a type and key (--all: every one)");
-  removeCommand->add_option("FILE", remove->file, "The record file")->required();
+  removeCommand->add_option("FILE", remove->file, "The record file")
+      ->required()
+      ->check(nonEmptyFileName());
   removeCommand->add_option("TYPE", remove->type, "The type")
       ->required()
       ->check(CLI::IsMember(typeNames()));
@@ -251,210 +227,6 @@ void registerKeyed(CLI::App& app, int& status) {
         },
         &match);
     writeRecordFile(remove->file, data);
-  });
-}
-
-// One block as it stands in the file, for ls and verify.
-struct RawBlock {
-  std::uint64_t offset;
-  std::uint32_t marker;
-  std::uint64_t length;
-  std::uint64_t slack;
-  std::string state;  // ok, deleted, bad-checksum, truncated, bad-header
-};
-
-std::vector<RawBlock> rawBlocks(const std::string& path) {
-  const KeyedBuffer file = readRecordFile(path, false);
-  std::vector<RawBlock> blocks;
-  std::uint64_t offset = 0;
-  while (offset < file.size()) {
-    const std::uint8_t* p = file.data() + offset;
-    if (file.size() - offset < kBlockHeaderSize || !isKnownBlockMarker(loadBigEndian32(p))) {
-      blocks.push_back(
-          {offset, file.size() - offset >= 4 ? loadBigEndian32(p) : 0, 0, 0, "bad-header"});
-      break;
-    }
-    RawBlock block{offset, loadBigEndian32(p), loadBigEndian32(p + 4), loadBigEndian32(p + 8),
-                   "ok"};
-    const std::uint64_t end = offset + kBlockHeaderSize + block.length;
-    if (block.length == 0) {
-      block.state = "deleted";
-    } else if (end > file.size()) {
-      block.state = "truncated";
-    } else if (CRC32(p + kBlockHeaderSize, block.length) != loadBigEndian32(p + 12)) {
-      block.state = "bad-checksum";
-    }
-    blocks.push_back(block);
-    if (block.state == "truncated") break;
-    offset = end + block.slack;
-  }
-  return blocks;
-}
-
-std::uint64_t parseOffset(const std::string& text) { return parseNumber<std::uint64_t>(text); }
-
-KeyedStorage openStorage(const std::string& path, bool updating) {
-  KeyedStorage storage =
-      updating ? KeyedStorage::forUpdating(path) : KeyedStorage::forReading(path);
-  if (!storage.isValid()) {
-    throw CommandError(path, fs::exists(path)
-                                 ? "cannot open: in use by another process or unreadable"
-                                 : "No such file or directory");
-  }
-  return storage;
-}
-
-// Block sizes are multiples of 512: the storage pads each block to one.
-void addBlockSizeOption(CLI::App* command, std::uint64_t& blockSize) {
-  command
-      ->add_option("--block-size", blockSize, "Pad blocks to a multiple of N (N: 512, 1024, ...)")
-      ->check(
-          [](const std::string& text) {
-            const std::uint64_t n = std::strtoull(text.c_str(), nullptr, 10);
-            return n % 512 == 0 ? std::string() : "not a multiple of 512: " + text;
-          },
-          "N");
-}
-
-void registerStorage(CLI::App& app, int& status) {
-  CLI::App* storage = app.add_subcommand("storage", "Inspect and edit KeyedStorage block files");
-  storage->require_subcommand(1);
-
-  auto lsFile = std::make_shared<std::string>();
-  CLI::App* ls =
-      storage->add_subcommand("ls", "One line per block: OFFSET MARKER LENGTH SLACK STATE");
-  ls->add_option("FILE", *lsFile, "The block file")->required();
-  ls->callback([lsFile] {
-    std::string out;
-    for (const RawBlock& block : rawBlocks(*lsFile)) {
-      out += std::to_string(block.offset) + "\t" + format("0x%08x", block.marker) + "\t" +
-             std::to_string(block.length) + "\t" + std::to_string(block.slack) + "\t" +
-             block.state + "\n";
-    }
-    writeOut(out);
-  });
-
-  auto verifyFile = std::make_shared<std::string>();
-  CLI::App* verify = storage->add_subcommand("verify", "Count good, deleted and damaged blocks");
-  verify->add_option("FILE", *verifyFile, "The block file")->required();
-  verify->callback([verifyFile, &status] {
-    std::size_t good = 0, deleted = 0, damaged = 0;
-    for (const RawBlock& block : rawBlocks(*verifyFile)) {
-      if (block.state == "ok") {
-        ++good;
-      } else if (block.state == "deleted") {
-        ++deleted;
-      } else {
-        ++damaged;
-      }
-    }
-    writeOut("good " + std::to_string(good) + "\ndeleted " + std::to_string(deleted) +
-             "\ndamaged " + std::to_string(damaged) + "\n");
-    status = damaged == 0 ? 0 : 1;
-  });
-
-  struct BlockOptions {
-    std::string file, offset, payload;
-    bool compress = false;
-    std::uint64_t blockSize = 0;
-  };
-  auto cat = std::make_shared<BlockOptions>();
-  CLI::App* catCommand = storage->add_subcommand("cat", "Print a block's payload, decompressed");
-  catCommand->add_option("FILE", cat->file, "The block file")->required();
-  catCommand->add_option("OFFSET", cat->offset, "The block's offset")->required();
-  catCommand->callback([cat] {
-    KeyedStorage file = openStorage(cat->file, false);
-    const std::uint64_t offset = parseOffset(cat->offset);
-    file.seekToFileOffset(offset);
-    const CollectedLog damage;
-    const auto block = file.nextAvailableBlock();
-    if (!block || file.offsetOfLastBlock() != offset) {
-      throw CommandError(cat->file, "no readable block at offset " + cat->offset + damage.suffix());
-    }
-    writeOut(std::string_view(reinterpret_cast<const char*>(block->data()), block->size()));
-  });
-
-  auto append = std::make_shared<BlockOptions>();
-  CLI::App* appendCommand =
-      storage->add_subcommand("append", "Append a block (the PAYLOAD, or stdin); print its offset");
-  appendCommand->add_option("FILE", append->file, "The block file (created when missing)")
-      ->required();
-  appendCommand->add_option("PAYLOAD", append->payload, "The payload; stdin when absent");
-  appendCommand->add_flag("--compress", append->compress, "Compress when that saves space");
-  addBlockSizeOption(appendCommand, append->blockSize);
-  appendCommand->callback([append] {
-    const std::string payload = append->payload.empty() ? readAll("-") : append->payload;
-    KeyedStorage file = KeyedStorage::forAppending(append->file);
-    if (!file.isValid()) throw CommandError(append->file, "cannot open: in use by another process");
-    file.setCompressed(append->compress);
-    file.setBlockSize(append->blockSize);
-    const std::uint64_t offset = file.lengthOfFile();
-    if (!file.appendBlock(
-            BlockBytes(reinterpret_cast<const std::uint8_t*>(payload.data()), payload.size())) ||
-        file.closeFile()) {
-      throw CommandError(append->file, payload.empty() ? "empty payload" : "write failed");
-    }
-    writeOut(std::to_string(offset) + "\n");
-  });
-
-  auto remove = std::make_shared<BlockOptions>();
-  CLI::App* deleteCommand = storage->add_subcommand("delete", "Free the block at OFFSET");
-  deleteCommand->add_option("FILE", remove->file, "The block file")->required();
-  deleteCommand->add_option("OFFSET", remove->offset, "The block's offset")->required();
-  deleteCommand->callback([remove] {
-    KeyedStorage file = openStorage(remove->file, true);
-    const CollectedLog damage;
-    if (!file.deleteBlockAtFileOffset(parseOffset(remove->offset))) {
-      throw CommandError(remove->file, "no block at offset " + remove->offset + damage.suffix());
-    }
-  });
-
-  struct CompactOptions {
-    std::string file, destination;
-    bool skipErrors = false;
-    std::uint64_t blockSize = 0;
-  };
-  auto compact = std::make_shared<CompactOptions>();
-  CLI::App* compactCommand =
-      storage->add_subcommand("compact", "Drop free space: in place, or into DEST with --to");
-  compactCommand->add_option("FILE", compact->file, "The block file")->required();
-  compactCommand->add_option("--to", compact->destination, "Copy the live blocks into DEST");
-  compactCommand->add_flag("--skip-errors", compact->skipErrors, "Go on past damaged blocks");
-  // The file does not record the size its blocks were padded to.
-  addBlockSizeOption(compactCommand, compact->blockSize);
-  compactCommand->callback([compact] {
-    KeyedStorage file = openStorage(compact->file, true);
-    file.setBlockSize(compact->blockSize);
-    const CollectedLog damage;
-    if (!compact->destination.empty()) {
-      if (!file.optimizeToPath(compact->destination, compact->skipErrors, nullptr)) {
-        throw CommandError(compact->file,
-                           "damaged, nothing copied past it (--skip-errors copies what is intact)" +
-                               damage.suffix());
-      }
-      return;
-    }
-    // A first pass finds damage before anything moves.
-    bool damaged = false;
-    while (file.nextAvailableBlock(nullptr, &damaged)) {
-    }
-    if (damaged && !compact->skipErrors) {
-      throw CommandError(
-          compact->file,
-          "damaged, left as it was (--skip-errors keeps what is intact)" + damage.suffix());
-    }
-    file.seekToFileOffset(0);
-    std::uint64_t free = 0;
-    std::optional<Block> stored;
-    while (const auto block = file.nextAvailableBlock(&stored)) {
-      const std::uint64_t resume = file.offsetInFile();
-      std::optional<BlockBytes> storedView;
-      if (stored) storedView = BlockBytes(*stored);
-      file.setCompressed(stored.has_value());
-      file.optimizeLastBlock(*block, storedView, free, &free);
-      file.seekToFileOffset(resume);
-    }
-    if (!file.truncateFileAtOffset(free)) throw CommandError(compact->file, "truncation failed");
   });
 }
 
@@ -502,7 +274,6 @@ void registerZlib(CLI::App& app) {
 
 void registerRecordCommands(CLI::App& app, int& status) {
   registerKeyed(app, status);
-  registerStorage(app, status);
   registerZlib(app);
 }
 

@@ -1,10 +1,9 @@
-// keyed, storage and zlib, run as a user runs them.
+// keyed and zlib, run as a user runs them.
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "orvel/records/keyed_storage.h"
 #include "orvel/testing/run_program.h"
 #include "orvel/testing/temp_dir.h"
 
@@ -58,6 +57,7 @@ TEST(KeyedCommandTest, DamageAndBadArguments) {
   const ProgramResult dump = orvel({"keyed", "dump", file.string()});
   EXPECT_EQ(dump.exitCode, 1);
   EXPECT_EQ(dump.out, "QWun\t0x00000001\t5\ninvalid at 16\n");
+  EXPECT_EQ(dump.err, "orvel: " + file.string() + ": invalid record at byte offset 16\n");
   const ProgramResult badValue = orvel({"keyed", "add", file.string(), "unsigned", "KEY1", "-3"});
   EXPECT_EQ(badValue.exitCode, 1);
   EXPECT_EQ(badValue.err, "orvel: -3: not a value of this type\n");
@@ -65,92 +65,25 @@ TEST(KeyedCommandTest, DamageAndBadArguments) {
   EXPECT_EQ(badKey.exitCode, 1);
   EXPECT_EQ(orvel({"keyed", "add", file.string(), "colour", "KEY1", "1"}).exitCode, 2);
   EXPECT_EQ(orvel({"keyed", "dump", (dir.path() / "missing").string()}).exitCode, 1);
+  const ProgramResult unnamed = orvel({"keyed", "add", "", "string", "NAME", "x"});
+  EXPECT_EQ(unnamed.exitCode, 2);
+  EXPECT_NE(unnamed.err.find("empty file name"), std::string::npos) << unnamed.err;
 }
 
-TEST(StorageCommandTest, AppendListCatDeleteVerifyCompact) {
+// Dates no calendar shows are printed as the seconds they are.
+TEST(KeyedCommandTest, DatesBeyondTheCalendar) {
   testing::TempDir dir;
-  const std::string file = (dir.path() / "blocks").string();
-  expectSuccess(orvel({"storage", "append", file, "hello"}), "0\n");
-  expectSuccess(orvel({"storage", "append", "--compress", file}, std::string(3000, 'a')), "21\n");
-  const ProgramResult third = orvel({"storage", "append", "--block-size", "512", file, "world"});
-  EXPECT_EQ(third.exitCode, 0);
-  const std::string thirdOffset = third.out.substr(0, third.out.size() - 1);
-  const std::string ls = orvel({"storage", "ls", file}).out;
-  EXPECT_EQ(ls.substr(0, ls.find('\n')), "0\t0x31415926\t5\t0\tok");
-  EXPECT_NE(ls.find("21\t0x98765432\t"), std::string::npos) << ls;
-  EXPECT_NE(ls.find(thirdOffset + "\t0x31415926\t5\t491\tok"), std::string::npos) << ls;
-  expectSuccess(orvel({"storage", "cat", file, "21"}), std::string(3000, 'a'));
-  expectSuccess(orvel({"storage", "delete", file, "0"}), "");
-  expectSuccess(orvel({"storage", "verify", file}), "good 2\ndeleted 1\ndamaged 0\n");
-  expectSuccess(orvel({"storage", "compact", file}), "");
-  expectSuccess(orvel({"storage", "verify", file}), "good 2\ndeleted 0\ndamaged 0\n");
-  expectSuccess(orvel({"storage", "cat", file, "0"}), std::string(3000, 'a'));
-  const ProgramResult missing = orvel({"storage", "cat", file, "7"});
-  EXPECT_EQ(missing.exitCode, 1);
-  EXPECT_EQ(missing.err,
-            "orvel: " + file + ": no readable block at offset 7 (Invalid header at 7)\n");
-}
-
-TEST(StorageCommandTest, CompactingKeepsTheBlockSizeAskedFor) {
-  testing::TempDir dir;
-  const std::string file = (dir.path() / "blocks").string();
-  for (const char* payload : {"one", "two", "three"}) {
-    orvel({"storage", "append", "--block-size", "512", file, payload});
+  std::string records;
+  for (const std::string& bits : {std::string("\x7F\xF8\0\0\0\0\0\0", 8),                 // NaN
+                                  std::string("\x7E\x37\xE4\x3C\x88\x00\x75\x9C", 8)}) {  // 1e300
+    records += std::string("QWdaWHEN", 8) + bits;
   }
-  expectSuccess(orvel({"storage", "delete", file, "0"}), "");
-  expectSuccess(orvel({"storage", "compact", "--block-size", "512", file}), "");
-  expectSuccess(orvel({"storage", "ls", file}),
-                "0\t0x31415926\t3\t493\tok\n512\t0x31415926\t5\t491\tok\n");
-  const std::string copy = (dir.path() / "copy").string();
-  expectSuccess(orvel({"storage", "compact", "--block-size", "1024", file, "--to", copy}), "");
-  expectSuccess(orvel({"storage", "ls", copy}),
-                "0\t0x31415926\t3\t1005\tok\n1024\t0x31415926\t5\t1003\tok\n");
-  const ProgramResult odd = orvel({"storage", "compact", "--block-size", "1000", file});
-  EXPECT_EQ(odd.exitCode, 2);
-  EXPECT_NE(odd.err.find("not a multiple of 512: 1000"), std::string::npos) << odd.err;
-}
-
-TEST(StorageCommandTest, DamageIsReportedAndCompactedAround) {
-  testing::TempDir dir;
-  const std::string file = (dir.path() / "blocks").string();
-  for (const char* payload : {"one", "two", "three"}) orvel({"storage", "append", file, payload});
-  {
-    std::FILE* f = std::fopen(file.c_str(), "r+b");
-    std::fseek(f, 19 + 16, SEEK_SET);
-    std::fputc('X', f);  // a payload byte of "two"
-    std::fclose(f);
-  }
-  const ProgramResult verify = orvel({"storage", "verify", file});
-  EXPECT_EQ(verify.exitCode, 1);
-  EXPECT_EQ(verify.out, "good 2\ndeleted 0\ndamaged 1\n");
-  EXPECT_NE(orvel({"storage", "ls", file}).out.find("19\t0x31415926\t3\t0\tbad-checksum"),
-            std::string::npos);
-  const std::string before = orvel({"storage", "ls", file}).out;
-  const ProgramResult inPlace = orvel({"storage", "compact", file});
-  EXPECT_EQ(inPlace.exitCode, 1);
-  EXPECT_EQ(inPlace.err, "orvel: " + file +
-                             ": damaged, left as it was (--skip-errors keeps what is intact) "
-                             "(Invalid checksum at 19)\n");
-  EXPECT_EQ(orvel({"storage", "ls", file}).out, before);
-  const std::string copy = (dir.path() / "copy").string();
-  EXPECT_EQ(orvel({"storage", "compact", file, "--to", copy}).exitCode, 1);
-  expectSuccess(orvel({"storage", "compact", file, "--to", copy, "--skip-errors"}), "");
-  expectSuccess(orvel({"storage", "verify", copy}), "good 2\ndeleted 0\ndamaged 0\n");
-}
-
-TEST(StorageCommandTest, AnotherProcessHoldingTheFileLocksCommandsOut) {
-  testing::TempDir dir;
-  const std::string file = (dir.path() / "blocks").string();
-  orvel({"storage", "append", file, "one"});
-  KeyedStorage holder = KeyedStorage::forUpdating(file);
-  ASSERT_TRUE(holder.isValid());
-  const ProgramResult append = orvel({"storage", "append", file, "two"});
-  EXPECT_EQ(append.exitCode, 1);
-  EXPECT_EQ(append.err, "orvel: " + file + ": cannot open: in use by another process\n");
-  EXPECT_EQ(orvel({"storage", "cat", file, "0"}).exitCode, 1);  // a reader is locked out too
-  holder.closeFile();
-  KeyedStorage reader = KeyedStorage::forReading(file);
-  expectSuccess(orvel({"storage", "cat", file, "0"}), "one");  // readers share
+  const auto file = dir.writeFile("dates", records);
+  const ProgramResult dump = orvel({"keyed", "dump", file.string()});
+  EXPECT_EQ(dump.exitCode, 0) << dump.err;
+  EXPECT_EQ(dump.out,
+            "QWda\tWHEN\tnan (seconds, no calendar date)\n"
+            "QWda\tWHEN\t1.0000000000000001e+300 (seconds, no calendar date)\nvalid\n");
 }
 
 TEST(ZlibCommandTest, RoundTripsAndRejectsGarbage) {
@@ -167,6 +100,16 @@ TEST(ZlibCommandTest, RoundTripsAndRejectsGarbage) {
   EXPECT_EQ(garbage.out, "");
   EXPECT_EQ(garbage.err, "orvel: stdin: not a complete zlib or gzip stream\n");
   EXPECT_EQ(orvel({"zlib", "deflate"}, "").exitCode, 1);
+}
+
+TEST(ZlibCommandTest, InflationStopsAtItsLimit) {
+  const ProgramResult bomb = orvel({"zlib", "gzip", "--level", "9"}, std::string(1 << 20, '\0'));
+  ASSERT_EQ(bomb.exitCode, 0);
+  const ProgramResult limited = orvel({"zlib", "inflate", "--max-output", "1000"}, bomb.out);
+  EXPECT_EQ(limited.exitCode, 1);
+  EXPECT_EQ(limited.out, "");
+  EXPECT_EQ(limited.err, "orvel: stdin: expands beyond 1000 bytes (--max-output N allows more)\n");
+  EXPECT_EQ(orvel({"zlib", "inflate"}, bomb.out).out.size(), std::size_t{1} << 20);
 }
 
 }  // namespace
