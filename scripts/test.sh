@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs every test: the optimised build (warnings as errors, with the
-# benchmarks compiled), the AddressSanitizer + UndefinedBehaviorSanitizer build, and the
+# benchmarks compiled), the AddressSanitizer + UndefinedBehaviorSanitizer build, the
+# ThreadSanitizer run of a parallel search, a short run of every fuzz target, and the
 # formatting check.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -13,6 +14,24 @@ for preset in release sanitize; do
   cmake --build --preset "$preset"
   echo "== $preset tests"
   ctest --preset "$preset"
+done
+
+echo "== thread sanitizer: orvel search on four threads"
+cmake --preset tsan >/dev/null
+cmake --build --preset tsan --target orvel orvel_cli_test
+ctest --preset tsan -R 'SearchInputsTest\.ThreadsPrintInFileOrder'
+
+echo "== fuzzing, about 10 s per target"
+mkdir -p build
+for source in fuzz/*_fuzzer.cc; do
+  target=$(basename "$source" _fuzzer.cc)
+  log="build/fuzz-$target.log"
+  if ! scripts/fuzz.sh "$target" 10 >"$log" 2>&1; then
+    tail -n 40 "$log"
+    echo "fuzzing $target: failed (the input is in fuzz/corpus/$target)" >&2
+    exit 1
+  fi
+  echo "$target: $(grep -E '^Done' "$log" || echo done)"
 done
 
 echo "== formatting"

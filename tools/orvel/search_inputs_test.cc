@@ -152,6 +152,8 @@ TEST(SearchInputsTest, ThreadsPrintInFileOrder) {
   const ProgramResult one = orvel({"search", "-j", "1", "fox", dir.path().string()});
   const ProgramResult four = orvel({"search", "-j", "4", "fox", dir.path().string()});
   EXPECT_EQ(one.exitCode, 0);
+  EXPECT_EQ(four.exitCode, 0);
+  EXPECT_EQ(four.err, "");  // where a thread sanitizer reports a race
   EXPECT_EQ(four.out, one.out);
   EXPECT_EQ(lines(four.out).size(), 100u + 2u);  // 100 paths, and the two snippet lines
 }
