@@ -257,16 +257,27 @@ bool KeyedStorage::writeZeros(std::uint64_t count) {
   return true;
 }
 
-bool KeyedStorage::appendStored(BlockBytes stored, std::uint32_t marker) {
+bool KeyedStorage::writeAppended(BlockBytes stored, std::uint32_t marker) {
   if (_file == nullptr || stored.empty() || stored.data() == nullptr) return false;
+  return writeBlock(stored, marker, blockSlack(stored.size(), _blockSize));
+}
+
+bool KeyedStorage::appendStored(BlockBytes stored, std::uint32_t marker) {
   // Flushed before answering: a block whose append returned survives the process.
-  return writeBlock(stored, marker, blockSlack(stored.size(), _blockSize)) &&
-         std::fflush(_file) == 0;
+  return writeAppended(stored, marker) && std::fflush(_file) == 0;
 }
 
 bool KeyedStorage::appendBlock(BlockBytes payload) {
   const auto form = blockForWriting(payload);
   return form && appendStored(form->bytes, form->marker);
+}
+
+bool KeyedStorage::appendBlocks(std::span<const BlockBytes> payloads) {
+  for (const BlockBytes payload : payloads) {
+    const auto form = blockForWriting(payload);
+    if (!form || !writeAppended(form->bytes, form->marker)) return false;
+  }
+  return _file != nullptr && std::fflush(_file) == 0;
 }
 
 bool KeyedStorage::appendCompressedBlock(BlockBytes stored) {

@@ -92,8 +92,13 @@ class KeyedStorage {
   [[nodiscard]] std::optional<Block> nextAvailableBlock(
       std::optional<Block>* storedCompressed = nullptr, bool* damaged = nullptr);
 
-  // Appends the payload, compressed when that is on and makes it shorter.
+  // Appends the payload, compressed when that is on and makes it shorter. The block is
+  // handed to the kernel before this returns, so that it survives the process.
   bool appendBlock(BlockBytes payload);
+  // Appends the payloads as appendBlock does, handing them to the kernel together once
+  // the last is written: one system call for many small blocks. A process killed inside
+  // leaves a prefix of them (the last maybe torn); false at the first that fails.
+  bool appendBlocks(std::span<const BlockBytes> payloads);
   // Appends bytes that are a zlib stream already, or plain bytes.
   bool appendCompressedBlock(BlockBytes stored);
   bool appendUncompressedBlock(BlockBytes payload);
@@ -153,6 +158,7 @@ class KeyedStorage {
   };
   std::optional<StoredBlock> blockForWriting(BlockBytes payload) const;
   bool appendStored(BlockBytes stored, std::uint32_t marker);
+  bool writeAppended(BlockBytes stored, std::uint32_t marker);
   bool writeBlock(BlockBytes stored, std::uint32_t marker, std::uint64_t slack);
   bool writeZeros(std::uint64_t count);
   [[nodiscard]] std::uint64_t fileSize() const;

@@ -69,6 +69,34 @@ TEST_F(KeyedStorageTest, BlockLayoutByteForByte) {
   EXPECT_EQ(fileBytes(_path), expected);
 }
 
+// What appendBlock wrote is in the file when it returns, before any close; a batch writes
+// the same bytes as its blocks appended one by one.
+TEST_F(KeyedStorageTest, AppendedBlocksAreInTheFileOnReturn) {
+  KeyedStorage writer = KeyedStorage::forAppending(_path);
+  writer.setCompressed(true);
+  ASSERT_TRUE(writer.appendBlock(bytes(std::string(2000, 'a'))));
+  const std::size_t first = fileBytes(_path).size();  // read past the writer's lock
+  EXPECT_GT(first, kBlockHeaderSize);
+  const Block one = bytes("one"), two = bytes(std::string(3000, 'b'));
+  const BlockBytes batch[] = {one, two};
+  ASSERT_TRUE(writer.appendBlocks(batch));
+  const Block written = fileBytes(_path);
+  EXPECT_GT(written.size(), first + 2 * kBlockHeaderSize);
+  writer.closeFile();
+  EXPECT_EQ(fileBytes(_path), written);
+  EXPECT_EQ(readAll(_path).size(), 3u);
+
+  std::filesystem::remove(_path);
+  KeyedStorage single = KeyedStorage::forAppending(_path);
+  single.setCompressed(true);
+  for (const Block& payload : {bytes(std::string(2000, 'a')), one, two}) {
+    ASSERT_TRUE(single.appendBlock(payload));
+  }
+  EXPECT_EQ(fileBytes(_path), written);
+  const BlockBytes withEmpty[] = {one, BlockBytes()};
+  EXPECT_FALSE(single.appendBlocks(withEmpty));
+}
+
 TEST_F(KeyedStorageTest, BlockSizePadsWithZeros) {
   append({std::string(10, 'x')}, false, 512);
   const Block file = fileBytes(_path);
