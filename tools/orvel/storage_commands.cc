@@ -75,6 +75,7 @@ std::string whyNotAFile(const std::string& path) {
   const fs::file_status status = fs::status(path, error);
   if (!fs::exists(status)) return "No such file or directory";
   if (fs::is_directory(status)) return "Is a directory";
+  if (!fs::is_regular_file(status)) return "not a regular file (a FIFO, device or socket)";
   return {};
 }
 
@@ -148,6 +149,7 @@ void registerLs(CLI::App* storage) {
       storage->add_subcommand("ls", "One line per block: OFFSET MARKER LENGTH SLACK STATE");
   ls->add_option("FILE", *file, "The block file")->required()->check(nonEmptyFileName());
   ls->callback([file] {
+    if (const std::string why = whyNotAFile(*file); !why.empty()) throw CommandError(*file, why);
     std::string out;
     for (const RawBlock& block : rawBlocks(*file)) {
       out += std::to_string(block.offset) + "\t" + formatText("0x%08x", block.marker) + "\t" +
@@ -259,7 +261,10 @@ void registerAppend(CLI::App* storage) {
                              ? "empty payload: a block holds at least one byte"
                              : "empty payload (stdin was empty): a block holds at least one byte");
     }
-    if (fs::is_directory(options->file)) throw CommandError(options->file, "Is a directory");
+    if (const std::string why = whyNotAFile(options->file);
+        !why.empty() && why != "No such file or directory") {
+      throw CommandError(options->file, why);
+    }
     KeyedStorage file = KeyedStorage::forAppending(options->file);
     if (!file.isValid()) throw CommandError(options->file, whyNotOpened(options->file, W_OK));
     checkAppendable(file, *options);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "orvel/base/big_endian.h"
 #include "orvel/records/keyed_storage.h"
@@ -250,6 +251,15 @@ TEST(StorageCommandTest, BadArgumentsAndPathsGetOneClearLine) {
                 "orvel: " + folder + ": Is a directory\n");
   expectFailure(orvel({"storage", "cat", folder, "0"}), 1,
                 "orvel: " + folder + ": Is a directory\n");
+
+  const std::string fifo = (dir.path() / "fifo").string();
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  for (const std::vector<std::string>& command : {std::vector<std::string>{"storage", "ls", fifo},
+                                                  {"storage", "verify", fifo},
+                                                  {"storage", "append", fifo, "x"}}) {
+    expectFailure(orvel(command), 1,
+                  "orvel: " + fifo + ": not a regular file (a FIFO, device or socket)\n");
+  }
 
   const std::string text = dir.writeFile("notes.txt", "plain text, no blocks").string();
   expectFailure(orvel({"storage", "append", text, "x"}), 1,
