@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cerrno>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -360,7 +361,13 @@ bool KeyedStorage::optimizeLastBlock(BlockBytes payload, std::optional<BlockByte
 
 bool KeyedStorage::optimizeToPath(const std::filesystem::path& destination, bool skipErrors,
                                   KeyedStorageHandler* handler) {
-  if (destination.empty() || _file == nullptr || samePath(destination, _path)) return false;
+  // The name compared as the format's tools always have, and the file itself besides: the
+  // copy starts by emptying its destination.
+  std::error_code error;
+  if (destination.empty() || _file == nullptr || samePath(destination, _path) ||
+      std::filesystem::equivalent(destination, _path, error)) {
+    return false;
+  }
   KeyedStorage copy = forAppending(destination);
   if (!copy.isValid()) return false;
   seekToFileOffset(0);

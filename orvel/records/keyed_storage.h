@@ -112,7 +112,8 @@ class KeyedStorage {
   // compressed bytes, when given and compression is on, are written as they are.
   bool optimizeLastBlock(BlockBytes payload, std::optional<BlockBytes> storedCompressed,
                          std::uint64_t target, std::uint64_t* nextOffset);
-  // Copies the live blocks to a new file (not this one), through the handler when given.
+  // Copies the live blocks to a new file (not this one, by name compared without case or
+  // by identity), through the handler when given.
   // Without skipErrors, damage met while reading stops the copy with false.
   bool optimizeToPath(const std::filesystem::path& destination, bool skipErrors,
                       KeyedStorageHandler* handler);

@@ -13,6 +13,7 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -247,7 +248,12 @@ std::optional<Block> KeyedStorage::readSalvagedBlock(const SalvagedBlock& block,
 
 bool KeyedStorage::salvageToPath(const std::filesystem::path& destination,
                                  KeyedStorageHandler* handler) {
-  if (destination.empty() || _file == nullptr || destination == _path) return false;
+  // Never onto this file, however its name is spelled: the copy starts by emptying it.
+  std::error_code error;
+  if (destination.empty() || _file == nullptr || destination == _path ||
+      std::filesystem::equivalent(destination, _path, error)) {
+    return false;
+  }
   const auto walk = salvageWalk();
   if (!walk) return false;
   KeyedStorage copy = forAppending(destination);

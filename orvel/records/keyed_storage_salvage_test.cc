@@ -226,6 +226,7 @@ TEST_F(KeyedStorageSalvageTest, SalvagingCopiesEveryIntactBlockThroughTheHandler
   CountingHandler handler;
   ASSERT_TRUE(source.salvageToPath(_dir.path() / "copy", &handler));
   EXPECT_FALSE(source.salvageToPath(_path, nullptr));  // never onto itself
+  EXPECT_FALSE(source.salvageToPath(_dir.path() / "." / "storage", nullptr));
   const auto copied = plainRead(_dir.path() / "copy");
   EXPECT_THAT(copied, ElementsAre("a", kLong, "b"));
   EXPECT_TRUE(salvage(_dir.path() / "copy").anomalies.empty());

@@ -232,6 +232,8 @@ TEST_F(KeyedStorageTest, CopyToAnotherFileThroughAHandler) {
   EXPECT_THAT(readAll(copy), ElementsAre("one", "two"));
   EXPECT_THAT(handler.keys, ElementsAre(0u, 19u, 19u));         // where each block would be written
   EXPECT_FALSE(storage.optimizeToPath(_path, false, nullptr));  // not onto itself
+  EXPECT_FALSE(storage.optimizeToPath(_dir.path() / "." / "storage", false, nullptr));
+  EXPECT_FALSE(readAll(_path).empty());
   EXPECT_FALSE(storage.optimizeToPath("", false, nullptr));
 }
 
