@@ -81,10 +81,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     live = checkSalvage(storage, size);
     ORVEL_FUZZ_CHECK(storage.endOfHeaderChain() <= size);
   }
+  // A repair only cuts off a torn tail or completes a padding with zeros: every intact block
+  // stays. (Zeros completing a padding may complete a block that was cut off, too: a header
+  // whose checksum is 0 over zeros is intact.)
   orvel::KeyedStorage storage = orvel::KeyedStorage::forUpdating(scratchFile());
   if (storage.truncateTornTail()) {
     const std::size_t repaired = static_cast<std::size_t>(storage.lengthOfFile());
-    ORVEL_FUZZ_CHECK(checkSalvage(storage, repaired) == live);
+    ORVEL_FUZZ_CHECK(repaired <= size + (1 << 20));
+    ORVEL_FUZZ_CHECK(checkSalvage(storage, repaired) >= live);
   }
   return 0;
 }

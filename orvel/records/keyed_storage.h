@@ -135,9 +135,10 @@ class KeyedStorage {
   // left at the end of the file.
   [[nodiscard]] std::uint64_t endOfHeaderChain();
   // Makes a file torn by a killed writer end at a block boundary, so that blocks appended
-  // next are reachable: a torn last block is cut off, a torn slack of an intact last block
-  // is completed with zeros. True when the file ends at a boundary afterwards; false, with
-  // nothing changed, when other damage than a torn tail follows the last intact block.
+  // next are reachable: a torn last block is cut off, the torn padding of an intact live
+  // last block is completed with zeros (at most 1 MiB of them). True when the file ends at
+  // a boundary afterwards; false, with nothing changed, when other damage than a torn tail
+  // follows the last intact block. Needs a storage open for updating or appending.
   bool truncateTornTail();
 
   bool truncateFileAtOffset(std::uint64_t length);

@@ -28,6 +28,9 @@
 namespace orvel {
 namespace {
 
+// The most zeros a repair adds to complete the padding of a torn last block.
+constexpr std::uint64_t kLargestTornPadding = 1 << 20;
+
 struct Header {
   std::uint32_t marker;
   std::uint32_t length;
@@ -309,8 +312,11 @@ bool KeyedStorage::truncateTornTail() {
   if (after.empty()) return true;
   if (after.size() > 1 || after[0].kind != StorageAnomalyKind::kTornTail) return false;
   if (blocksEnd > walk->fileLength) {
-    // The writer stopped in the slack of an intact block: the rest is zeros.
-    return after[0].offset == payloadsEnd && truncateFileAtOffset(blocksEnd);
+    // The writer stopped in the padding of an intact block: the rest is zeros. Only a live
+    // block is appended, and no padding is longer than the largest block size in use; a
+    // deleted block or a longer slack past the end is damage, not a torn append.
+    return !walk->blocks.back().isDeleted() && after[0].offset == payloadsEnd &&
+           blocksEnd - walk->fileLength <= kLargestTornPadding && truncateFileAtOffset(blocksEnd);
   }
   return after[0].offset == blocksEnd && truncateFileAtOffset(blocksEnd);
 }

@@ -208,6 +208,23 @@ TEST_F(KeyedStorageSalvageTest, OtherDamageAtTheEndIsNotCutOff) {
   EXPECT_EQ(fileBytes(_path), before);
 }
 
+// Found by fuzzing: a deleted header whose slack (here 788 MB) passes the end is damage, not
+// a torn padding to be completed; nor is a padding longer than any block size in use.
+TEST_F(KeyedStorageSalvageTest, SlacksPastTheEndAreNotFilledWithGigabytesOfZeros) {
+  for (const std::uint32_t length : {0u, 5u}) {
+    Block file(kBlockHeaderSize + length, 'x');
+    storeBigEndian32(file.data(), kPlainBlockMarker);
+    storeBigEndian32(file.data() + 4, length);
+    storeBigEndian32(file.data() + 8, 0x2F000399);
+    storeBigEndian32(file.data() + 12, length == 0 ? 0 : CRC32(file.data() + 16, length));
+    writeFileBytes(_path, file);
+    KeyedStorage storage = KeyedStorage::forUpdating(_path);
+    EXPECT_FALSE(storage.truncateTornTail()) << length;
+    storage.closeFile();
+    EXPECT_EQ(fileBytes(_path), file);
+  }
+}
+
 class CountingHandler : public KeyedStorageHandler {
  public:
   bool handleData(KeyedStorage&, BlockBytes data, std::uint64_t) override {
