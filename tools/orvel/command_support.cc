@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "orvel/base/log.h"
@@ -24,12 +25,19 @@ class InputFile {
     _fd = ::open(input.c_str(), O_RDONLY | O_CLOEXEC);
     if (_fd < 0) throw CommandError(_name, std::strerror(errno));
     _owned = true;
+    struct stat info {};
+    if (::fstat(_fd, &info) == 0 && S_ISREG(info.st_mode)) {
+      _size = static_cast<std::size_t>(info.st_size);
+    }
   }
   ~InputFile() {
     if (_owned) ::close(_fd);
   }
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
+
+  // The size of a regular file, else 0.
+  [[nodiscard]] std::size_t size() const { return _size; }
 
   // Bytes read into buffer; 0 at the end.
   std::size_t read(std::uint8_t* buffer, std::size_t capacity) {
@@ -44,7 +52,17 @@ class InputFile {
   std::string _name;
   int _fd = -1;
   bool _owned = false;
+  std::size_t _size = 0;
 };
+
+// Calls consume with successive pieces of the file's bytes.
+void readChunks(InputFile& file,
+                const std::function<void(std::span<const std::uint8_t>)>& consume) {
+  std::vector<std::uint8_t> buffer(1 << 20);
+  while (const std::size_t n = file.read(buffer.data(), buffer.size())) {
+    consume(std::span<const std::uint8_t>(buffer.data(), n));
+  }
+}
 
 }  // namespace
 
@@ -55,16 +73,15 @@ std::string displayName(std::string_view input) {
 void readChunks(const std::string& input,
                 const std::function<void(std::span<const std::uint8_t>)>& consume) {
   InputFile file(input);
-  std::vector<std::uint8_t> buffer(1 << 20);
-  while (const std::size_t n = file.read(buffer.data(), buffer.size())) {
-    consume(std::span<const std::uint8_t>(buffer.data(), n));
-  }
+  readChunks(file, consume);
 }
 
 std::string readAll(const std::string& input) {
   std::string bytes;
   try {
-    readChunks(input, [&](std::span<const std::uint8_t> chunk) {
+    InputFile file(input);
+    bytes.reserve(file.size());  // a file too large for memory fails here, at once
+    readChunks(file, [&](std::span<const std::uint8_t> chunk) {
       bytes.append(reinterpret_cast<const char*>(chunk.data()), chunk.size());
     });
   } catch (const std::bad_alloc&) {
