@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "orvel/search/wildcard.h"
+#include "orvel/search/wildcard_extensions.h"
 
 namespace orvel {
 namespace {
@@ -62,6 +63,7 @@ TEST(WildcardMatcherTest, EachShapeMatchesWholeTexts) {
 TEST(WildcardMatcherTest, RangesEndingInTheClosingBracketSpanTheRestOfThePattern) {
   ConversionTable upper = initUpperCharsTable();
   EXPECT_TRUE(WildcardMatcher(u"[-]A", true, upper).matches(u"a"));
+  EXPECT_TRUE(isCaseInsensitiveLikeUnixWildcard(u"a", u"[-]A"));
   EXPECT_TRUE(WildcardMatcher(u"[-]A", true, upper).matches(u"\\a"));
   EXPECT_TRUE(WildcardMatcher(u"[^-]x", true, nullptr).matches(u"a"));
   EXPECT_FALSE(WildcardMatcher(u"[^-]x", true, nullptr).matches(u"x"));
