@@ -8,6 +8,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <stdio_ext.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -80,6 +81,8 @@ KeyedStorage KeyedStorage::open(const std::filesystem::path& path, int flags, co
   const std::size_t bufferSize = sequential ? kSequentialStreamBuffer : kStreamBuffer;
   storage._buffer = std::make_unique_for_overwrite<char[]>(bufferSize);
   std::setvbuf(file, storage._buffer.get(), _IOFBF, bufferSize);
+  // One thread uses a storage at a time, so the stream's own lock is only cost.
+  __fsetlocking(file, FSETLOCKING_BYCALLER);
   // Appended blocks are not read back soon: ask the kernel not to keep them cached.
   if (append) ::posix_fadvise(fd, 0, 0, POSIX_FADV_NOREUSE);
   storage._file = file;
