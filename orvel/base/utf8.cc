@@ -33,11 +33,9 @@ std::size_t firstInvalidOffset(std::string_view utf8) {
   return utf8.size();
 }
 
-}  // namespace
-
-std::optional<std::u16string> utf8ToUtf16(std::string_view utf8, std::size_t* invalidOffset) {
-  std::u16string out;
-  // ICU takes 32-bit lengths; longer input is converted in pieces cut at character starts.
+// Decodes in pieces that ICU's 32-bit lengths hold, cut at character starts; answers the
+// start of the piece that failed, or nullopt.
+std::optional<std::size_t> decodePieces(std::string_view utf8, std::u16string& out, bool lenient) {
   constexpr std::size_t kPiece = 1u << 30;
   std::size_t done = 0;
   while (done < utf8.size()) {
@@ -48,19 +46,38 @@ std::optional<std::u16string> utf8ToUtf16(std::string_view utf8, std::size_t* in
     }
     const std::size_t base = out.size();
     out.resize(base + take);  // UTF-16 never needs more units than UTF-8 has bytes.
+    auto* destination = reinterpret_cast<UChar*>(out.data() + base);
+    const auto length = static_cast<int32_t>(take);
     int32_t written = 0;
     UErrorCode status = U_ZERO_ERROR;
-    u_strFromUTF8(reinterpret_cast<UChar*>(out.data() + base), static_cast<int32_t>(take), &written,
-                  utf8.data() + done, static_cast<int32_t>(take), &status);
-    if (U_FAILURE(status)) {
-      if (invalidOffset != nullptr) {
-        *invalidOffset = done + firstInvalidOffset(utf8.substr(done, take));
-      }
-      return std::nullopt;
+    if (lenient) {
+      u_strFromUTF8WithSub(destination, length, &written, utf8.data() + done, length, 0xFFFD,
+                           nullptr, &status);
+    } else {
+      u_strFromUTF8(destination, length, &written, utf8.data() + done, length, &status);
     }
+    if (U_FAILURE(status)) return done;
     out.resize(base + static_cast<std::size_t>(written));
     done += take;
   }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::u16string> utf8ToUtf16(std::string_view utf8, std::size_t* invalidOffset) {
+  std::u16string out;
+  if (const auto failed = decodePieces(utf8, out, false)) {
+    if (invalidOffset != nullptr)
+      *invalidOffset = *failed + firstInvalidOffset(utf8.substr(*failed));
+    return std::nullopt;
+  }
+  return out;
+}
+
+std::u16string utf8ToUtf16Lenient(std::string_view utf8) {
+  std::u16string out;
+  if (decodePieces(utf8, out, true)) out.clear();  // only when ICU itself fails
   return out;
 }
 

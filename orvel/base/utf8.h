@@ -14,6 +14,9 @@ namespace orvel {
 [[nodiscard]] std::optional<std::u16string> utf8ToUtf16(std::string_view utf8,
                                                         std::size_t* invalidOffset = nullptr);
 
+// Decodes UTF-8, each ill-formed sequence (as ICU delimits them) becoming U+FFFD.
+[[nodiscard]] std::u16string utf8ToUtf16Lenient(std::string_view utf8);
+
 // Whether the bytes are well-formed UTF-8, as utf8ToUtf16 decides it, without decoding;
 // stores the offset of the first bad sequence as it does.
 [[nodiscard]] bool isValidUtf8(std::string_view utf8, std::size_t* invalidOffset = nullptr);

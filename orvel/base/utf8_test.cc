@@ -60,12 +60,23 @@ TEST(Utf8Test, ValidationAgreesWithDecoding) {
       if (generator() % 4 == 0) byte = static_cast<char>(0x80 + generator() % 0x80);
     }
     std::size_t decoded = 0, validated = 0;
-    const bool valid = utf8ToUtf16(bytes, &decoded).has_value();
+    const auto strict = utf8ToUtf16(bytes, &decoded);
+    const bool valid = strict.has_value();
+    if (valid) {
+      ASSERT_EQ(utf8ToUtf16Lenient(bytes), *strict);
+    }
     ASSERT_EQ(isValidUtf8(bytes, &validated), valid);
     if (!valid) {
       ASSERT_EQ(validated, decoded);
     }
   }
+}
+
+TEST(Utf8Test, LenientDecodingReplacesIllFormedSequences) {
+  EXPECT_EQ(utf8ToUtf16Lenient("a\xFF"
+                               "b\xC3(c\xE2\x82"),
+            u"a\uFFFDb\uFFFD(c\uFFFD");
+  EXPECT_EQ(utf8ToUtf16Lenient("caf\xC3\xA9"), u"caf\u00E9");
 }
 
 TEST(Utf8Test, UnpairedSurrogatesBecomeReplacementCharacters) {

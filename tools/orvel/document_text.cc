@@ -67,21 +67,27 @@ std::string invalidUtf8Reason(std::size_t offset) {
 
 std::string whyNotText(std::string_view bytes) {
   bytes = withoutByteOrderMark(bytes);
-  if (bytes.find('\0') != std::string_view::npos) return kBinaryReason;
+  std::string_view window = bytes.substr(0, kTextSniffBytes);
+  if (window.size() < bytes.size()) {
+    // A character the window cuts is judged with the rest of the text, leniently.
+    std::size_t end = window.size();
+    while (end > 0 && window.size() - end < 3 &&
+           (static_cast<unsigned char>(window[end - 1]) & 0xC0) == 0x80) {
+      --end;
+    }
+    if (end > 0 && static_cast<unsigned char>(window[end - 1]) >= 0xC0) --end;
+    window = window.substr(0, end);
+  }
+  if (window.find('\0') != std::string_view::npos) return kBinaryReason;
   std::size_t invalidOffset = 0;
-  return isValidUtf8(bytes, &invalidOffset) ? std::string() : invalidUtf8Reason(invalidOffset);
+  return isValidUtf8(window, &invalidOffset) ? std::string() : invalidUtf8Reason(invalidOffset);
 }
 
 DocumentText documentText(std::string bytes) {
-  DocumentText document{std::move(bytes), std::nullopt, {}};
-  const std::string_view view = withoutByteOrderMark(document.bytes);
-  if (view.find('\0') != std::string_view::npos) {
-    document.notTextReason = kBinaryReason;
-    return document;
+  DocumentText document{std::move(bytes), std::nullopt, whyNotText(document.bytes)};
+  if (document.notTextReason.empty()) {
+    document.text = utf8ToUtf16Lenient(withoutByteOrderMark(document.bytes));
   }
-  std::size_t invalidOffset = 0;
-  document.text = utf8ToUtf16(view, &invalidOffset);
-  if (!document.text) document.notTextReason = invalidUtf8Reason(invalidOffset);
   return document;
 }
 

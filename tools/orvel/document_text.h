@@ -39,11 +39,22 @@ class DocumentReader {
   bool _atEnd = false;
 };
 
-// Why bytes read from a document are not its text (NUL bytes, or invalid UTF-8 at an
-// offset), or "" when they are.
+// A document is text when its first kTextSniffBytes bytes (after a byte-order mark) hold
+// no NUL byte and are well-formed UTF-8, a character cut by the end of that window aside:
+// the test grep tools make, so that a search that has read a few kilobytes knows what the
+// whole file is. The rest is decoded leniently: an ill-formed sequence there reads as
+// U+FFFD, and a NUL byte as U+0000 (both separate words).
+inline constexpr std::size_t kTextSniffBytes = 4096;
+// Bytes that are always enough to decide: the window, a byte-order mark before it, and a
+// character that its end may cut.
+inline constexpr std::size_t kBytesDecidingText = 3 + kTextSniffBytes + 4;
+
+// Why a document whose bytes begin so is not text (NUL bytes, or invalid UTF-8 at an
+// offset), or "" when it is; `bytes` is the whole document or at least its first
+// kBytesDecidingText bytes.
 [[nodiscard]] std::string whyNotText(std::string_view bytes);
 
-// The text of bytes read from a document: UTF-8 without NUL bytes.
+// The text of bytes read from a document, by the rule above.
 [[nodiscard]] DocumentText documentText(std::string bytes);
 
 }  // namespace orvel::cli

@@ -103,11 +103,11 @@ struct FileResult {
 };
 
 // For -l with a monotone query: whether a prefix of the file already matches, so that the
-// rest needs no search (it is still read: the whole file must be text).
+// rest need not be read. The first kilobytes decide whether the file is text at all.
 bool prefixMatches(DocumentReader& reader, const Query& query, const SearchPrefilter& prefilter) {
-  constexpr std::size_t kPrefixBytes = 4096;
-  const std::string& bytes = reader.readAtLeast(kPrefixBytes);
+  const std::string& bytes = reader.readAtLeast(kBytesDecidingText);
   if (reader.atEnd()) return false;  // the whole file is here: search it as a whole
+  if (!whyNotText(bytes).empty()) return false;
   const std::string_view prefix(bytes.data(), safePrefixEnd(bytes));
   if (prefix.empty() || !prefilter.mayMatch(prefix)) return false;
   const DocumentText document = documentText(std::string(prefix));
@@ -118,11 +118,12 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
                       const SearchOptions& options) {
   FileResult result;
   std::string bytes;
-  bool prefixMatched = false;
   try {
     DocumentReader reader(path);
-    prefixMatched =
-        options.filesWithMatches && query.monotone && prefixMatches(reader, query, prefilter);
+    if (options.filesWithMatches && query.monotone && prefixMatches(reader, query, prefilter)) {
+      result.matched = true;
+      return result;
+    }
     bytes = reader.readAll();
   } catch (const CommandError& error) {
     result.error = error.what();
@@ -131,17 +132,10 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
     result.error = "too large to search in memory";
     return result;
   }
-  if (prefixMatched) {
-    result.notText = whyNotText(bytes);
-    result.matched = result.notText.empty();
-    return result;
-  }
-  if (!prefilter.mayMatch(bytes)) return result;
+  // Whether it is text first: a file that is not is reported, whatever its bytes hold.
+  result.notText = whyNotText(bytes);
+  if (!result.notText.empty() || !prefilter.mayMatch(bytes)) return result;
   const DocumentText document = documentText(std::move(bytes));
-  if (!document.text) {
-    result.notText = document.notTextReason;
-    return result;
-  }
   result.matched = query.matches(*document.text);
   if (result.matched && !options.filesWithMatches) {
     result.occurrences = query.occurrences(*document.text, options.paragraphs);

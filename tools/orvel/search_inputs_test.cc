@@ -48,16 +48,20 @@ TEST(SearchInputsTest, ATermEndingInANonWordUnitIsNoWholeWordBeforeAWordUnit) {
   EXPECT_EQ(orvel({"search", "-l", "C++", spaced}).out, spaced + "\n");
 }
 
-// A file whose text goes wrong after the first few kilobytes is no text, whichever path
-// reads it.
-TEST(SearchInputsTest, FilesThatStopBeingTextLateAreNotListed) {
+// The first kilobytes decide whether a file is text, as in grep tools; what goes wrong later
+// reads as U+FFFD (or U+0000), whichever path reads the file.
+TEST(SearchInputsTest, TheFirstKilobytesDecideWhetherAFileIsText) {
   testing::TempDir dir;
   const std::string start = "hello world. " + std::string(6000, 'w') + " ";
-  dir.writeFile("nul.txt", start + std::string("\0", 1));
-  dir.writeFile("latin1.txt", start + "caf\xE9");
-  const ProgramResult listed = orvel({"search", "-l", "hello", dir.path().string()});
-  EXPECT_EQ(listed.exitCode, 1) << listed.out;
-  EXPECT_EQ(listed.out, "");
+  const std::string nul = dir.writeFile("nul.txt", start + std::string("\0end", 4)).string();
+  const std::string latin1 = dir.writeFile("latin1.txt", start + "caf\xE9 end").string();
+  dir.writeFile("early.txt", "caf\xE9 hello " + start);
+  const std::string folder = dir.path().string();
+  EXPECT_EQ(orvel({"search", "-l", "hello", folder}).out, latin1 + "\n" + nul + "\n");
+  EXPECT_EQ(orvel({"search", "-c", "hello", folder}).out, latin1 + ":1\n" + nul + ":1\n");
+  const ProgramResult late = orvel({"search", "caf", latin1});
+  EXPECT_EQ(late.out, latin1 + "\n1:" + std::string(6000, 'w') + " caf\xEF\xBF\xBD end\n");
+  EXPECT_EQ(orvel({"match", "end", nul}).out, "yes\n");
 }
 
 // Random monotone queries over generated files: the file list decided on prefixes equals the
@@ -68,6 +72,8 @@ TEST(SearchInputsTest, FileListsAgreeWithTheFullSearchOnGeneratedFiles) {
   std::mt19937 generator(17);
   const std::vector<std::string> words = {"C++", "c#", "alpha", "beta",
                                           "x",   "--", "a.b",   "\xC3\xA9"};
+  // Near the end of the first kilobytes, bytes that are no text decide what the file is.
+  const std::vector<std::string> noText = {"\xE9late", std::string(1, '\0')};
   const std::vector<std::string> gaps = {" ", ", ", ".", "\n", "+", "-", "  ", ""};
   auto filler = [](std::size_t size) {
     std::string text;
@@ -78,6 +84,7 @@ TEST(SearchInputsTest, FileListsAgreeWithTheFullSearchOnGeneratedFiles) {
     std::string text = filler(4060 + generator() % 40);
     for (int k = 0; k < 6; ++k) {
       text += words[generator() % words.size()] + gaps[generator() % gaps.size()];
+      if (f % 5 == 0 && k == 3) text += noText[generator() % noText.size()];
     }
     dir.writeFile("f" + std::to_string(f) + ".txt", text + filler(2000));
   }
