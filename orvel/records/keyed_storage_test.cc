@@ -289,6 +289,15 @@ TEST_F(KeyedStorageTest, FlippingAnyByteNeverYieldsABadPayload) {
   }
 }
 
+// A block size whose padding the header's 32-bit slack cannot hold writes nothing.
+TEST_F(KeyedStorageTest, PaddingBeyondTheHeaderFieldIsRefused) {
+  KeyedStorage storage = KeyedStorage::forAppending(_path);
+  storage.setBlockSize(std::uint64_t{1} << 33);
+  EXPECT_FALSE(storage.appendBlock(bytes("x")));
+  storage.closeFile();
+  EXPECT_TRUE(fileBytes(_path).empty());
+}
+
 TEST_F(KeyedStorageTest, BlockSizeMustBeAMultipleOf512ButIsKept) {
   KeyedStorage storage = KeyedStorage::forAppending(_path);
   ::testing::internal::CaptureStderr();
