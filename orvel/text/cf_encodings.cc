@@ -125,6 +125,13 @@ const char* icuConverterNameForCFStringEncoding(CFStringEncoding encoding) {
                                                                              : nullptr;
 }
 
+NSStringEncoding nsStringEncodingFromCFStringEncoding(CFStringEncoding encoding) {
+  for (const auto& [ns, cf] : kClassicNSEncodings) {
+    if (cf == encoding) return ns;
+  }
+  return encoding | 0x80000000u;
+}
+
 CFStringEncoding cfStringEncodingFromNSStringEncoding(NSStringEncoding encoding) {
   if (encoding & 0x80000000u) return encoding & 0x7FFFFFFFu;
   for (const auto& [ns, cf] : kClassicNSEncodings) {

@@ -115,4 +115,8 @@ inline constexpr NSStringEncoding NSUTF8StringEncoding = 4;
 // for an unknown small number).
 [[nodiscard]] CFStringEncoding cfStringEncodingFromNSStringEncoding(NSStringEncoding encoding);
 
+// The Foundation number of a CoreFoundation number: the classic small number where there
+// is one, else the number with the top bit set.
+[[nodiscard]] NSStringEncoding nsStringEncodingFromCFStringEncoding(CFStringEncoding encoding);
+
 }  // namespace orvel
