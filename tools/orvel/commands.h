@@ -22,4 +22,7 @@ void registerRecordCommands(CLI::App& app, int& status);
 // storage (ls, verify, cat, append, delete, compact, salvage).
 void registerStorageCommands(CLI::App& app, int& status);
 
+// entities (decode, encode), charset.
+void registerMarkupCommands(CLI::App& app, int& status);
+
 }  // namespace orvel::cli

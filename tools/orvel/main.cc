@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
   orvel::cli::registerSearchCommand(app, status);
   orvel::cli::registerRecordCommands(app, status);
   orvel::cli::registerStorageCommands(app, status);
+  orvel::cli::registerMarkupCommands(app, status);
 
   try {
     app.parse(argc, argv);
