@@ -5,6 +5,7 @@ which the decoder handles on its own, and without cedil and fnof, which are left
 purpose; sorted by name in byte order."""
 import html.entities
 import pathlib
+import subprocess
 
 LEFT_OUT = {"quot", "amp", "lt", "gt", "cedil", "fnof"}
 entries = sorted((name, code) for name, code in html.entities.name2codepoint.items()
@@ -25,3 +26,4 @@ lines += [f'    {{"{name}", 0x{code:04X}}},' for name, code in entries]
 lines += ["}};", "", "}  // namespace orvel::internal", ""]
 target = pathlib.Path(__file__).resolve().parent.parent / "orvel/markup/internal/entity_table.cc"
 target.write_text("\n".join(lines))
+subprocess.run(["clang-format", "-i", str(target)], check=True)
