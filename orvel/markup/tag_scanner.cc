@@ -1,0 +1,214 @@
+// Conventions of this file: `i` is the unit looked at; each unit is looked at once, except
+// that the body of a script or style element is searched for its closing tag. `kind` is
+// the piece being read (0 while in text). A piece ends at a ">" that its kind accepts;
+// then the handler runs and the next text starts after the ">".
+#include "orvel/markup/tag_scanner.h"
+
+#include <string>
+
+#include "orvel/text/character_sets.h"
+#include "orvel/text/conversion_tables.h"
+
+namespace orvel {
+namespace {
+
+class TagScanner {
+ public:
+  TagScanner(std::u16string_view string, const unichar* characters, TagHandler handler,
+             void* context)
+      : _string(string),
+        _chars(characters),
+        _size(string.size()),
+        _handler(handler),
+        _context(context),
+        _upper(initUpperCharsTable()),
+        _alpha(alphaCharacterSetRep()),
+        _white(whiteCharacterSetRep()) {}
+
+  void run() {
+    std::size_t i = 0;
+    while (i < _size) {
+      const unichar c = _chars[i];
+      if (c == u'<' && _kind == kTagKindEnd) {
+        i = open(i);
+      } else if (_kind == kTagKindTag && (c == u'"' || c == u'\'')) {
+        quote(c);
+        ++i;
+      } else if (_kind == kTagKindTag && c == u'=' && !_doubleQuoted && !_singleQuoted) {
+        _equalsSeen = true;
+        ++i;
+      } else if (c == u'>' && endsPiece(i)) {
+        if (!piece(i)) return;  // stopped
+        i = _textStart;
+      } else {
+        ++i;
+      }
+    }
+    if (_kind == kTagKindComment || _kind == kTagKindSection) {
+      if (call(NSNotFound, 0, _tagStart, _size - _tagStart, _kind)) return;
+      _textStart = _size;
+    }
+    call(NSNotFound, 0, _size, 0, kTagKindEnd);
+  }
+
+ private:
+  bool call(std::size_t nameStart, std::size_t nameLength, std::size_t tagStart,
+            std::size_t tagLength, int kind) {
+    return _handler(_string, _chars, nameStart, nameLength, tagStart, tagLength, _textStart, kind,
+                    _context);
+  }
+
+  bool at(std::size_t index, unichar c) const { return index < _size && _chars[index] == c; }
+
+  // A "<" in text: a tag, a comment or a section starts. Answers where scanning goes on.
+  std::size_t open(std::size_t i) {
+    _tagStart = i;
+    _kind = kTagKindTag;
+    if (i + 2 < _size && _chars[i + 1] == u'!') {
+      if (_chars[i + 2] == u'[') {
+        _kind = kTagKindSection;
+        return i + 3;
+      }
+      if (_chars[i + 2] == u'-') {
+        _kind = kTagKindComment;
+        _singleDash = !at(i + 3, u'-');
+        return i + 3;
+      }
+    }
+    return i + 1;
+  }
+
+  void quote(unichar c) {
+    bool& open = c == u'"' ? _doubleQuoted : _singleQuoted;
+    open = _equalsSeen && !open;
+    _equalsSeen = false;
+  }
+
+  // Whether the ">" at i ends the piece being read.
+  bool endsPiece(std::size_t i) const {
+    const auto before = [&](std::size_t back, unichar c) {
+      return i >= back && _chars[i - back] == c;
+    };
+    switch (_kind) {
+      case kTagKindTag: return !_doubleQuoted && !_singleQuoted;
+      case kTagKindSection:
+        return before(1, u']') || (before(3, u']') && before(2, u'-') && before(1, u'-'));
+      case kTagKindComment:
+        if (before(1, u'-')) return _singleDash || before(2, u'-');
+        return before(1, u'!') && !_singleDash && before(3, u'-') && before(2, u'-');
+      default: return false;  // text
+    }
+  }
+
+  // Hands the piece that ends at i to the handler; false when it stops the scan.
+  bool piece(std::size_t i) {
+    std::size_t nameStart = NSNotFound, nameLength = 0;
+    std::size_t end = i;
+    if (_kind == kTagKindTag) {
+      findName(i, nameStart, nameLength);
+      if (nameStart != NSNotFound) end = widenedEnd(i, nameStart, nameLength);
+    }
+    if (call(nameStart, nameLength, _tagStart, end - _tagStart + 1, _kind)) return false;
+    _doubleQuoted = _singleQuoted = _equalsSeen = false;
+    _textStart = end + 1;
+    _kind = kTagKindEnd;
+    return true;
+  }
+
+  void findName(std::size_t end, std::size_t& nameStart, std::size_t& nameLength) const {
+    std::size_t k = _tagStart;
+    while (k < end && !isMemberOfCharacterSetRep(_alpha, _chars[k])) ++k;
+    if (k == end) return;
+    nameStart = k;
+    while (k < end && _chars[k] != u'/' && !isMemberOfCharacterSetRep(_white, _chars[k])) ++k;
+    nameLength = k - nameStart;
+  }
+
+  bool equalsFolded(std::size_t at, std::u16string_view upperWord) const {
+    if (at + upperWord.size() > _size) return false;
+    for (std::size_t k = 0; k < upperWord.size(); ++k) {
+      if (_upper[_chars[at + k]] != upperWord[k]) return false;
+    }
+    return true;
+  }
+
+  // The first position in [from, to) where upperWord starts (case-insensitively when
+  // folded), or NSNotFound.
+  std::size_t find(std::u16string_view upperWord, std::size_t from, std::size_t to,
+                   bool folded) const {
+    for (std::size_t k = from; k + upperWord.size() <= to; ++k) {
+      if (folded ? equalsFolded(k, upperWord)
+                 : std::u16string_view(_chars + k, upperWord.size()) == upperWord) {
+        return k;
+      }
+    }
+    return NSNotFound;
+  }
+
+  // For an opening script or style tag ending at i, the ">" of its closing tag (or the
+  // last unit); otherwise i.
+  std::size_t widenedEnd(std::size_t i, std::size_t nameStart, std::size_t nameLength) const {
+    std::u16string_view closing;
+    if (nameLength == 6 && equalsFolded(nameStart, u"SCRIPT")) closing = u"</SCRIPT";
+    if (nameLength == 5 && equalsFolded(nameStart, u"STYLE")) closing = u"</STYLE";
+    if (closing.empty() || i - _tagStart + 1 < 3 || _chars[_tagStart + 1] == u'/' ||
+        _chars[i - 1] == u'/') {
+      return i;
+    }
+    std::size_t close = find(closing, _tagStart + 1, _size, true);
+    if (close == NSNotFound) return i;
+    // A closing tag written in a comment inside the body does not end it.
+    if (const std::size_t comment = find(u"<!-", _tagStart, close, false); comment != NSNotFound) {
+      if (const std::size_t commentEnd = find(u"-->", comment, _size, false);
+          commentEnd != NSNotFound) {
+        if (const std::size_t later = find(closing, commentEnd, _size, true); later != NSNotFound) {
+          close = later;
+        }
+      }
+    }
+    std::size_t end = close + closing.size();
+    while (end < _size && _chars[end] != u'>') ++end;
+    return end < _size ? end : _size - 1;
+  }
+
+  std::u16string_view _string;
+  const unichar* _chars;
+  std::size_t _size;
+  TagHandler _handler;
+  void* _context;
+  ConversionTable _upper;
+  CharacterSetRep _alpha;
+  CharacterSetRep _white;
+
+  int _kind = kTagKindEnd;
+  std::size_t _tagStart = 0;
+  std::size_t _textStart = 0;
+  bool _doubleQuoted = false;
+  bool _singleQuoted = false;
+  bool _equalsSeen = false;
+  bool _singleDash = false;
+};
+
+}  // namespace
+
+bool GetTagsOfString(std::optional<std::u16string_view> string, TagHandler handler, void* context,
+                     bool isMutable) {
+  if (!string || string->empty()) return false;
+  static_cast<void>(initLowerCharsTable());
+  static_cast<void>(initUpperCharsTable());
+  std::u16string copy;
+  const unichar* characters = string->data();
+  if (isMutable) {
+    copy.assign(*string);
+    characters = copy.data();
+  }
+  TagScanner(*string, characters, handler, context).run();
+  return true;
+}
+
+bool parseXmlWithHandler(std::u16string_view string, TagHandler handler, void* context,
+                         bool isMutable) {
+  return GetTagsOfString(string, handler, context, isMutable);
+}
+
+}  // namespace orvel
