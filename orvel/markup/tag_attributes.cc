@@ -4,6 +4,7 @@
 
 #include "orvel/text/character_sets.h"
 #include "orvel/text/conversion_tables.h"
+#include "orvel/text/integer_value.h"
 
 namespace orvel {
 namespace {
@@ -121,6 +122,11 @@ std::size_t contentValueEnd(const AttributeWalk& walk, std::size_t start, unicha
   return k;
 }
 
+// The integer value of an attribute, 0 when there is none.
+std::ptrdiff_t integerOf(const std::optional<std::u16string>& value) {
+  return value ? integerValue(*value) : 0;
+}
+
 }  // namespace
 
 std::optional<std::u16string> _attributeOfTagCharactersWithName(const unichar* characters,
@@ -232,6 +238,25 @@ std::optional<std::u16string> _copyOfAttributeOfString(std::u16string_view strin
     return std::u16string(string.substr(k, stop - k));
   }
   return std::nullopt;
+}
+
+bool getTagWidth(std::ptrdiff_t* width, std::ptrdiff_t* height, const unichar* characters,
+                 Range range) {
+  *width = *height = 0;
+  if (characters == nullptr || range.length < 10) return false;
+  *width = integerOf(attributeOfTagCharacters(characters, range, "WIDTH"));
+  if (*width != 0) {
+    *height = integerOf(attributeOfTagCharacters(characters, range, "HEIGHT"));
+    if (*height == 0) *height = integerOf(attributeOfTagCharacters(characters, range, "HEIGH"));
+  } else if (const auto style = attributeOfTagCharacters(characters, range, "STYLE")) {
+    *width =
+        integerOf(_attributeOfStringWithName(*style, 0, style->size(), u"WIDTH", 1, u':', u';'));
+    if (*width != 0) {
+      *height =
+          integerOf(_attributeOfStringWithName(*style, 0, style->size(), u"HEIGHT", 1, u':', u';'));
+    }
+  }
+  return *width > 0;
 }
 
 }  // namespace orvel

@@ -44,6 +44,12 @@ std::optional<std::u16string> _attributeOfTagCharactersWithName(
   return value;
 }
 
+// The pixel size a tag gives (`width`, `height`, or the misspelt `heigh` when `height`
+// gives 0; without a width, the WIDTH and HEIGHT of its `style`), as integer values; both 0
+// for a tag under 10 units. Answers whether the width is above 0.
+bool getTagWidth(std::ptrdiff_t* width, std::ptrdiff_t* height, const unichar* characters,
+                 Range range);
+
 // The same search in a range of a text, with a separator after the name ("=" for tags,
 // ":" for style text) and a terminator that also ends quoted values (">", ";"). The name
 // may follow "_" here. Needs minimumExtra + the name's length below the range's length.

@@ -60,5 +60,27 @@ TEST(TagAttributeTest, StyleTextAndHeaderFields) {
   EXPECT_EQ(_copyOfAttributeOfString(u"none here", "CHARSET", u'\'', true, u';'), std::nullopt);
 }
 
+TEST(TagAttributeTest, TagSizes) {
+  struct Case {
+    std::u16string_view tag;
+    std::ptrdiff_t width, height;
+    bool answer;
+  };
+  const Case cases[] = {
+      {u"<img width=120 height=\"80\">", 120, 80, true},
+      {u"<img width='50px' heigh=30>", 50, 30, true},
+      {u"<img style=\"width: 200px; height:100px\">", 200, 100, true},
+      {u"<img width=-5 height=2>", -5, 2, false},
+      {u"<img src=x.png>", 0, 0, false},
+      {u"<img w=1>", 0, 0, false},  // under 10 units
+  };
+  for (const Case& c : cases) {
+    std::ptrdiff_t width = 7, height = 7;
+    EXPECT_EQ(getTagWidth(&width, &height, c.tag.data(), Range{0, c.tag.size()}), c.answer);
+    EXPECT_EQ(width, c.width) << std::string(c.tag.begin(), c.tag.end());
+    EXPECT_EQ(height, c.height) << std::string(c.tag.begin(), c.tag.end());
+  }
+}
+
 }  // namespace
 }  // namespace orvel

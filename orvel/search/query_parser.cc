@@ -5,6 +5,7 @@
 
 #include "orvel/search/query_terms.h"
 #include "orvel/text/character_sets.h"
+#include "orvel/text/integer_value.h"
 
 namespace orvel {
 
@@ -136,21 +137,6 @@ class QueryTerms::Parser {
       if (c != static_cast<unichar>(keyword[k])) return false;
     }
     return true;
-  }
-
-  // The integer at the start of text as integerValue reads it: optional white space and
-  // sign, then decimal digits up to the first other unit; no digits: 0.
-  static std::ptrdiff_t integerValue(std::u16string_view text) {
-    std::size_t k = 0;
-    while (k < text.size() && isMemberOfCharacterSetRep(whiteCharacterSetRep(), text[k])) ++k;
-    bool negative = false;
-    if (k < text.size() && (text[k] == u'-' || text[k] == u'+')) negative = text[k++] == u'-';
-    std::ptrdiff_t value = 0;
-    for (; k < text.size() && text[k] >= u'0' && text[k] <= u'9'; ++k) {
-      const std::ptrdiff_t digit = text[k] - u'0';
-      value = value > (NSIntegerMax - digit) / 10 ? NSIntegerMax : value * 10 + digit;
-    }
-    return negative ? -value : value;
   }
 
   // A proximity keyword, alone or with "/n"; answers whether text was one.
