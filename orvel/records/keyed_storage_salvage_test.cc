@@ -16,6 +16,7 @@
 #include "orvel/base/big_endian.h"
 #include "orvel/records/keyed_storage.h"
 #include "orvel/records/keyed_storage_format.h"
+#include "orvel/testing/block_files.h"
 #include "orvel/testing/log_capture.h"
 #include "orvel/testing/temp_dir.h"
 #include "orvel/text/crc32.h"
@@ -28,25 +29,9 @@ using ::testing::ElementsAreArray;
 
 Block bytes(const std::string& text) { return Block(text.begin(), text.end()); }
 
-Block fileBytes(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return Block(std::istreambuf_iterator<char>(in), {});
-}
-
-void writeFileBytes(const std::filesystem::path& path, const Block& data) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
-}
-
-// The payloads as the plain reader returns them, and whether it met damage.
-std::vector<std::string> plainRead(const std::filesystem::path& path, bool* damaged = nullptr) {
-  KeyedStorage storage = KeyedStorage::forReading(path);
-  std::vector<std::string> blocks;
-  while (const auto block = storage.nextAvailableBlock(nullptr, damaged)) {
-    blocks.emplace_back(block->begin(), block->end());
-  }
-  return blocks;
-}
+using testing::fileBytes;
+using testing::readPayloads;
+using testing::writeFileBytes;
 
 struct Salvaged {
   std::vector<std::string> payloads;  // of the live blocks, in file order
@@ -111,7 +96,7 @@ TEST_F(KeyedStorageSalvageTest, AHealthyFileIsWhatTheReaderReads) {
   const Salvaged found = salvage(_path);
   EXPECT_THAT(found.payloads, ElementsAre("alpha", "gamma", "delta"));
   EXPECT_TRUE(found.anomalies.empty());
-  EXPECT_EQ(found.payloads, plainRead(_path));
+  EXPECT_EQ(found.payloads, readPayloads(_path));
   KeyedStorage storage = KeyedStorage::forReading(_path);
   EXPECT_EQ(storage.endOfHeaderChain(), std::filesystem::file_size(_path));
 }
@@ -127,7 +112,7 @@ TEST_F(KeyedStorageSalvageTest, ACompressedBlockThatDoesNotInflate) {
     storeBigEndian32(file.data() + offsets[1] + 12, CRC32(file.data() + payload, length));
   });
   bool damaged = false;
-  EXPECT_THAT(plainRead(_path, &damaged), ElementsAre("one"));
+  EXPECT_THAT(readPayloads(_path, &damaged), ElementsAre("one"));
   EXPECT_FALSE(damaged);
   const Salvaged found = salvage(_path);
   EXPECT_THAT(found.payloads, ElementsAre("one", "three"));
@@ -140,7 +125,7 @@ TEST_F(KeyedStorageSalvageTest, AFlippedSlackBitJumpsOverABlock) {
   const auto offsets = append({"first", "second", "third"}, false, 512);
   damage([&](Block& file) { file[offsets[0] + 8 + 2] ^= 0x02; });  // slack + 512
   bool damaged = false;
-  EXPECT_THAT(plainRead(_path, &damaged), ElementsAre("first", "third"));
+  EXPECT_THAT(readPayloads(_path, &damaged), ElementsAre("first", "third"));
   EXPECT_FALSE(damaged);
   const Salvaged found = salvage(_path);
   EXPECT_THAT(found.payloads, ElementsAre("first", "second", "third"));
@@ -153,7 +138,7 @@ TEST_F(KeyedStorageSalvageTest, BlocksAppendedAfterATornOneAreFound) {
   append({"before", kLong});
   damage([](Block& file) { file.resize(file.size() - 1000); });
   append({"after one", "after two"});
-  EXPECT_THAT(plainRead(_path), ElementsAre("before"));
+  EXPECT_THAT(readPayloads(_path), ElementsAre("before"));
   const Salvaged found = salvage(_path);
   EXPECT_THAT(found.payloads, ElementsAre("before", "after one", "after two"));
   EXPECT_THAT(found.anomalies, ElementsAre(StorageAnomalyKind::kCutShort));
@@ -183,7 +168,7 @@ TEST_F(KeyedStorageSalvageTest, ATornTailIsCutOffOrItsSlackCompleted) {
     EXPECT_EQ(storage.endOfHeaderChain(), offsets[1]);
     EXPECT_TRUE(storage.appendBlock(bytes("next")));
   }
-  EXPECT_THAT(plainRead(_path), ElementsAre("whole", "next"));
+  EXPECT_THAT(readPayloads(_path), ElementsAre("whole", "next"));
 
   // Killed while padding: the payload is whole, the slack is not.
   std::filesystem::remove(_path);
@@ -195,7 +180,7 @@ TEST_F(KeyedStorageSalvageTest, ATornTailIsCutOffOrItsSlackCompleted) {
   }
   EXPECT_EQ(std::filesystem::file_size(_path), 8192u);
   append({"third"});
-  EXPECT_THAT(plainRead(_path), ElementsAre("padded", "second", "third"));
+  EXPECT_THAT(readPayloads(_path), ElementsAre("padded", "second", "third"));
 }
 
 TEST_F(KeyedStorageSalvageTest, OtherDamageAtTheEndIsNotCutOff) {
@@ -244,7 +229,7 @@ TEST_F(KeyedStorageSalvageTest, SalvagingCopiesEveryIntactBlockThroughTheHandler
   ASSERT_TRUE(source.salvageToPath(_dir.path() / "copy", &handler));
   EXPECT_FALSE(source.salvageToPath(_path, nullptr));  // never onto itself
   EXPECT_FALSE(source.salvageToPath(_dir.path() / "." / "storage", nullptr));
-  const auto copied = plainRead(_dir.path() / "copy");
+  const auto copied = readPayloads(_dir.path() / "copy");
   EXPECT_THAT(copied, ElementsAre("a", kLong, "b"));
   EXPECT_TRUE(salvage(_dir.path() / "copy").anomalies.empty());
 }
@@ -264,7 +249,7 @@ TEST_F(KeyedStorageSalvageTest, EverySingleByteChangeIsSeenOrHarmless) {
       Block damaged = original;
       damaged[i] ^= change;
       writeFileBytes(_path, damaged);
-      const auto read = plainRead(_path);
+      const auto read = readPayloads(_path);
       const Salvaged found = salvage(_path);
       for (const auto& payload : read) ASSERT_TRUE(known.count(payload)) << payload;
       for (const auto& payload : found.payloads) ASSERT_TRUE(known.count(payload)) << payload;
@@ -328,7 +313,7 @@ TEST(KeyedStorageDurabilityTest, EveryReturnedAppendSurvivesSigkill) {
     for (const std::string& payload : found.payloads) {
       ASSERT_EQ(payload.rfind("block ", 0), 0u) << payload;
     }
-    for (const std::string& payload : plainRead(path)) {
+    for (const std::string& payload : readPayloads(path)) {
       ASSERT_EQ(payload.rfind("block ", 0), 0u) << payload;
     }
   }

@@ -12,6 +12,7 @@
 
 #include "orvel/base/big_endian.h"
 #include "orvel/records/keyed_storage_format.h"
+#include "orvel/testing/block_files.h"
 #include "orvel/testing/log_capture.h"
 #include "orvel/testing/temp_dir.h"
 #include "orvel/text/crc32.h"
@@ -23,24 +24,9 @@ using ::testing::ElementsAre;
 
 Block bytes(const std::string& text) { return Block(text.begin(), text.end()); }
 
-Block fileBytes(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return Block(std::istreambuf_iterator<char>(in), {});
-}
-
-void writeFileBytes(const std::filesystem::path& path, const Block& data) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(reinterpret_cast<const char*>(data.data()), static_cast<std::streamsize>(data.size()));
-}
-
-std::vector<std::string> readAll(const std::filesystem::path& path, bool* damaged = nullptr) {
-  KeyedStorage storage = KeyedStorage::forReading(path);
-  std::vector<std::string> blocks;
-  while (const auto block = storage.nextAvailableBlock(nullptr, damaged)) {
-    blocks.emplace_back(block->begin(), block->end());
-  }
-  return blocks;
-}
+using testing::fileBytes;
+using testing::readPayloads;
+using testing::writeFileBytes;
 
 class KeyedStorageTest : public ::testing::Test {
  protected:
@@ -84,7 +70,7 @@ TEST_F(KeyedStorageTest, AppendedBlocksAreInTheFileOnReturn) {
   EXPECT_GT(written.size(), first + 2 * kBlockHeaderSize);
   writer.closeFile();
   EXPECT_EQ(fileBytes(_path), written);
-  EXPECT_EQ(readAll(_path).size(), 3u);
+  EXPECT_EQ(readPayloads(_path).size(), 3u);
 
   std::filesystem::remove(_path);
   KeyedStorage single = KeyedStorage::forAppending(_path);
@@ -103,7 +89,7 @@ TEST_F(KeyedStorageTest, BlockSizePadsWithZeros) {
   ASSERT_EQ(file.size(), 512u);  // 16 + 10 + 486
   EXPECT_EQ(loadBigEndian32(file.data() + 8), 486u);
   EXPECT_TRUE(std::all_of(file.begin() + 26, file.end(), [](std::uint8_t b) { return b == 0; }));
-  EXPECT_THAT(readAll(_path), ElementsAre(std::string(10, 'x')));
+  EXPECT_THAT(readPayloads(_path), ElementsAre(std::string(10, 'x')));
 }
 
 TEST_F(KeyedStorageTest, CompressionOnlyWhenShorter) {
@@ -142,7 +128,7 @@ TEST_F(KeyedStorageTest, BadChecksumSkipsBlock) {
   writeFileBytes(_path, file);
   testing::LogCapture capture;
   bool damaged = false;
-  EXPECT_THAT(readAll(_path, &damaged), ElementsAre("one", "three"));
+  EXPECT_THAT(readPayloads(_path, &damaged), ElementsAre("one", "three"));
   EXPECT_TRUE(damaged);
   EXPECT_THAT(capture.lines(), ElementsAre("Invalid checksum at 19"));
 }
@@ -154,13 +140,13 @@ TEST_F(KeyedStorageTest, TornTailIsDamage) {
   writeFileBytes(_path, file);
   testing::LogCapture capture;
   bool damaged = false;
-  EXPECT_THAT(readAll(_path, &damaged), ElementsAre("one"));
+  EXPECT_THAT(readPayloads(_path, &damaged), ElementsAre("one"));
   EXPECT_TRUE(damaged);
   EXPECT_THAT(capture.lines(), ElementsAre("Truncated data at 19"));
   file.erase(file.begin() + 19 + 7, file.end());  // in the middle of the second header
   writeFileBytes(_path, file);
   damaged = false;
-  EXPECT_THAT(readAll(_path, &damaged), ElementsAre("one"));
+  EXPECT_THAT(readPayloads(_path, &damaged), ElementsAre("one"));
   EXPECT_TRUE(damaged);
   EXPECT_EQ(capture.lines().back(), "Invalid header at 19");
 }
@@ -172,18 +158,18 @@ bool update(const std::filesystem::path& path, const std::string& payload, std::
 TEST_F(KeyedStorageTest, UpdateInPlaceWhenItFits) {
   append({"abcdef", "next"});
   EXPECT_TRUE(update(_path, "xyz", 0));
-  EXPECT_THAT(readAll(_path), ElementsAre("xyz", "next"));
+  EXPECT_THAT(readPayloads(_path), ElementsAre("xyz", "next"));
   const Block before = fileBytes(_path);
   EXPECT_FALSE(update(_path, "1234567", 0));  // the room is 6 bytes
   EXPECT_EQ(fileBytes(_path), before);
   EXPECT_TRUE(update(_path, "123456", 0));
-  EXPECT_THAT(readAll(_path), ElementsAre("123456", "next"));
+  EXPECT_THAT(readPayloads(_path), ElementsAre("123456", "next"));
 }
 
 TEST_F(KeyedStorageTest, DeleteFreesTheBlock) {
   append({"one", "two", "three"});
   EXPECT_TRUE(KeyedStorage::forUpdating(_path).deleteBlockAtFileOffset(19));
-  EXPECT_THAT(readAll(_path), ElementsAre("one", "three"));
+  EXPECT_THAT(readPayloads(_path), ElementsAre("one", "three"));
   const Block before = fileBytes(_path);
   KeyedStorage storage = KeyedStorage::forUpdating(_path);
   EXPECT_TRUE(storage.deleteBlockAtFileOffset(19));  // already deleted: nothing written
@@ -209,7 +195,7 @@ TEST_F(KeyedStorageTest, CompactingInPlaceMovesBlocksDown) {
     }
     EXPECT_TRUE(storage.truncateFileAtOffset(free));
   }
-  EXPECT_THAT(readAll(_path), ElementsAre("two", "four"));
+  EXPECT_THAT(readPayloads(_path), ElementsAre("two", "four"));
   EXPECT_EQ(std::filesystem::file_size(_path), 19u + 20u);
 }
 
@@ -229,11 +215,11 @@ TEST_F(KeyedStorageTest, CopyToAnotherFileThroughAHandler) {
   KeepShort handler;
   const auto copy = _dir.path() / "copy";
   EXPECT_TRUE(storage.optimizeToPath(copy, false, &handler));
-  EXPECT_THAT(readAll(copy), ElementsAre("one", "two"));
+  EXPECT_THAT(readPayloads(copy), ElementsAre("one", "two"));
   EXPECT_THAT(handler.keys, ElementsAre(0u, 19u, 19u));         // where each block would be written
   EXPECT_FALSE(storage.optimizeToPath(_path, false, nullptr));  // not onto itself
   EXPECT_FALSE(storage.optimizeToPath(_dir.path() / "." / "storage", false, nullptr));
-  EXPECT_FALSE(readAll(_path).empty());
+  EXPECT_FALSE(readPayloads(_path).empty());
   EXPECT_FALSE(storage.optimizeToPath("", false, nullptr));
 }
 
@@ -246,7 +232,7 @@ TEST_F(KeyedStorageTest, CopyStopsAtDamageUnlessSkippingErrors) {
   KeyedStorage storage = KeyedStorage::forReading(_path);
   EXPECT_FALSE(storage.optimizeToPath(_dir.path() / "strict", false, nullptr));
   EXPECT_TRUE(storage.optimizeToPath(_dir.path() / "lenient", true, nullptr));
-  EXPECT_THAT(readAll(_dir.path() / "lenient"), ElementsAre("one", "three"));
+  EXPECT_THAT(readPayloads(_dir.path() / "lenient"), ElementsAre("one", "three"));
 }
 
 TEST_F(KeyedStorageTest, WritersExcludeEveryoneReadersShare) {
@@ -281,7 +267,7 @@ TEST_F(KeyedStorageTest, FlippingAnyByteNeverYieldsABadPayload) {
     damaged[i] ^= 0x5A;
     writeFileBytes(_path, damaged);
     bool sawDamage = false;
-    const auto blocks = readAll(_path, &sawDamage);
+    const auto blocks = readPayloads(_path, &sawDamage);
     for (const std::string& block : blocks) {
       EXPECT_TRUE(block == "alpha" || block == "beta" || block == "gamma") << i;
     }

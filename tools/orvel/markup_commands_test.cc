@@ -4,16 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "orvel/testing/run_program.h"
+#include "tools/orvel/cli_test_support.h"
 
 namespace orvel {
 namespace {
-
-using testing::ProgramResult;
-
-ProgramResult orvel(const std::vector<std::string>& arguments, const std::string& input = {}) {
-  return testing::runProgram(ORVEL_PROGRAM, arguments, input);
-}
 
 TEST(EntitiesCommandTest, DecodeWithItsOptions) {
   const std::string text = "caf&eacute; &lt;b&gt; &#233;&#x1F600;";

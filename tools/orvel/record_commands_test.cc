@@ -4,22 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include "orvel/testing/run_program.h"
 #include "orvel/testing/temp_dir.h"
+
+#include "tools/orvel/cli_test_support.h"
 
 namespace orvel {
 namespace {
-
-using testing::ProgramResult;
-
-ProgramResult orvel(const std::vector<std::string>& arguments, const std::string& input = {}) {
-  return testing::runProgram(ORVEL_PROGRAM, arguments, input);
-}
-
-void expectSuccess(const ProgramResult& result, const std::string& out) {
-  EXPECT_EQ(result.exitCode, 0) << result.err;
-  EXPECT_EQ(result.out, out);
-}
 
 TEST(KeyedCommandTest, AddDumpAndRemove) {
   testing::TempDir dir;

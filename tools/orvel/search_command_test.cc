@@ -6,17 +6,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "orvel/testing/run_program.h"
 #include "orvel/testing/temp_dir.h"
+
+#include "tools/orvel/cli_test_support.h"
 
 namespace orvel {
 namespace {
-
-using testing::ProgramResult;
-
-ProgramResult orvel(const std::vector<std::string>& arguments, const std::string& input = {}) {
-  return testing::runProgram(ORVEL_PROGRAM, arguments, input);
-}
 
 class SearchCommandTest : public ::testing::Test {
  protected:

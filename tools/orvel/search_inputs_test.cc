@@ -12,17 +12,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "orvel/testing/run_program.h"
 #include "orvel/testing/temp_dir.h"
+
+#include "tools/orvel/cli_test_support.h"
 
 namespace orvel {
 namespace {
-
-using testing::ProgramResult;
-
-ProgramResult orvel(const std::vector<std::string>& arguments, const std::string& input = {}) {
-  return testing::runProgram(ORVEL_PROGRAM, arguments, input);
-}
 
 std::set<std::string> lines(const std::string& text) {
   std::set<std::string> found;

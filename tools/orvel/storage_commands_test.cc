@@ -11,29 +11,13 @@
 
 #include "orvel/base/big_endian.h"
 #include "orvel/records/keyed_storage.h"
-#include "orvel/testing/run_program.h"
 #include "orvel/testing/temp_dir.h"
 #include "orvel/text/crc32.h"
 
+#include "tools/orvel/cli_test_support.h"
+
 namespace orvel {
 namespace {
-
-using testing::ProgramResult;
-
-ProgramResult orvel(const std::vector<std::string>& arguments, const std::string& input = {}) {
-  return testing::runProgram(ORVEL_PROGRAM, arguments, input);
-}
-
-void expectSuccess(const ProgramResult& result, const std::string& out) {
-  EXPECT_EQ(result.exitCode, 0) << result.err;
-  EXPECT_EQ(result.out, out);
-}
-
-void expectFailure(const ProgramResult& result, int exitCode, const std::string& err) {
-  EXPECT_EQ(result.exitCode, exitCode);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, err);
-}
 
 std::string fileText(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
