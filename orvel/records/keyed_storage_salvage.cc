@@ -203,6 +203,20 @@ class SalvageWalk {
 
 std::string decimal(std::uint64_t value) { return std::to_string(value); }
 
+// The payload of a block the walk found, decompressed, when it is still intact; the stored
+// bytes of a compressed one go to storedCompressed when given.
+std::optional<Block> intactBlock(const FileBytes& file, const SalvagedBlock& block,
+                                 std::optional<Block>* storedCompressed) {
+  if (block.isDeleted()) return std::nullopt;
+  const auto header = file.headerAt(block.offset);
+  if (!header || header->length != block.length) return std::nullopt;
+  auto payload = file.intactPayload(block.offset, *header);
+  if (!payload || header->marker != kCompressedBlockMarker) return payload;
+  auto inflated = dataByInflatingData(*payload);
+  if (inflated && storedCompressed != nullptr) *storedCompressed = std::move(payload);
+  return inflated;
+}
+
 }  // namespace
 
 std::size_t StorageSalvage::liveBlocks() const {
@@ -238,15 +252,8 @@ std::optional<StorageSalvage> KeyedStorage::salvageWalk() {
 std::optional<Block> KeyedStorage::readSalvagedBlock(const SalvagedBlock& block,
                                                      std::optional<Block>* storedCompressed) {
   if (storedCompressed != nullptr) storedCompressed->reset();
-  if (_file == nullptr || block.isDeleted() || std::fflush(_file) != 0) return std::nullopt;
-  const FileBytes file(_path);
-  const auto header = file.headerAt(block.offset);
-  if (!header || header->length != block.length) return std::nullopt;
-  auto payload = file.intactPayload(block.offset, *header);
-  if (!payload || header->marker != kCompressedBlockMarker) return payload;
-  auto inflated = dataByInflatingData(*payload);
-  if (inflated && storedCompressed != nullptr) *storedCompressed = std::move(payload);
-  return inflated;
+  if (_file == nullptr || std::fflush(_file) != 0) return std::nullopt;
+  return intactBlock(FileBytes(_path), block, storedCompressed);
 }
 
 bool KeyedStorage::salvageToPath(const std::filesystem::path& destination,
@@ -262,10 +269,11 @@ bool KeyedStorage::salvageToPath(const std::filesystem::path& destination,
   KeyedStorage copy = forAppending(destination);
   if (!copy.isValid() || !copy.truncateFileAtOffset(0)) return false;
   copy.setBlockSize(_blockSize);
+  const FileBytes file(_path);  // one descriptor for every block
   bool result = true;
   for (const SalvagedBlock& block : walk->blocks) {
     std::optional<Block> stored;
-    const auto payload = block.isDeleted() ? std::nullopt : readSalvagedBlock(block, &stored);
+    const auto payload = intactBlock(file, block, &stored);
     if (!payload) continue;
     if (handler == nullptr || handler->handleData(copy, *payload, copy.lengthOfFile())) {
       result =

@@ -83,11 +83,13 @@ std::string whyNotText(std::string_view bytes) {
   return isValidUtf8(window, &invalidOffset) ? std::string() : invalidUtf8Reason(invalidOffset);
 }
 
+std::u16string decodeDocumentText(std::string_view bytes) {
+  return utf8ToUtf16Lenient(withoutByteOrderMark(bytes));
+}
+
 DocumentText documentText(std::string bytes) {
   DocumentText document{std::move(bytes), std::nullopt, whyNotText(document.bytes)};
-  if (document.notTextReason.empty()) {
-    document.text = utf8ToUtf16Lenient(withoutByteOrderMark(document.bytes));
-  }
+  if (document.notTextReason.empty()) document.text = decodeDocumentText(document.bytes);
   return document;
 }
 

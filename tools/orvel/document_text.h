@@ -54,6 +54,9 @@ inline constexpr std::size_t kBytesDecidingText = 3 + kTextSniffBytes + 4;
 // kBytesDecidingText bytes.
 [[nodiscard]] std::string whyNotText(std::string_view bytes);
 
+// The text of a document known to be text by the rule above, decoded leniently.
+[[nodiscard]] std::u16string decodeDocumentText(std::string_view bytes);
+
 // The text of bytes read from a document, by the rule above.
 [[nodiscard]] DocumentText documentText(std::string bytes);
 

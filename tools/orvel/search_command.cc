@@ -110,8 +110,7 @@ bool prefixMatches(DocumentReader& reader, const Query& query, const SearchPrefi
   if (!whyNotText(bytes).empty()) return false;
   const std::string_view prefix(bytes.data(), safePrefixEnd(bytes));
   if (prefix.empty() || !prefilter.mayMatch(prefix)) return false;
-  const DocumentText document = documentText(std::string(prefix));
-  return document.text && query.matches(*document.text);
+  return query.matches(decodeDocumentText(prefix));
 }
 
 FileResult searchFile(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
@@ -135,10 +134,10 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
   result.notText = whyNotText(bytes);
   if (!result.notText.empty() || !prefilter.mayMatch(bytes)) return result;
-  const DocumentText document = documentText(std::move(bytes));
-  result.matched = query.matches(*document.text);
+  const std::u16string text = decodeDocumentText(bytes);
+  result.matched = query.matches(text);
   if (result.matched && !options.filesWithMatches) {
-    result.occurrences = query.occurrences(*document.text, options.paragraphs);
+    result.occurrences = query.occurrences(text, options.paragraphs);
   }
   return result;
 }
