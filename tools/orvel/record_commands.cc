@@ -1,14 +1,10 @@
-// keyed: dump and edit KeyedData record files. storage: inspect and edit KeyedStorage
-// block files. zlib: deflate, gzip and inflate.
+// keyed: dump and edit KeyedData record files. zlib: deflate, gzip and inflate.
 #include <bit>
 #include <cerrno>
-#include <cinttypes>
-#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <limits>
 #include <map>
 #include <memory>
 #include <string>
