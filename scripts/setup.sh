@@ -12,6 +12,9 @@ packages=(
   libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL, Xapian and SQLite are
   libsqlite3-dev                                 #   peers, never linked by the library)
   ripgrep hyperfine                              # peers of the search benchmark
+  libxml2-dev libgumbo-dev                       # peers of the HTML benchmarks (C parsers)
+  python3-html2text python3-bs4 python3-lxml     #   and the Python converters users pick
+  python3.11-doc                                 # the HTML corpus of those benchmarks
 )
 
 missing=()

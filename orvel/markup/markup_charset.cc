@@ -2,9 +2,11 @@
 
 #include "orvel/markup/charsets.h"
 #include "orvel/markup/entities.h"
+#include "orvel/markup/internal/tag_names.h"
 #include "orvel/markup/tag_attributes.h"
 #include "orvel/markup/tag_scanner.h"
-#include "orvel/text/conversion_tables.h"
+#include "orvel/text/encoding_converters.h"
+#include "orvel/text/integer_value.h"
 
 namespace orvel {
 namespace {
@@ -13,16 +15,6 @@ struct Declaration {
   std::u16string charset;
   Range tag = Range::notFound();
 };
-
-bool nameIs(const unichar* characters, std::size_t start, std::size_t length,
-            std::u16string_view upperName) {
-  if (start == NSNotFound || length != upperName.size()) return false;
-  const ConversionTable upper = initUpperCharsTable();
-  for (std::size_t k = 0; k < length; ++k) {
-    if (upper[characters[start + k]] != upperName[k]) return false;
-  }
-  return true;
-}
 
 // Stops at the body, or at the tag that declares the charset.
 bool retrieveEncoding(std::u16string_view, const unichar* characters, std::size_t nameStart,
@@ -36,8 +28,9 @@ bool retrieveEncoding(std::u16string_view, const unichar* characters, std::size_
     declaration->tag = tag;
     return true;
   };
-  if (nameIs(characters, nameStart, nameLength, u"BODY")) return true;
-  if (nameIs(characters, nameStart, nameLength, u"META") && characters[tagStart + 1] != u'/') {
+  if (internal::tagNameIs(characters, nameStart, nameLength, "BODY")) return true;
+  if (internal::tagNameIs(characters, nameStart, nameLength, "META") &&
+      characters[tagStart + 1] != u'/') {
     if (const auto content = contentAttributeOfTagCharacters(characters, tag)) {
       if (const auto charset = _copyOfAttributeOfString(*content, "CHARSET", u'\'', true, u';')) {
         return declare(stringByConvertingEntitiesToCharacters(*charset));
@@ -48,7 +41,8 @@ bool retrieveEncoding(std::u16string_view, const unichar* characters, std::size_
     }
     return false;
   }
-  if (nameIs(characters, nameStart, nameLength, u"XML") && characters[tagStart + 1] == u'?') {
+  if (internal::tagNameIs(characters, nameStart, nameLength, "XML") &&
+      characters[tagStart + 1] == u'?') {
     if (auto encoding = attributeOfTagCharacters(characters, tag, "ENCODING")) {
       return declare(std::move(*encoding));
     }
@@ -73,6 +67,27 @@ NSStringEncoding markupEncoding(std::u16string_view markup) {
   return charset2NSStringEncoding(markupCharset(markup));
 }
 
+NSStringEncoding defaultURLEncoding(std::u16string_view markup) {
+  return markupEncoding(markup) == NSISOLatin1StringEncoding ? NSISOLatin1StringEncoding
+                                                             : NSUTF8StringEncoding;
+}
+
+std::vector<std::uint8_t> markupData(std::u16string_view markup, NSStringEncoding* encoding) {
+  NSStringEncoding used = NSASCIIStringEncoding;
+  std::optional<std::vector<std::uint8_t>> bytes;
+  if (!markup.empty()) {
+    const NSStringEncoding declared = markupEncoding(markup);
+    if (declared != kNSStringEncodingInvalid) {
+      bytes = encodeString(markup, cfStringEncodingFromNSStringEncoding(declared));
+      if (bytes) used = declared;
+    }
+    if (!bytes)
+      bytes = encodeString(stringByConvertingCharactersToEntities(markup), kCFStringEncodingASCII);
+  }
+  if (encoding != nullptr) *encoding = used;
+  return bytes.value_or(std::vector<std::uint8_t>());
+}
+
 std::optional<std::u16string> headerFieldNamed(std::u16string_view header, std::string_view name,
                                                char16_t quote, char16_t separator) {
   if (name.empty()) return std::nullopt;
@@ -95,5 +110,7 @@ NSStringEncoding headerEncoding(std::u16string_view header) {
 std::optional<std::u16string> headerRefresh(std::u16string_view header) {
   return _copyOfAttributeOfString(header, "URL", u'\'', true, 0);
 }
+
+std::ptrdiff_t refreshInterval(std::u16string_view refresh) { return integerValue(refresh); }
 
 }  // namespace orvel

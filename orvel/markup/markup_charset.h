@@ -3,9 +3,12 @@
 // the fields of HTTP-style header values (`text/html; charset=utf-8`).
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "orvel/base/range.h"
 #include "orvel/text/cf_encodings.h"
@@ -19,6 +22,15 @@ namespace orvel {
 [[nodiscard]] Range markupCharsetRange(std::u16string_view markup);
 // charset2NSStringEncoding of the declared charset.
 [[nodiscard]] NSStringEncoding markupEncoding(std::u16string_view markup);
+
+// ISO Latin-1 when the markup declares it, else UTF-8: the encoding of its URLs' escapes.
+[[nodiscard]] NSStringEncoding defaultURLEncoding(std::u16string_view markup);
+
+// The markup as bytes to save: in the encoding it declares, reported through *encoding;
+// when it declares none that can be had, or that encoding cannot hold every character, as
+// ASCII with every other character written as an entity reference, reporting ASCII.
+[[nodiscard]] std::vector<std::uint8_t> markupData(std::u16string_view markup,
+                                                   NSStringEncoding* encoding = nullptr);
 
 // The value of a header field (the name in upper case) in header mode: it starts right
 // after "=", and runs to the quote when it starts with one, else to the separator (0: the
@@ -35,5 +47,7 @@ namespace orvel {
 [[nodiscard]] std::optional<std::u16string> headerCharset(std::u16string_view header);
 [[nodiscard]] NSStringEncoding headerEncoding(std::u16string_view header);
 [[nodiscard]] std::optional<std::u16string> headerRefresh(std::u16string_view header);
+// The seconds of a refresh value ("5; url=next.html").
+[[nodiscard]] std::ptrdiff_t refreshInterval(std::u16string_view refresh);
 
 }  // namespace orvel

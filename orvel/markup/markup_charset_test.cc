@@ -37,5 +37,25 @@ TEST(MarkupCharsetTest, HeaderFields) {
   EXPECT_EQ(headerFieldNamed(u"x=1", ""), std::nullopt);
 }
 
+TEST(MarkupCharsetTest, MarkupDataInTheDeclaredEncoding) {
+  NSStringEncoding encoding = 0;
+  const std::u16string latin = u"<meta charset=iso-8859-1><p>caf\u00E9";
+  EXPECT_EQ(markupData(latin, &encoding).back(), 0xE9);
+  EXPECT_EQ(encoding, NSISOLatin1StringEncoding);
+  EXPECT_EQ(defaultURLEncoding(latin), NSISOLatin1StringEncoding);
+  EXPECT_EQ(defaultURLEncoding(u"<meta charset=koi8-r>"), NSUTF8StringEncoding);
+  // Nothing declared, or a character the declared encoding lacks: ASCII with references.
+  const auto ascii = markupData(u"<p>caf\u00E9 \u20AC", &encoding);
+  EXPECT_EQ(std::string(ascii.begin(), ascii.end()), "<p>caf&eacute; &euro;");
+  EXPECT_EQ(encoding, NSASCIIStringEncoding);
+  const auto euro = markupData(u"<meta charset=iso-8859-1>\u20AC", &encoding);
+  EXPECT_EQ(std::string(euro.begin(), euro.end()), "<meta charset=iso-8859-1>&euro;");
+  EXPECT_EQ(encoding, NSASCIIStringEncoding);
+  encoding = 0;
+  EXPECT_TRUE(markupData(u"", &encoding).empty());
+  EXPECT_EQ(encoding, NSASCIIStringEncoding);
+  EXPECT_EQ(refreshInterval(u"5; url=next.html"), 5);
+}
+
 }  // namespace
 }  // namespace orvel

@@ -4,6 +4,7 @@
 
 #include "orvel/text/character_sets.h"
 #include "orvel/text/conversion_tables.h"
+#include "orvel/text/fast_compare.h"
 #include "orvel/text/integer_value.h"
 
 namespace orvel {
@@ -257,6 +258,35 @@ bool getTagWidth(std::ptrdiff_t* width, std::ptrdiff_t* height, const unichar* c
     }
   }
   return *width > 0;
+}
+
+std::optional<std::u16string> backgroundStyleURLOfTagCharacters(const unichar* characters,
+                                                                Range range) {
+  if (characters == nullptr || range.length < 3 || characters[range.location + 1] == u'/') {
+    return std::nullopt;
+  }
+  const auto style = attributeOfTagCharacters(characters, range, "STYLE");
+  if (!style) return std::nullopt;
+  const auto contains = [&](std::string_view needle, std::size_t from = 0) -> const unichar* {
+    if (from >= style->size()) return nullptr;
+    return fastCaseInsensitiveUnicharsContainChars(style->data() + from, style->size() - from,
+                                                   needle.data(), needle.size());
+  };
+  if ((contains("background:") == nullptr && contains("background-image:") == nullptr) ||
+      contains("no-repeat") == nullptr) {
+    return std::nullopt;
+  }
+  const unichar* url = contains("url(");
+  if (url == nullptr) return std::nullopt;
+  std::size_t start = static_cast<std::size_t>(url - style->data()) + 4;
+  std::size_t end = style->find(u')', start);
+  if (end == std::u16string::npos) end = style->size();
+  while (end - start >= 2 && (*style)[start] == u'\'' && (*style)[end - 1] == u'\'') {
+    ++start;
+    --end;
+  }
+  if (start == end) return std::nullopt;
+  return style->substr(start, end - start);
 }
 
 }  // namespace orvel

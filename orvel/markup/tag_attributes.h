@@ -57,6 +57,24 @@ bool getTagWidth(std::ptrdiff_t* width, std::ptrdiff_t* height, const unichar* c
     std::u16string_view string, std::size_t location, std::size_t length, std::u16string_view name,
     std::size_t minimumExtra, unichar separator, unichar terminator);
 
+// The string forms: an attribute of the tag text in [range] (or the whole string), and a
+// property of style text ("color: red; width: 10"); names in upper case.
+[[nodiscard]] inline std::optional<std::u16string> attributeOfTagWithName(
+    std::u16string_view tag, std::u16string_view name, Range range = Range{0, NSNotFound}) {
+  return _attributeOfStringWithName(tag, range.location, range.length, name, 5, u'=', u'>');
+}
+[[nodiscard]] inline std::optional<std::u16string> attributeOfStyleWithName(
+    std::u16string_view style, std::u16string_view name, Range range = Range{0, NSNotFound}) {
+  return _attributeOfStringWithName(style, range.location, range.length, name, 1, u':', u';');
+}
+
+// The image of a tag's unrepeated background (`style="background: url('x.png') no-repeat"`):
+// for an opening tag whose style names "background:" or "background-image:" and
+// "no-repeat", the text between "url(" and ")", less matching pairs of apostrophes around
+// it; nullopt otherwise or when nothing remains.
+[[nodiscard]] std::optional<std::u16string> backgroundStyleURLOfTagCharacters(
+    const unichar* characters, Range range);
+
 // A header field's value (`charset` in `text/html; charset="utf-8"`): the upper-case name is
 // looked for anywhere, without a word boundary, until a value is found. In attributeMode the
 // name is followed by white space, "=" and white space, and the value is quoted (by the

@@ -82,5 +82,21 @@ TEST(TagAttributeTest, TagSizes) {
   }
 }
 
+TEST(TagAttributeTest, StringFormsAndBackgroundImages) {
+  EXPECT_EQ(attributeOfTagWithName(u"<img src='a.png' alt=x>", u"ALT"), u"x");
+  EXPECT_EQ(attributeOfTagWithName(u"<a href=y><b href=z>", u"HREF", Range{8, 11}), u"z");
+  EXPECT_EQ(attributeOfStyleWithName(u"color: red; WIDTH:10px", u"WIDTH"), u"10px");
+  EXPECT_EQ(attributeOfStyleWithName(u"color: red", u"WIDTH"), std::nullopt);
+  const auto background = [](std::u16string_view tag) {
+    return backgroundStyleURLOfTagCharacters(tag.data(), Range{0, tag.size()});
+  };
+  EXPECT_EQ(background(u"<div style=\"Background: URL('x.png') no-repeat\">"), u"x.png");
+  EXPECT_EQ(background(u"<td style=\"background-image:url(''y.gif''); x:no-repeat\">"), u"y.gif");
+  EXPECT_EQ(background(u"<div style=\"background: url(x.png)\">"), std::nullopt);  // repeated
+  EXPECT_EQ(background(u"<div style=\"border: url(x.png) no-repeat\">"), std::nullopt);
+  EXPECT_EQ(background(u"<div style=\"background: url('') no-repeat\">"), std::nullopt);
+  EXPECT_EQ(background(u"</div style=\"background: url(x) no-repeat\">"), std::nullopt);
+}
+
 }  // namespace
 }  // namespace orvel

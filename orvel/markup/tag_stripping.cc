@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "orvel/markup/internal/tag_names.h"
 #include "orvel/markup/tag_attributes.h"
 #include "orvel/markup/tag_scanner.h"
 #include "orvel/text/character_sets.h"
@@ -14,16 +15,6 @@ std::u16string_view textBefore(const unichar* characters, std::size_t tagStart,
                                std::size_t textStart) {
   return tagStart > textStart ? std::u16string_view(characters + textStart, tagStart - textStart)
                               : std::u16string_view();
-}
-
-bool equalsFolded(const unichar* characters, std::size_t start, std::size_t length,
-                  std::string_view upperName) {
-  if (start == NSNotFound || length != upperName.size()) return false;
-  const ConversionTable upper = initUpperCharsTable();
-  for (std::size_t k = 0; k < length; ++k) {
-    if (upper[characters[start + k]] != static_cast<unichar>(upperName[k])) return false;
-  }
-  return true;
 }
 
 bool stripTagsHandler(std::u16string_view, const unichar* characters, std::size_t, std::size_t,
@@ -69,7 +60,7 @@ bool oneTagHandler(std::u16string_view string, const unichar* characters, std::s
                    std::size_t textStart, int kind, void* context) {
   auto* one = static_cast<OneTag*>(context);
   const bool matches =
-      kind == kTagKindTag && equalsFolded(characters, nameStart, nameLength, one->upperName);
+      kind == kTagKindTag && internal::tagNameIs(characters, nameStart, nameLength, one->upperName);
   if (matches) {
     if (!one->result) {
       one->result = std::u16string(string.substr(0, tagStart));

@@ -103,6 +103,7 @@ inline constexpr CFStringEncoding kCFStringEncodingUTF32LE = 0x1C000100;
 
 inline constexpr NSStringEncoding NSASCIIStringEncoding = 1;
 inline constexpr NSStringEncoding NSUTF8StringEncoding = 4;
+inline constexpr NSStringEncoding NSISOLatin1StringEncoding = 5;
 
 // The ICU converter name for an encoding, or null when ICU has none for it (most of the
 // Macintosh script encodings, ISO 8859-16, ISO-2022-JP-3, Johab, and the private numbers
