@@ -241,8 +241,7 @@ std::u16string stringByConvertingEntitiesToCharactersNonUmlauted(std::u16string_
   return stringByConvertingEntitiesToCharacters(string, true, false, nonUmlauted);
 }
 
-std::u16string stringByConvertingStandardEntitiesToCharacters(std::u16string_view string) {
-  if (string.size() < 4) return std::u16string(string);
+std::size_t convertStandardEntities2Characters(unichar* characters, std::size_t length) {
   struct Reference {
     std::u16string_view text;
     unichar character;
@@ -252,12 +251,12 @@ std::u16string stringByConvertingStandardEntitiesToCharacters(std::u16string_vie
   static constexpr Reference kFour[] = {
       {u"&#60;", u'<'}, {u"&#62;", u'>'}, {u"&#38;", u'&'}, {u"&#34;", u'"'}, {u"&amp;", u'&'}};
   static constexpr Reference kThree[] = {{u"&gt;", u'>'}, {u"&lt;", u'<'}};
+  const std::u16string_view string(characters, length);
   const auto semicolonAt = [&](std::size_t i, std::size_t offset) {
-    return i + offset < string.size() && string[i + offset] == u';';
+    return i + offset < length && string[i + offset] == u';';
   };
-  std::u16string out;
-  out.reserve(string.size());
-  for (std::size_t i = 0; i < string.size();) {
+  std::size_t written = 0;
+  for (std::size_t i = 0; i < length;) {
     std::span<const Reference> candidates;
     if (string[i] == u'&') {
       candidates = semicolonAt(i, 5)   ? std::span<const Reference>(kFive)
@@ -269,13 +268,20 @@ std::u16string stringByConvertingStandardEntitiesToCharacters(std::u16string_vie
       return string.substr(i, r.text.size()) == r.text;
     });
     if (match == candidates.end()) {
-      out += string[i++];
+      characters[written++] = string[i++];
     } else {
-      out += match->character;
+      characters[written++] = match->character;
       i += match->text.size();
     }
   }
-  return out.size() == string.size() ? std::u16string(string) : out;
+  return written;
+}
+
+std::u16string stringByConvertingStandardEntitiesToCharacters(std::u16string_view string) {
+  if (string.size() < 4) return std::u16string(string);
+  std::u16string out(string);
+  out.resize(convertStandardEntities2Characters(out.data(), out.size()));
+  return out;
 }
 
 std::u16string stringByConvertingCharactersToEntities(std::u16string_view string) {

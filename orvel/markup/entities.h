@@ -51,6 +51,8 @@ std::size_t convertEntities2Characters(const unichar* source, unichar* destinati
 // ";", in one quick pass.
 [[nodiscard]] std::u16string stringByConvertingStandardEntitiesToCharacters(
     std::u16string_view string);
+// The same in place; answers the new length.
+std::size_t convertStandardEntities2Characters(unichar* characters, std::size_t length);
 
 // ASCII text: every unit with a name as "&name;", other units above 127 as "&#N;"
 // (decimal; a surrogate pair as two references), ASCII as it is ("<", "&" included).

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include <unicode/ucnv.h>
+#include <unicode/ucnv_cb.h>
 #include <unicode/ucnv_err.h>
 
 namespace orvel {
@@ -22,6 +23,17 @@ ConverterPtr openStrictConverter(const char* name, UErrorCode* status) {
                         status);
   if (U_FAILURE(*status)) return nullptr;
   return converter;
+}
+
+// A to-Unicode callback that writes U+FFFD for every bad sequence, unmapped ones included
+// (ICU's own substitution writes U+001A for those in some single-byte encodings).
+void substituteReplacementCharacter(const void*, UConverterToUnicodeArgs* args, const char*,
+                                    std::int32_t, UConverterCallbackReason reason,
+                                    UErrorCode* status) {
+  if (reason != UCNV_UNASSIGNED && reason != UCNV_ILLEGAL && reason != UCNV_IRREGULAR) return;
+  static constexpr UChar kReplacement = 0xFFFD;
+  *status = U_ZERO_ERROR;
+  ucnv_cbToUWriteUChars(args, &kReplacement, 1, 0, status);
 }
 
 struct SharedConverters {
@@ -105,6 +117,35 @@ std::int32_t convertEncodingToUnicode(const std::uint8_t* source, std::size_t so
   status = toUnicode(converter.get(), source, sourceLength, destination, destinationCapacity,
                      unitsWritten);
   return U_SUCCESS(status) ? 1 : 0;
+}
+
+std::optional<std::u16string> decodeStringLeniently(std::string_view bytes,
+                                                    CFStringEncoding encoding) {
+  const char* name = icuConverterNameForCFStringEncoding(encoding);
+  if (name == nullptr) return std::nullopt;
+  UErrorCode status = U_ZERO_ERROR;
+  ConverterPtr converter(ucnv_open(name, &status));
+  if (U_FAILURE(status)) return std::nullopt;
+  ucnv_setToUCallBack(converter.get(), substituteReplacementCharacter, nullptr, nullptr, nullptr,
+                      &status);
+  if (U_FAILURE(status)) return std::nullopt;
+  // One unit per byte is enough for nearly every encoding; grown when it is not.
+  std::u16string text(bytes.size() + 16, u'\0');
+  std::size_t written = 0;
+  const char* in = bytes.data();
+  const char* const end = bytes.data() + bytes.size();
+  for (;;) {
+    status = U_ZERO_ERROR;
+    UChar* const start = reinterpret_cast<UChar*>(text.data());
+    UChar* out = start + written;
+    ucnv_toUnicode(converter.get(), &out, start + text.size(), &in, end, nullptr, true, &status);
+    written = static_cast<std::size_t>(out - start);
+    if (status != U_BUFFER_OVERFLOW_ERROR) break;
+    text.resize(text.size() * 2);
+  }
+  if (U_FAILURE(status)) return std::nullopt;
+  text.resize(written);
+  return text;
 }
 
 std::optional<std::vector<std::uint8_t>> encodeString(std::u16string_view string,

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -41,6 +42,11 @@ std::int32_t convertUnicodeToUTF8(const unichar* source, std::size_t sourceLengt
 std::int32_t convertEncodingToUnicode(const std::uint8_t* source, std::size_t sourceLength,
                                       CFStringEncoding encoding, unichar* destination,
                                       std::size_t destinationCapacity, std::size_t* unitsWritten);
+
+// Decodes bytes in `encoding` whatever they hold: each invalid or unmapped sequence
+// becomes U+FFFD. nullopt only when there is no converter for the encoding.
+[[nodiscard]] std::optional<std::u16string> decodeStringLeniently(std::string_view bytes,
+                                                                  CFStringEncoding encoding);
 
 // The string's bytes in `encoding`, or nullopt when the encoding is unknown or cannot
 // represent every unit (an unpaired surrogate, a character outside a legacy repertoire).

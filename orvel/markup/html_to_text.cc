@@ -1,0 +1,69 @@
+#include "orvel/markup/html_to_text.h"
+
+#include <memory>
+#include <new>
+
+#include <unistd.h>
+
+#include "orvel/markup/internal/plain_text_state.h"
+#include "orvel/text/character_sets.h"
+#include "orvel/text/conversion_tables.h"
+
+namespace orvel {
+namespace {
+
+using internal::PlainTextState;
+
+// Every break and space the handlers add stays within 8 output units per input unit.
+constexpr std::size_t kOutputUnitsPerInputUnit = 8;
+
+std::size_t outputCapacity(std::size_t inputUnits) {
+  static const std::size_t pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  const std::size_t bytes = inputUnits * kOutputUnitsPerInputUnit * sizeof(unichar);
+  return (bytes + pageSize - 1) / pageSize * pageSize / sizeof(unichar);
+}
+
+PlainTextState freshState(const Html2TextOptions& options, unichar* output,
+                          std::ptrdiff_t bodyDepth) {
+  PlainTextState state;
+  state.outputStart = state.output = state.lastBreak = output;
+  state.options = options;
+  state.bodyDepth = bodyDepth;
+  return state;
+}
+
+bool sawBodyContent(const PlainTextState& state) {
+  return state.options.simplified ? state.textSinceBreak : state.seenBodyContent;
+}
+
+}  // namespace
+
+std::u16string convertHtml2PlainText(std::u16string_view html, const Html2TextOptions& options,
+                                     bool* didRemoveJunk) {
+  static_cast<void>(initLowerCharsTable());
+  static_cast<void>(initUmlautsCharsTable());
+  if (didRemoveJunk != nullptr) *didRemoveJunk = false;
+  // Not zeroed: only what the handlers write is read.
+  const std::unique_ptr<unichar[]> buffer(new (std::nothrow) unichar[outputCapacity(html.size())]);
+  if (!buffer) return std::u16string(html);
+  const TagHandler handler =
+      options.simplified ? internal::simplePlainTextHandler : internal::plainTextHandler;
+  PlainTextState state =
+      freshState(options, buffer.get(), options.onlyBody ? 0 : internal::kWholeDocumentDepth);
+  const bool scanned = parseXmlWithHandler(html, handler, &state, true);
+  if (options.onlyBody && scanned && !sawBodyContent(state)) {
+    // No body: the document is converted whole.
+    state = freshState(options, buffer.get(), internal::kWholeDocumentDepth);
+    parseXmlWithHandler(html, handler, &state, true);
+  }
+  if (!sawBodyContent(state)) return std::u16string(html);
+  if (didRemoveJunk != nullptr) *didRemoveJunk = state.junkFound;
+  // Breaks and spaces owed to the last block or cell end nothing.
+  const CharacterSetRep white = whiteCharacterSetRep();
+  while (state.output > state.outputStart && isMemberOfCharacterSetRep(white, state.output[-1])) {
+    --state.output;
+  }
+  return std::u16string(state.outputStart, state.output);
+}
+
+}  // namespace orvel

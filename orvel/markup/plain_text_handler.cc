@@ -1,0 +1,478 @@
+// The scanner handlers of the HTML-to-text conversion: which tags break lines, which open
+// regions whose text is dropped, and when text counts at all.
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "orvel/markup/entities.h"
+#include "orvel/markup/internal/plain_text_state.h"
+#include "orvel/markup/tag_attributes.h"
+#include "orvel/text/conversion_tables.h"
+#include "orvel/text/fast_compare.h"
+#include "orvel/text/integer_value.h"
+
+namespace orvel::internal {
+namespace {
+
+enum class Tag {
+  kOther,
+  kP,
+  kDiv,
+  kDir,
+  kMenu,
+  kHeading,
+  kHr,
+  kTable,
+  kBlockquote,
+  kBr,
+  kLi,
+  kOl,
+  kUl,
+  kDd,
+  kDl,
+  kDt,
+  kTr,
+  kTd,
+  kTh,
+  kCode,
+  kCite,
+  kA,
+  kPre,
+  kPlaintext,
+  kInput,
+  kImg,
+  kSpan,
+  kFont,
+  kBody,
+  kHead,
+  kIframe,
+  kNoframes,
+  kNoscript,
+  kMarquee,
+  kTextarea,
+  kOption,
+  kSelect,
+  kTitle,
+};
+
+struct NamedTag {
+  std::string_view name;
+  Tag tag;
+};
+
+constexpr std::array kTagNames = {
+    NamedTag{"P", Tag::kP},
+    NamedTag{"A", Tag::kA},
+    NamedTag{"HR", Tag::kHr},
+    NamedTag{"BR", Tag::kBr},
+    NamedTag{"LI", Tag::kLi},
+    NamedTag{"OL", Tag::kOl},
+    NamedTag{"UL", Tag::kUl},
+    NamedTag{"DD", Tag::kDd},
+    NamedTag{"DL", Tag::kDl},
+    NamedTag{"DT", Tag::kDt},
+    NamedTag{"TR", Tag::kTr},
+    NamedTag{"TD", Tag::kTd},
+    NamedTag{"TH", Tag::kTh},
+    NamedTag{"DIV", Tag::kDiv},
+    NamedTag{"DIR", Tag::kDir},
+    NamedTag{"PRE", Tag::kPre},
+    NamedTag{"IMG", Tag::kImg},
+    NamedTag{"MENU", Tag::kMenu},
+    NamedTag{"CODE", Tag::kCode},
+    NamedTag{"CITE", Tag::kCite},
+    NamedTag{"SPAN", Tag::kSpan},
+    NamedTag{"FONT", Tag::kFont},
+    NamedTag{"BODY", Tag::kBody},
+    NamedTag{"HEAD", Tag::kHead},
+    NamedTag{"TABLE", Tag::kTable},
+    NamedTag{"INPUT", Tag::kInput},
+    NamedTag{"TITLE", Tag::kTitle},
+    NamedTag{"IFRAME", Tag::kIframe},
+    NamedTag{"OPTION", Tag::kOption},
+    NamedTag{"SELECT", Tag::kSelect},
+    NamedTag{"MARQUEE", Tag::kMarquee},
+    NamedTag{"NOFRAMES", Tag::kNoframes},
+    NamedTag{"NOSCRIPT", Tag::kNoscript},
+    NamedTag{"TEXTAREA", Tag::kTextarea},
+    NamedTag{"PLAINTEXT", Tag::kPlaintext},
+    NamedTag{"BLOCKQUOTE", Tag::kBlockquote},
+};
+
+// The tag's kind, by the length of its name first. H1 to H9 are headings.
+Tag classify(const unichar* characters, std::size_t nameStart, std::size_t nameLength) {
+  constexpr std::size_t kLongest = 10;
+  if (nameStart == NSNotFound || nameLength == 0 || nameLength > kLongest) return Tag::kOther;
+  const ConversionTable upper = initUpperCharsTable();
+  std::array<char, kLongest> name{};
+  for (std::size_t k = 0; k < nameLength; ++k) {
+    const unichar c = upper[characters[nameStart + k]];
+    if (c > 0x7F) return Tag::kOther;
+    name[k] = static_cast<char>(c);
+  }
+  if (nameLength == 2 && name[0] == 'H' && name[1] >= '1' && name[1] <= '9') return Tag::kHeading;
+  const std::string_view view(name.data(), nameLength);
+  for (const NamedTag& named : kTagNames) {
+    if (named.name.size() == nameLength && named.name == view) return named.tag;
+  }
+  return Tag::kOther;
+}
+
+// One piece as the scanner reports it.
+struct Piece {
+  unichar* characters;  // the scanner's private copy, decoded in place
+  std::size_t tagStart;
+  std::size_t tagLength;
+  std::size_t textStart;
+  int kind;
+  bool named;
+  Tag tag;
+  bool opening;      // not "</..."
+  bool selfClosing;  // "<.../>"
+
+  [[nodiscard]] Range range() const { return Range{tagStart, tagLength}; }
+  [[nodiscard]] bool openRegion() const { return opening && !selfClosing; }
+  [[nodiscard]] std::optional<std::u16string> attribute(std::string_view upperName) const {
+    return attributeOfTagCharacters(characters, range(), upperName);
+  }
+};
+
+Piece pieceOf(const unichar* characters, std::size_t nameStart, std::size_t nameLength,
+              std::size_t tagStart, std::size_t tagLength, std::size_t textStart, int kind) {
+  // The scanner was asked for a private, writable copy of the text.
+  auto* writable = const_cast<unichar*>(characters);
+  const bool isTag = kind == kTagKindTag && tagLength >= 2;
+  return Piece{writable,
+               tagStart,
+               tagLength,
+               textStart,
+               kind,
+               nameStart != NSNotFound,
+               isTag ? classify(characters, nameStart, nameLength) : Tag::kOther,
+               isTag && characters[tagStart + 1] != u'/',
+               isTag && tagLength >= 3 && characters[tagStart + tagLength - 2] == u'/'};
+}
+
+bool equalsIgnoringCase(std::u16string_view a, std::u16string_view b) {
+  return a.size() == b.size() &&
+         caseInsensitiveCompareCharacters(a.data(), a.size(), b.data(), b.size()) == 0;
+}
+
+bool containsIgnoringCase(std::u16string_view text, std::string_view needle) {
+  return fastCaseInsensitiveUnicharsContainChars(text.data(), text.size(), needle.data(),
+                                                 needle.size()) != nullptr;
+}
+
+// Where `needle` first stands (any case), or npos.
+std::size_t findIgnoringCase(std::u16string_view text, std::string_view needle,
+                             std::size_t from = 0) {
+  if (from >= text.size()) return std::u16string_view::npos;
+  const unichar* found = fastCaseInsensitiveUnicharsContainChars(
+      text.data() + from, text.size() - from, needle.data(), needle.size());
+  return found == nullptr ? std::u16string_view::npos
+                          : static_cast<std::size_t>(found - text.data());
+}
+
+bool followedBy(std::u16string_view text, std::string_view first, std::string_view second) {
+  const std::size_t at = findIgnoringCase(text, first);
+  return at != std::u16string_view::npos &&
+         findIgnoringCase(text, second, at + first.size()) != std::u16string_view::npos;
+}
+
+bool isHiddenElement(const Piece& piece) {
+  const auto cssClass = piece.attribute("CLASS");
+  return (cssClass && equalsIgnoringCase(*cssClass, u"hidden")) ||
+         isHiddenStyle(piece.characters, piece.tagStart, piece.tagLength);
+}
+
+// A font of 1 to 4 points: "pt" after one such digit that follows no other digit.
+bool isTinyFontStyle(std::u16string_view style) {
+  if (!containsIgnoringCase(style, "font-size")) return false;
+  for (std::size_t at = findIgnoringCase(style, "pt"); at != std::u16string_view::npos;
+       at = findIgnoringCase(style, "pt", at + 1)) {
+    if (at >= 2 && style[at - 1] >= u'1' && style[at - 1] <= u'4' &&
+        !(style[at - 2] >= u'0' && style[at - 2] <= u'9')) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool isHiddenFont(const PlainTextState& state, const Piece& piece) {
+  const auto color = piece.attribute("COLOR");
+  if (color && state.bodyColor && equalsIgnoringCase(*color, *state.bodyColor)) return true;
+  const auto style = piece.attribute("STYLE");
+  return style && isTinyFontStyle(*style);
+}
+
+// Whether text met now is dropped.
+bool textSuppressed(const PlainTextState& state, const Piece& piece) {
+  const Html2TextOptions& options = state.options;
+  return (options.removeJunk && piece.tag == Tag::kTitle) || state.hiddenDiv || state.hiddenSpan ||
+         state.inOption || state.inFrames || state.inNoscript || state.inMarquee ||
+         state.inTextarea || (options.removeJunk && state.hiddenFont) ||
+         (options.googleTags && (!(state.googleBits & kGoogleIndex) || state.inFeedDate));
+}
+
+void enterOrLeaveBody(PlainTextState& state, const Piece& piece) {
+  state.bodyDepth += piece.opening ? 1 : -1;
+  state.clearRegionFlags();
+  state.bodyColor = piece.attribute("BGCOLOR");
+}
+
+// A frames or script fallback raises the body depth while it is open (its own flag drops
+// its text), before the body as inside it, so that the depth stays balanced either way.
+void enterOrLeaveFallback(PlainTextState& state, const Piece& piece) {
+  state.bodyDepth += piece.opening ? 1 : -1;
+  state.clearRegionFlags();
+  (piece.tag == Tag::kNoframes ? state.inFrames : state.inNoscript) = piece.openRegion();
+}
+
+void countAnchorOrHeading(PlainTextState& state, const Piece& piece) {
+  if (piece.openRegion()) {
+    ++state.anchorDepth;
+  } else if (!piece.opening && state.anchorDepth > 0) {
+    --state.anchorDepth;
+  }
+}
+
+// Before the body only the tags that open or close it matter, and indexing comments.
+void handleOutsideBody(PlainTextState& state, const Piece& piece) {
+  switch (piece.tag) {
+    case Tag::kBody: enterOrLeaveBody(state, piece); break;
+    case Tag::kHead:
+      state.bodyDepth += piece.opening ? -1 : 1;
+      state.clearRegionFlags();
+      state.inFrames = false;
+      state.bodyColor.reset();
+      break;
+    case Tag::kNoframes:
+    case Tag::kNoscript: enterOrLeaveFallback(state, piece); break;
+    default:
+      if (state.options.googleTags && piece.kind == kTagKindComment) {
+        state.googleBits =
+            googleBits(piece.characters, piece.tagStart, piece.tagLength, state.googleBits);
+      }
+  }
+}
+
+void writeTextBefore(PlainTextState& state, const Piece& piece) {
+  if (piece.tagStart <= piece.textStart) return;
+  const std::size_t length = piece.tagStart - piece.textStart;
+  if (!textSuppressed(state, piece)) {
+    state.output = appendRangeToPlainText(state, piece.characters, piece.textStart, length,
+                                          piece.textStart, state.output);
+    return;
+  }
+  constexpr std::size_t kShortestJunk = 100;
+  if (state.hiddenFont && !state.junkFound && length >= kShortestJunk &&
+      isJunkText(piece.characters, piece.textStart, length, state.options)) {
+    state.junkFound = true;
+  }
+}
+
+// Breaks and spaces between blocks and cells. Runs of block tags with no text between
+// them add nothing.
+void writeLineStructure(PlainTextState& state, const Piece& piece) {
+  if (!state.textSinceBreak) {
+    if ((piece.tag == Tag::kTd || piece.tag == Tag::kTh) && !state.outputEmpty()) {
+      state.writeSpaceOrOweIt();
+    } else if (piece.tag == Tag::kTr && !state.outputEmpty() && !state.endsInLineBreak()) {
+      state.writeBreak(1);
+    }
+    return;
+  }
+  switch (piece.tag) {
+    case Tag::kP:
+    case Tag::kDiv:
+    case Tag::kDir:
+    case Tag::kMenu:
+    case Tag::kHeading:
+    case Tag::kHr:
+    case Tag::kTable:
+    case Tag::kBlockquote: state.writeBreak(2); break;
+    case Tag::kBr:
+    case Tag::kLi:
+    case Tag::kOl:
+    case Tag::kUl:
+    case Tag::kDd:
+    case Tag::kDl:
+    case Tag::kDt:
+    case Tag::kTr: state.writeBreak(1); break;
+    case Tag::kTd:
+    case Tag::kTh:
+      state.writeSpaceOrOweIt();
+      state.textSinceBreak = false;
+      break;
+    case Tag::kCode:
+    case Tag::kCite:
+      if (!state.endsInWhite()) state.write(u' ');
+      break;
+    default: break;
+  }
+}
+
+// Makes the output end in a blank line, when it holds anything.
+void endInBlankLine(PlainTextState& state) {
+  if (state.output - state.outputStart < 2) return;
+  if (!state.endsInLineBreak()) {
+    state.writeBreak(2);
+  } else if (!(state.output[-2] == u'\n' || state.output[-2] == u'\r')) {
+    state.writeBreak(1);
+  }
+}
+
+void appendImageText(PlainTextState& state, const Piece& piece) {
+  auto text = piece.attribute("ALT");
+  if (!text) text = piece.attribute("TITLE");
+  if (!text || textSuppressed(state, piece)) return;
+  state.pendingSpace = true;
+  state.output = appendRangeToPlainText(state, text->data(), 0, text->size(), 0, state.output);
+  state.pendingSpace = true;
+}
+
+void handleRegions(PlainTextState& state, const Piece& piece) {
+  switch (piece.tag) {
+    case Tag::kA:
+      countAnchorOrHeading(state, piece);
+      state.pendingSpace = true;
+      return;
+    case Tag::kHeading: countAnchorOrHeading(state, piece); break;
+    case Tag::kPre:
+    case Tag::kPlaintext:
+      if (piece.openRegion() && !state.outputEmpty() &&
+          (piece.tag == Tag::kPlaintext || state.textSinceBreak || state.pendingSpace)) {
+        state.writeBreak(2);
+      }
+      state.collapse = !piece.openRegion();
+      break;
+    case Tag::kCode: state.collapse = !piece.openRegion(); break;
+    case Tag::kInput: state.writeSpaceOrOweIt(); break;
+    case Tag::kTable: endInBlankLine(state); break;
+    case Tag::kImg:
+      if (state.options.imageAlts) appendImageText(state, piece);
+      return;
+    case Tag::kDiv: state.hiddenDiv = isHiddenElement(piece); break;
+    case Tag::kSpan: state.hiddenSpan = isHiddenElement(piece); return;
+    case Tag::kFont: {
+      state.hiddenFont = isHiddenFont(state, piece);
+      const auto cssClass = piece.attribute("CLASS");
+      state.inFeedDate = cssClass && *cssClass == u"feed_date";
+      return;
+    }
+    case Tag::kBody: enterOrLeaveBody(state, piece); return;
+    case Tag::kIframe: state.inFrames = piece.openRegion(); return;
+    case Tag::kNoframes:
+    case Tag::kNoscript: enterOrLeaveFallback(state, piece); return;
+    case Tag::kMarquee: state.inMarquee = piece.openRegion(); return;
+    case Tag::kTextarea: state.inTextarea = piece.openRegion(); return;
+    case Tag::kOption: state.inOption = piece.openRegion(); break;
+    case Tag::kSelect: state.inOption = false; break;
+    default: return;
+  }
+  // The tags that reach here also end a marquee or text area left open.
+  state.inMarquee = state.inTextarea = false;
+}
+
+}  // namespace
+
+bool isHiddenStyle(const unichar* characters, std::size_t tagStart, std::size_t tagLength) {
+  const Range tag{tagStart, tagLength};
+  if (const auto style = attributeOfTagCharacters(characters, tag, "STYLE")) {
+    if (followedBy(*style, "visibility", "hidden") || followedBy(*style, "display:", "none")) {
+      return true;
+    }
+    if (containsIgnoringCase(*style, "position:absolute")) {
+      constexpr std::ptrdiff_t kOffScreen = -1000;
+      const auto offset = [&](std::u16string_view name) {
+        const auto value = attributeOfStyleWithName(*style, name);
+        return value ? integerValue(*value) : 0;
+      };
+      if (offset(u"TOP") < kOffScreen || offset(u"LEFT") < kOffScreen) return true;
+    }
+  }
+  // Every tag whose size is given counts, styled or not: a box too small to read hides
+  // its text as well as a style does.
+  std::ptrdiff_t width = 0, height = 0;
+  return getTagWidth(&width, &height, characters, tag) &&
+         (width < 3 || (height > 0 && height <= 2));
+}
+
+unsigned googleBits(const unichar* characters, std::size_t tagStart, std::size_t tagLength,
+                    unsigned bits) {
+  constexpr std::size_t kShortestIndexingComment = 19;
+  if (tagLength < kShortestIndexingComment) return bits;
+  const std::u16string_view comment(characters + tagStart, tagLength);
+  const auto bitsAfter = [&](std::size_t at) -> unsigned {
+    if (findIgnoringCase(comment, "all", at) != std::u16string_view::npos) return kGoogleAll;
+    unsigned named = 0;
+    if (findIgnoringCase(comment, "index", at) != std::u16string_view::npos) named |= kGoogleIndex;
+    if (findIgnoringCase(comment, "snippet", at) != std::u16string_view::npos) {
+      named |= kGoogleSnippet;
+    }
+    if (findIgnoringCase(comment, "anchor", at) != std::u16string_view::npos) {
+      named |= kGoogleAnchor;
+    }
+    return named;
+  };
+  if (const std::size_t on = findIgnoringCase(comment, "googleon:");
+      on != std::u16string_view::npos) {
+    bits |= bitsAfter(on + 9);
+  }
+  if (const std::size_t off = findIgnoringCase(comment, "googleoff:");
+      off != std::u16string_view::npos) {
+    bits &= ~bitsAfter(off + 10);
+  }
+  return bits;
+}
+
+bool plainTextHandler(std::u16string_view, const unichar* characters, std::size_t nameStart,
+                      std::size_t nameLength, std::size_t tagStart, std::size_t tagLength,
+                      std::size_t textStart, int kind, void* context) {
+  auto& state = *static_cast<PlainTextState*>(context);
+  const Piece piece =
+      pieceOf(characters, nameStart, nameLength, tagStart, tagLength, textStart, kind);
+  if (state.bodyDepth < 1) {
+    handleOutsideBody(state, piece);
+    return false;
+  }
+  state.seenBodyContent = true;
+  writeTextBefore(state, piece);
+  if (!piece.named) {
+    if (state.options.googleTags && kind == kTagKindComment) {
+      state.googleBits = googleBits(characters, tagStart, tagLength, state.googleBits);
+    }
+    return false;
+  }
+  writeLineStructure(state, piece);
+  handleRegions(state, piece);
+  return false;
+}
+
+bool simplePlainTextHandler(std::u16string_view, const unichar* characters, std::size_t nameStart,
+                            std::size_t nameLength, std::size_t tagStart, std::size_t tagLength,
+                            std::size_t textStart, int kind, void* context) {
+  auto& state = *static_cast<PlainTextState*>(context);
+  const Piece piece =
+      pieceOf(characters, nameStart, nameLength, tagStart, tagLength, textStart, kind);
+  if (tagStart > textStart && state.bodyDepth >= 1) {
+    std::size_t length = tagStart - textStart;
+    if (length >= 4) {
+      length = convertEntities2Characters(piece.characters, piece.characters + textStart, textStart,
+                                          length, true, false, false);
+    }
+    if (length > 0) {
+      state.write(u' ');
+      state.output = std::copy_n(characters + textStart, length, state.output);
+      state.textSinceBreak = true;
+    }
+  }
+  if (piece.selfClosing) return false;
+  if (piece.tag == Tag::kHead) state.bodyDepth += piece.opening ? -1 : 1;
+  if (piece.tag == Tag::kBody || piece.tag == Tag::kNoframes) {
+    state.bodyDepth += piece.opening ? 1 : -1;
+  }
+  return false;
+}
+
+}  // namespace orvel::internal

@@ -1,0 +1,129 @@
+#include "orvel/markup/web_page.h"
+
+#include <optional>
+
+#include "orvel/base/utf8.h"
+#include "orvel/markup/charsets.h"
+#include "orvel/markup/markup_charset.h"
+#include "orvel/text/encoding_converters.h"
+
+namespace orvel {
+namespace {
+
+// Pages declare their charset in the head; a declaration further in is not looked for.
+constexpr std::size_t kDeclarationWindowBytes = 64 * 1024;
+
+struct Mark {
+  std::string_view bytes;
+  CFStringEncoding encoding;
+};
+
+// Longest first: the UTF-32LE mark begins with the UTF-16LE one.
+constexpr Mark kByteOrderMarks[] = {
+    {std::string_view("\xFF\xFE\x00\x00", 4), kCFStringEncodingUTF32LE},
+    {std::string_view("\x00\x00\xFE\xFF", 4), kCFStringEncodingUTF32BE},
+    {"\xEF\xBB\xBF", kCFStringEncodingUTF8},
+    {"\xFF\xFE", kCFStringEncodingUTF16LE},
+    {"\xFE\xFF", kCFStringEncodingUTF16BE},
+};
+
+bool isUnicodeFamily(CFStringEncoding encoding) {
+  return encoding == kCFStringEncodingUnicode || encoding == kCFStringEncodingUTF16BE ||
+         encoding == kCFStringEncodingUTF16LE || encoding == kCFStringEncodingUTF32 ||
+         encoding == kCFStringEncodingUTF32BE || encoding == kCFStringEncodingUTF32LE;
+}
+
+std::u16string widenedLatin1(std::string_view bytes) {
+  std::u16string text(bytes.size(), u'\0');
+  for (std::size_t k = 0; k < bytes.size(); ++k) {
+    text[k] = static_cast<unsigned char>(bytes[k]);
+  }
+  return text;
+}
+
+// The text in `encoding`, or nullopt when there is no converter for it.
+std::optional<std::u16string> decoded(std::string_view bytes, CFStringEncoding encoding) {
+  if (encoding == kCFStringEncodingUTF8) return utf8ToUtf16Lenient(bytes);
+  return decodeStringLeniently(bytes, encoding);
+}
+
+// A declared charset's encoding, when it can be read here.
+std::optional<CFStringEncoding> usableEncoding(std::u16string_view charset) {
+  if (charset.empty()) return std::nullopt;
+  CFStringEncoding encoding = charset2CFStringEncoding(charset);
+  if (isUnicodeFamily(encoding)) encoding = kCFStringEncodingUTF8;
+  if (icuConverterNameForCFStringEncoding(encoding) == nullptr) return std::nullopt;
+  return encoding;
+}
+
+bool tryDeclared(WebPage& page, std::string_view bytes, std::u16string charset,
+                 PageEncodingSource source) {
+  if (charset.empty()) return false;
+  page.declaredCharset = std::move(charset);
+  const auto encoding = usableEncoding(page.declaredCharset);
+  if (!encoding) return false;
+  auto text = decoded(bytes, *encoding);
+  if (!text) return false;
+  page.text = std::move(*text);
+  page.encoding = *encoding;
+  page.source = source;
+  return true;
+}
+
+bool tryByteOrderMark(WebPage& page, std::string_view bytes) {
+  for (const Mark& mark : kByteOrderMarks) {
+    if (!bytes.starts_with(mark.bytes)) continue;
+    if (auto text = decoded(bytes.substr(mark.bytes.size()), mark.encoding)) {
+      page.text = std::move(*text);
+      page.encoding = mark.encoding;
+      page.source = PageEncodingSource::kByteOrderMark;
+      return true;
+    }
+  }
+  const bool littleEndian = bytes.starts_with(std::string_view("<\0", 2));
+  if (littleEndian || bytes.starts_with(std::string_view("\0<", 2))) {
+    page.encoding = littleEndian ? kCFStringEncodingUTF16LE : kCFStringEncodingUTF16BE;
+    page.text = decoded(bytes, page.encoding).value_or(std::u16string());
+    page.source = PageEncodingSource::kUtf16Markup;
+    return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+WebPage readWebPage(std::string_view bytes, std::string_view contentType) {
+  WebPage page;
+  if (tryByteOrderMark(page, bytes)) return page;
+  if (!contentType.empty() &&
+      tryDeclared(page, bytes, headerCharset(widenedLatin1(contentType)).value_or(u""),
+                  PageEncodingSource::kHttpHeader)) {
+    return page;
+  }
+  const std::u16string head = widenedLatin1(bytes.substr(0, kDeclarationWindowBytes));
+  if (tryDeclared(page, bytes, markupCharset(head), PageEncodingSource::kMarkup)) return page;
+  if (auto text = utf8ToUtf16(bytes)) {
+    page.text = std::move(*text);
+    page.encoding = kCFStringEncodingUTF8;
+    page.source = PageEncodingSource::kValidUtf8;
+    return page;
+  }
+  page.text = decoded(bytes, kCFStringEncodingWindowsLatin1).value_or(widenedLatin1(bytes));
+  page.encoding = kCFStringEncodingWindowsLatin1;
+  page.source = PageEncodingSource::kWindowsLatin1;
+  return page;
+}
+
+std::string_view describePageEncodingSource(PageEncodingSource source) {
+  switch (source) {
+    case PageEncodingSource::kByteOrderMark: return "byte-order mark";
+    case PageEncodingSource::kUtf16Markup: return "UTF-16 markup without a byte-order mark";
+    case PageEncodingSource::kHttpHeader: return "HTTP header";
+    case PageEncodingSource::kMarkup: return "declared in the markup";
+    case PageEncodingSource::kValidUtf8: return "valid UTF-8";
+    case PageEncodingSource::kWindowsLatin1: break;
+  }
+  return "Windows Latin 1 (nothing else fits)";
+}
+
+}  // namespace orvel
