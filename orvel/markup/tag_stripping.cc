@@ -109,6 +109,10 @@ bool bodiesHandler(std::u16string_view, const unichar* characters, std::size_t n
   const std::u16string_view piece(characters + tagStart, tagLength);
   const bool opening = kind == kTagKindTag && tagLength >= 3 && characters[tagStart + 1] != u'/' &&
                        characters[tagStart + tagLength - 2] != u'/';
+  // A script or style element comes as one piece, through its closing tag: it opens and
+  // closes at once.
+  const std::size_t inner = piece.rfind(u"</");
+  const bool whole = opening && inner != std::u16string_view::npos && inner > 0;
   if (b->depth == 0) {
     const bool starts =
         opening && nameStart != NSNotFound &&
@@ -118,6 +122,10 @@ bool bodiesHandler(std::u16string_view, const unichar* characters, std::size_t n
     if (!b->except) b->result += text;
     if (!starts) {
       if (!b->except) b->result += piece;
+      return false;
+    }
+    if (whole) {
+      if (b->except) (b->result += piece) += u'\n';
       return false;
     }
     b->nameStart = nameStart;
@@ -133,9 +141,9 @@ bool bodiesHandler(std::u16string_view, const unichar* characters, std::size_t n
                         std::equal(characters + nameStart, characters + nameStart + nameLength,
                                    characters + b->nameStart,
                                    [upper](unichar x, unichar y) { return upper[x] == upper[y]; });
-  if (sameName && opening) {
+  if (sameName && opening && !whole) {
     ++b->depth;
-  } else if (sameName && tagLength >= 4 &&
+  } else if (sameName && !whole && tagLength >= 4 &&
              (characters[tagStart + 1] == u'/' || characters[tagStart + tagLength - 2] == u'/')) {
     --b->depth;
   }

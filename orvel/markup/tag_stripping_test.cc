@@ -34,6 +34,10 @@ TEST(TagStrippingTest, BodiesByPrefix) {
   EXPECT_EQ(stripTagBodies(page, {u"<form"}, true),
             u"<form id=1>b<form>c</form><form/>\n<formx>f</formx>\n");
   EXPECT_EQ(stripTagBodies(u"<P>x</P>y<div>z</div>", {u"<p", u"<DIV"}, false), u"y");
+  // A script element is one piece through its closing tag.
+  EXPECT_EQ(stripTagBodies(u"a<script>if (a<b) x();</script>b<p>c</p>", {u"<script"}, false),
+            u"ab<p>c</p>");
+  EXPECT_EQ(stripTagBodies(u"a<script>x</script>b", {u"<script"}, true), u"<script>x</script>\n");
   EXPECT_EQ(stripTagBodies(u"x", {}, false), u"x");
   EXPECT_EQ(stripTagBodies(u"x", {}, true), std::nullopt);
 }

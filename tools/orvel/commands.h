@@ -25,4 +25,7 @@ void registerStorageCommands(CLI::App& app, int& status);
 // entities (decode, encode), charset.
 void registerMarkupCommands(CLI::App& app, int& status);
 
+// html (text, strip, pieces, charset).
+void registerHtmlCommands(CLI::App& app);
+
 }  // namespace orvel::cli

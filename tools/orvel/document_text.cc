@@ -1,6 +1,7 @@
 #include "tools/orvel/document_text.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 
@@ -9,6 +10,8 @@
 #include <unistd.h>
 
 #include "orvel/base/utf8.h"
+#include "orvel/markup/html_to_text.h"
+#include "orvel/markup/web_page.h"
 
 #include "tools/orvel/command_support.h"
 
@@ -59,6 +62,30 @@ std::string_view withoutByteOrderMark(std::string_view bytes) {
   return bytes;
 }
 
+// Saved web pages. Server-script types (php, asp, ...) found in a folder are source code.
+const std::string_view kHtmlExtensions[] = {".html",  ".htm",  ".xhtml", ".xht",
+                                            ".shtml", ".shtm", ".xhtm"};
+
+// Markup from its first bytes: a document type, an html, head or body tag, or an XML
+// declaration followed soon by one of those (XHTML).
+bool beginsWithMarkup(std::string_view bytes) {
+  constexpr std::size_t kLookAhead = 1024;
+  std::string head(withoutByteOrderMark(bytes).substr(0, kLookAhead));
+  std::transform(head.begin(), head.end(), head.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  const std::size_t first = head.find_first_not_of(" \t\r\n");
+  if (first == std::string::npos) return false;
+  const std::string_view start = std::string_view(head).substr(first);
+  const auto opensPage = [](std::string_view text) {
+    return text.starts_with("<!doctype html") || text.starts_with("<html") ||
+           text.starts_with("<head") || text.starts_with("<body");
+  };
+  if (opensPage(start)) return true;
+  if (!start.starts_with("<?xml")) return false;
+  const std::size_t next = start.find('<', 1);
+  return next != std::string_view::npos && opensPage(start.substr(next));
+}
+
 std::string invalidUtf8Reason(std::size_t offset) {
   return "not UTF-8 text (invalid byte at offset " + std::to_string(offset) + ")";
 }
@@ -87,9 +114,51 @@ std::u16string decodeDocumentText(std::string_view bytes) {
   return utf8ToUtf16Lenient(withoutByteOrderMark(bytes));
 }
 
-DocumentText documentText(std::string bytes) {
-  DocumentText document{std::move(bytes), std::nullopt, whyNotText(document.bytes)};
-  if (document.notTextReason.empty()) document.text = decodeDocumentText(document.bytes);
+DocumentKind documentKind(const std::filesystem::path& path, std::string_view firstBytes) {
+  std::string extension = path.extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (std::find(std::begin(kHtmlExtensions), std::end(kHtmlExtensions), extension) !=
+      std::end(kHtmlExtensions)) {
+    return DocumentKind::kHtml;
+  }
+  if (extension == ".md" || extension == ".markdown") return DocumentKind::kMarkdown;
+  if (extension.empty() && beginsWithMarkup(firstBytes)) return DocumentKind::kHtml;
+  return DocumentKind::kText;
+}
+
+std::string_view documentKindName(DocumentKind kind) {
+  switch (kind) {
+    case DocumentKind::kMarkdown: return "markdown";
+    case DocumentKind::kHtml: return "html";
+    case DocumentKind::kText: break;
+  }
+  return "text";
+}
+
+std::optional<std::string> whyNotMarkup(std::u16string_view pageText) {
+  if (pageText.substr(0, kTextSniffBytes).find(u'\0') == std::u16string_view::npos) {
+    return std::nullopt;
+  }
+  return kBinaryReason;
+}
+
+DocumentText documentText(std::string bytes, DocumentKind kind,
+                          const std::function<bool(std::string_view)>& mayMatch) {
+  DocumentText document{std::move(bytes), kind, std::nullopt, {}};
+  if (kind == DocumentKind::kHtml) {
+    const std::u16string page = webPageText(document.bytes);
+    if (auto why = whyNotMarkup(page)) {
+      document.notTextReason = std::move(*why);
+    } else {
+      document.text = convertHtml2PlainText(page, {.onlyBody = true});
+    }
+    return document;
+  }
+  document.notTextReason = whyNotText(document.bytes);
+  if (document.notTextReason.empty() && (!mayMatch || mayMatch(document.bytes))) {
+    document.text = decodeDocumentText(document.bytes);
+  }
   return document;
 }
 

@@ -1,17 +1,30 @@
 // The text of a document, as the search commands see it. Plain text and Markdown are read
-// as UTF-8 (a leading byte-order mark is dropped); other document types extend this one
-// function.
+// as UTF-8 (a leading byte-order mark is dropped). Web pages (HTML and XHTML, by their
+// extension, or files without one whose first bytes are markup) are read in their own
+// encoding and converted to their body's plain text, which line numbers and snippets then
+// refer to. Other document types extend this one function.
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace orvel::cli {
 
+enum class DocumentKind { kText, kMarkdown, kHtml };
+
+// The kind of a document by its name, and for a name without an extension by its first
+// bytes (a few hundred are enough).
+[[nodiscard]] DocumentKind documentKind(const std::filesystem::path& path,
+                                        std::string_view firstBytes);
+// "text", "markdown", "html".
+[[nodiscard]] std::string_view documentKindName(DocumentKind kind);
+
 struct DocumentText {
-  std::string bytes;                   // the file as read
+  std::string bytes;  // the file as read
+  DocumentKind kind = DocumentKind::kText;
   std::optional<std::u16string> text;  // nullopt when the bytes are not text
   std::string notTextReason;           // why, for --verbose
 };
@@ -57,7 +70,15 @@ inline constexpr std::size_t kBytesDecidingText = 3 + kTextSniffBytes + 4;
 // The text of a document known to be text by the rule above, decoded leniently.
 [[nodiscard]] std::u16string decodeDocumentText(std::string_view bytes);
 
-// The text of bytes read from a document, by the rule above.
-[[nodiscard]] DocumentText documentText(std::string bytes);
+// Why a web page's text (read in its encoding) is no page: NUL characters in its first
+// kTextSniffBytes units; nullopt when it is one.
+[[nodiscard]] std::optional<std::string> whyNotMarkup(std::u16string_view pageText);
+
+// The text of bytes read from a document of a kind, by the rules above. When mayMatch is
+// given and answers false for a text document's bytes, the text is not decoded (it stays
+// nullopt, with no reason): the caller knows it cannot hold what it looks for.
+[[nodiscard]] DocumentText documentText(
+    std::string bytes, DocumentKind kind = DocumentKind::kText,
+    const std::function<bool(std::string_view)>& mayMatch = nullptr);
 
 }  // namespace orvel::cli

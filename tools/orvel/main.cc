@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
   orvel::cli::registerRecordCommands(app, status);
   orvel::cli::registerStorageCommands(app, status);
   orvel::cli::registerMarkupCommands(app, status);
+  orvel::cli::registerHtmlCommands(app);
 
   try {
     app.parse(argc, argv);

@@ -100,6 +100,7 @@ struct FileResult {
   std::vector<Occurrence> occurrences;
   std::string error;    // non-empty: the file could not be read
   std::string notText;  // non-empty: skipped, not text
+  DocumentKind kind = DocumentKind::kText;
 };
 
 // For -l with a monotone query: whether a prefix of the file already matches, so that the
@@ -119,7 +120,11 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
   std::string bytes;
   try {
     DocumentReader reader(path);
-    if (options.filesWithMatches && query.monotone && prefixMatches(reader, query, prefilter)) {
+    result.kind = documentKind(path, reader.readAtLeast(kBytesDecidingText));
+    // A page's words may be spelt with entities, split by tags or in another encoding:
+    // neither the byte pre-filter nor a prefix of its bytes can speak for it.
+    if (result.kind != DocumentKind::kHtml && options.filesWithMatches && query.monotone &&
+        prefixMatches(reader, query, prefilter)) {
       result.matched = true;
       return result;
     }
@@ -132,12 +137,13 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
     return result;
   }
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
-  result.notText = whyNotText(bytes);
-  if (!result.notText.empty() || !prefilter.mayMatch(bytes)) return result;
-  const std::u16string text = decodeDocumentText(bytes);
-  result.matched = query.matches(text);
+  const DocumentText document = documentText(
+      std::move(bytes), result.kind, [&](std::string_view all) { return prefilter.mayMatch(all); });
+  result.notText = document.notTextReason;
+  if (!document.text) return result;
+  result.matched = query.matches(*document.text);
   if (result.matched && !options.filesWithMatches) {
-    result.occurrences = query.occurrences(text, options.paragraphs);
+    result.occurrences = query.occurrences(*document.text, options.paragraphs);
   }
   return result;
 }
@@ -158,7 +164,9 @@ std::string fileJson(const fs::path& path, const FileResult& result) {
                            {"line", occurrence.line + 1},
                            {"string", utf16ToUtf8(occurrence.string)}});
   }
-  const nlohmann::json object = {{"path", path.string()}, {"occurrences", occurrences}};
+  const nlohmann::json object = {{"path", path.string()},
+                                 {"kind", documentKindName(result.kind)},
+                                 {"occurrences", occurrences}};
   return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
@@ -237,7 +245,9 @@ void registerSearch(CLI::App& app, int& status) {
 // The text of a document for match and snippets, refused as search refuses it when it is
 // not text.
 std::u16string readDocumentText(const std::string& input) {
-  DocumentText document = documentText(readAll(input));
+  std::string bytes = readAll(input);
+  const DocumentKind kind = documentKind(input == "-" ? fs::path() : fs::path(input), bytes);
+  DocumentText document = documentText(std::move(bytes), kind);
   if (!document.text) throw CommandError(displayName(input), document.notTextReason);
   return std::move(*document.text);
 }

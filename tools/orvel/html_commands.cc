@@ -1,0 +1,178 @@
+// html: reading saved web pages. text: the readable text; strip: markup removed; pieces:
+// the tag scanner's view, for debugging pages; charset: how the page's encoding was found.
+// Every page is read from its bytes in its own encoding (the byte-order mark, the declared
+// charset, else UTF-8 or Windows Latin 1); the output is UTF-8.
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "orvel/base/utf8.h"
+#include "orvel/markup/html_to_text.h"
+#include "orvel/markup/tag_scanner.h"
+#include "orvel/markup/tag_stripping.h"
+#include "orvel/markup/web_page.h"
+#include "orvel/text/cf_encodings.h"
+
+#include "tools/orvel/command_support.h"
+#include "tools/orvel/commands.h"
+#include "tools/orvel/document_text.h"
+
+namespace orvel::cli {
+namespace {
+
+// The page's text; a binary file is refused, as one line naming it.
+WebPage readPage(const std::string& file) {
+  WebPage page = readWebPage(readAll(file));
+  if (const auto why = whyNotMarkup(page.text)) throw CommandError(displayName(file), *why);
+  return page;
+}
+
+std::string utf8(std::u16string_view text) { return utf16ToUtf8(text); }
+
+void writeLine(std::u16string_view text) {
+  if (!text.empty()) writeOut(utf8(text) + "\n");
+}
+
+void registerText(CLI::App& html) {
+  struct Options {
+    std::string file = "-";
+    Html2TextOptions convert;
+    bool noImageAlts = false;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* command = html.add_subcommand("text", "The page as readable plain text");
+  Html2TextOptions& convert = options->convert;
+  command->add_flag("--reformat", convert.reformat, "Keep the lines of preformatted text");
+  command->add_flag("--only-body", convert.onlyBody, "Only the body (else the title too)");
+  command->add_flag("--remove-junk", convert.removeJunk,
+                    "Drop invisible text and keyword stuffing; says so on stderr");
+  command->add_flag("--google-tags", convert.googleTags,
+                    "Drop what googleoff:/googleon: comments fence off");
+  command->add_flag("--no-image-alts", options->noImageAlts, "Leave out images' alt texts");
+  command->add_flag("--non-umlauted", convert.nonUmlauted, "Fold accents away");
+  command->add_flag("--simplified", convert.simplified,
+                    "Only the body's runs of text, each after a space");
+  addFileOption(command, options->file);
+  command->callback([options] {
+    Html2TextOptions convert = options->convert;
+    convert.imageAlts = !options->noImageAlts;
+    if (convert.simplified) convert.onlyBody = true;
+    bool junk = false;
+    writeLine(convertHtml2PlainText(readPage(options->file).text, convert, &junk));
+    if (junk) reportError(displayName(options->file), "junk text dropped");
+  });
+}
+
+std::vector<std::u16string> tagPrefixes(const std::vector<std::string>& names) {
+  std::vector<std::u16string> prefixes;
+  for (const std::string& name : names) prefixes.push_back(u"<" + decodeText(name, name));
+  return prefixes;
+}
+
+std::string upperAscii(std::string name) {
+  for (char& c : name) {
+    if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
+  }
+  return name;
+}
+
+void registerStrip(CLI::App& html) {
+  struct Options {
+    std::string file = "-";
+    bool tags = false;
+    std::vector<std::string> tagNames, bodies, except;
+    std::string attributesOf;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* command = html.add_subcommand(
+      "strip", "Markup removed: elements (--bodies, --except), tags (--tag), attributes, all tags");
+  command->add_flag("--tags", options->tags, "Every tag (the text between them is kept)");
+  command->add_option("--tag", options->tagNames, "The tags of this name")
+      ->allow_extra_args(false)
+      ->type_name("NAME");
+  command->add_option("--bodies", options->bodies, "Whole elements of these names")
+      ->allow_extra_args(false)
+      ->delimiter(',')
+      ->type_name("NAME,...");
+  command->add_option("--except", options->except, "Only elements of these names, a line each")
+      ->allow_extra_args(false)
+      ->delimiter(',')
+      ->type_name("NAME,...");
+  command
+      ->add_option("--attributes", options->attributesOf,
+                   "The tags of this name keep only their HREF or SRC")
+      ->type_name("NAME");
+  addFileOption(command, options->file);
+  command->callback([options] {
+    std::u16string text = readPage(options->file).text;
+    if (!options->bodies.empty()) {
+      text = stripTagBodies(text, tagPrefixes(options->bodies), false).value_or(text);
+    }
+    if (!options->except.empty()) {
+      text = stripTagBodies(text, tagPrefixes(options->except), true).value_or(u"");
+    }
+    for (const std::string& name : options->tagNames) text = stripTag(text, upperAscii(name));
+    if (!options->attributesOf.empty()) {
+      text = stripAttributesOfTag(text, upperAscii(options->attributesOf));
+    }
+    if (options->tags) text = stripTags(text);
+    writeOut(utf8(text));
+  });
+}
+
+constexpr const char* kKindNames[] = {"end", "tag", "comment", "section"};
+
+bool printPiece(std::u16string_view, const unichar* characters, std::size_t nameStart,
+                std::size_t nameLength, std::size_t tagStart, std::size_t tagLength,
+                std::size_t textStart, int kind, void* context) {
+  auto& out = *static_cast<std::string*>(context);
+  out += kKindNames[kind];
+  out += '\t';
+  out +=
+      nameStart == NSNotFound ? "-" : utf8(std::u16string_view(characters + nameStart, nameLength));
+  out += formatText("\t%zu+%zu\t%zu+%zu\n", tagStart, tagLength, textStart, tagStart - textStart);
+  return false;
+}
+
+void registerPieces(CLI::App& html) {
+  auto file = std::make_shared<std::string>("-");
+  CLI::App* command = html.add_subcommand(
+      "pieces", "The scanner's calls: KIND NAME TAG-START+LENGTH TEXT-START+LENGTH (UTF-16 units)");
+  addFileOption(command, *file);
+  command->callback([file] {
+    std::string out;
+    GetTagsOfString(readPage(*file).text, printPiece, &out, false);
+    writeOut(out);
+  });
+}
+
+void registerCharset(CLI::App& html) {
+  auto file = std::make_shared<std::string>("-");
+  CLI::App* command =
+      html.add_subcommand("charset", "The declared charset, the encoding read and its converter");
+  addFileOption(command, *file);
+  command->callback([file] {
+    const WebPage page = readWebPage(readAll(*file));
+    const char* converter = icuConverterNameForCFStringEncoding(page.encoding);
+    std::string out = "declared: " + (page.declaredCharset.empty() ? std::string("-")
+                                                                   : utf8(page.declaredCharset));
+    out += formatText("\nencoding: 0x%08x", page.encoding);
+    out += "\nconverter: " + std::string(converter != nullptr ? converter : "-");
+    out += "\nsource: " + std::string(describePageEncodingSource(page.source)) + "\n";
+    writeOut(out);
+  });
+}
+
+}  // namespace
+
+void registerHtmlCommands(CLI::App& app) {
+  CLI::App* html = app.add_subcommand("html", "Read saved web pages in any encoding");
+  html->require_subcommand(1);
+  registerText(*html);
+  registerStrip(*html);
+  registerPieces(*html);
+  registerCharset(*html);
+}
+
+}  // namespace orvel::cli
