@@ -22,6 +22,13 @@ cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz --target "${target}_fuzzer" >/dev/null
 work="build/fuzz/corpus/$target"
 mkdir -p "$work" "fuzz/corpus/$target"
+# The markup targets also start from the saved web pages beside the project (read only).
+seeds=("fuzz/corpus/$target")
+case "$target" in
+  html_text | tag_scanner | web_page)
+    [ -d ../shared/testdata/html ] && seeds+=(../shared/testdata/html/article-extraction-benchmark)
+    ;;
+esac
 exec "build/fuzz/fuzz/${target}_fuzzer" -max_total_time="$seconds" -timeout=10 \
   -rss_limit_mb=4096 -max_len=16384 -print_final_stats=1 \
-  -artifact_prefix="fuzz/corpus/$target/" "$work" "fuzz/corpus/$target"
+  -artifact_prefix="fuzz/corpus/$target/" "$work" "${seeds[@]}"
