@@ -1,0 +1,252 @@
+// HTML to plain text against the parsers a user would pick instead, over the same pages in
+// the same run: the HTML documentation Debian's python3.11-doc installs (about 500 pages)
+// and the saved pages beside the project.
+//
+//   ours        stringByConvertingHtml2PlainText of the page read from its bytes
+//               (readWebPage: the encoding found and decoded, then the conversion)
+//   libxml2     htmlReadMemory, then a walk that collects the text nodes
+//   gumbo       gumbo_parse, then the same walk
+//   html2text,  the Python modules, timed in-process by bench/html_python_peers.py
+//   bs4+lxml    (run once from here, before the benchmarks)
+//
+// Target: at least 10x the fastest of them. Also the scanner alone (a handler that does
+// nothing, over the decoded pages) against libxml2's SAX parser with empty callbacks,
+// target 5x; and entity decoding of text dense with references, in MB/s of UTF-16.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <gumbo.h>
+#include <libxml/HTMLparser.h>
+#include <libxml/tree.h>
+
+#include "orvel/markup/entities.h"
+#include "orvel/markup/html_to_text.h"
+#include "orvel/markup/tag_scanner.h"
+#include "orvel/markup/web_page.h"
+
+#include "bench/bench_support.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<fs::path> pagePaths() {
+  std::vector<fs::path> paths;
+  for (const char* folder : {"/usr/share/doc/python3.11/html", ORVEL_SHARED_TESTDATA "/html"}) {
+    std::error_code missing;
+    for (const auto& entry : fs::recursive_directory_iterator(folder, missing)) {
+      if (entry.is_regular_file() && entry.path().extension() == ".html") {
+        paths.push_back(entry.path());
+      }
+    }
+  }
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
+
+struct Corpus {
+  std::vector<std::string> pages;
+  std::vector<std::u16string> texts;  // decoded, for the scanner alone
+  std::size_t bytes = 0;
+};
+
+const Corpus& corpus() {
+  static const Corpus loaded = [] {
+    Corpus c;
+    for (const fs::path& path : pagePaths()) {
+      std::ifstream in(path, std::ios::binary);
+      std::stringstream bytes;
+      bytes << in.rdbuf();
+      c.pages.push_back(bytes.str());
+      c.texts.push_back(orvel::webPageText(c.pages.back()));
+      c.bytes += c.pages.back().size();
+    }
+    return c;
+  }();
+  return loaded;
+}
+
+void countBytes(benchmark::State& state) {
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(corpus().bytes));
+}
+
+void BM_orvel_html2text(benchmark::State& state) {
+  for (auto _ : state) {
+    for (const std::string& page : corpus().pages) {
+      benchmark::DoNotOptimize(
+          orvel::stringByConvertingHtml2PlainText(orvel::readWebPage(page).text));
+    }
+  }
+  countBytes(state);
+}
+BENCHMARK(BM_orvel_html2text)->Unit(benchmark::kMillisecond)->Repetitions(3);
+
+void collectText(xmlNode* node, std::string& text) {
+  for (; node != nullptr; node = node->next) {
+    if (node->type == XML_TEXT_NODE && node->content != nullptr) {
+      text += reinterpret_cast<const char*>(node->content);
+    }
+    collectText(node->children, text);
+  }
+}
+
+constexpr int kLibxml2Options =
+    HTML_PARSE_RECOVER | HTML_PARSE_NOERROR | HTML_PARSE_NOWARNING | HTML_PARSE_NONET;
+
+void BM_libxml2_text(benchmark::State& state) {
+  for (auto _ : state) {
+    for (const std::string& page : corpus().pages) {
+      htmlDocPtr document = htmlReadMemory(page.data(), static_cast<int>(page.size()), nullptr,
+                                           nullptr, kLibxml2Options);
+      std::string text;
+      if (document != nullptr) collectText(xmlDocGetRootElement(document), text);
+      benchmark::DoNotOptimize(text);
+      xmlFreeDoc(document);
+    }
+  }
+  countBytes(state);
+}
+BENCHMARK(BM_libxml2_text)->Unit(benchmark::kMillisecond)->Repetitions(3);
+
+void collectText(const GumboNode* node, std::string& text) {
+  if (node->type == GUMBO_NODE_TEXT || node->type == GUMBO_NODE_WHITESPACE) {
+    text += node->v.text.text;
+    return;
+  }
+  if (node->type != GUMBO_NODE_ELEMENT && node->type != GUMBO_NODE_DOCUMENT) return;
+  const GumboVector& children =
+      node->type == GUMBO_NODE_ELEMENT ? node->v.element.children : node->v.document.children;
+  for (unsigned k = 0; k < children.length; ++k) {
+    collectText(static_cast<const GumboNode*>(children.data[k]), text);
+  }
+}
+
+void BM_gumbo_text(benchmark::State& state) {
+  for (auto _ : state) {
+    for (const std::string& page : corpus().pages) {
+      GumboOutput* output =
+          gumbo_parse_with_options(&kGumboDefaultOptions, page.data(), page.size());
+      std::string text;
+      collectText(output->root, text);
+      benchmark::DoNotOptimize(text);
+      gumbo_destroy_output(&kGumboDefaultOptions, output);
+    }
+  }
+  countBytes(state);
+}
+BENCHMARK(BM_gumbo_text)->Unit(benchmark::kMillisecond)->Repetitions(3);
+
+bool ignorePiece(std::u16string_view, const orvel::unichar*, std::size_t, std::size_t, std::size_t,
+                 std::size_t, std::size_t, int, void*) {
+  return false;
+}
+
+void BM_orvel_scanner(benchmark::State& state) {
+  for (auto _ : state) {
+    for (const std::u16string& text : corpus().texts) {
+      orvel::GetTagsOfString(text, ignorePiece, nullptr, false);
+    }
+  }
+  countBytes(state);
+}
+BENCHMARK(BM_orvel_scanner)->Unit(benchmark::kMillisecond)->Repetitions(3);
+
+void ignoreElement(void*, const xmlChar*, const xmlChar**) {}
+void ignoreEnd(void*, const xmlChar*) {}
+void ignoreCharacters(void*, const xmlChar*, int) {}
+
+void BM_libxml2_sax(benchmark::State& state) {
+  htmlSAXHandler handler{};
+  handler.startElement = ignoreElement;
+  handler.endElement = ignoreEnd;
+  handler.characters = ignoreCharacters;
+  handler.ignorableWhitespace = ignoreCharacters;
+  for (auto _ : state) {
+    for (const std::string& page : corpus().pages) {
+      htmlParserCtxtPtr context =
+          htmlCreateMemoryParserCtxt(page.data(), static_cast<int>(page.size()));
+      if (context == nullptr) continue;
+      *context->sax = handler;
+      htmlCtxtUseOptions(context, kLibxml2Options);
+      htmlParseDocument(context);
+      htmlFreeParserCtxt(context);
+    }
+  }
+  countBytes(state);
+}
+BENCHMARK(BM_libxml2_sax)->Unit(benchmark::kMillisecond)->Repetitions(3);
+
+const std::u16string& referenceDenseText() {
+  static const std::u16string text = [] {
+    const std::u16string piece =
+        u"caf&eacute; &lt;b&gt; cr&#232;me &#x1F600; &amp; &Uuml;ber&nbsp;alles &copy; ";
+    std::u16string all;
+    while (all.size() < (std::size_t{4} << 20)) all += piece;
+    return all;
+  }();
+  return text;
+}
+
+void BM_orvel_entities(benchmark::State& state) {
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(orvel::stringByConvertingEntitiesToCharacters(referenceDenseText()));
+  }
+}
+BENCHMARK(BM_orvel_entities)->Unit(benchmark::kMillisecond)->Repetitions(3);
+
+struct PythonPeer {
+  std::string name;
+  double bytesPerSecond;
+};
+
+// Runs the Python peers over the same page list, in one interpreter.
+std::vector<PythonPeer> runPythonPeers() {
+  const fs::path list = fs::temp_directory_path() / "orvel-html-bench-pages.txt";
+  {
+    std::ofstream out(list);
+    for (const fs::path& path : pagePaths()) out << path.string() << "\n";
+  }
+  const std::string command =
+      "/usr/bin/python3 '" ORVEL_BENCH_DIR "/html_python_peers.py' '" + list.string() + "'";
+  std::vector<PythonPeer> peers;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return peers;
+  char line[256];
+  while (std::fgets(line, sizeof line, pipe) != nullptr) {
+    char name[64];
+    double bytes = 0, seconds = 0;
+    if (std::sscanf(line, "PEER %63s %lf %lf", name, &bytes, &seconds) == 3 && seconds > 0) {
+      peers.push_back({name, bytes / seconds});
+      std::printf("PEER %s: %.3g bytes/s\n", name, bytes / seconds);
+    }
+  }
+  pclose(pipe);
+  return peers;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  xmlInitParser();
+  const std::vector<PythonPeer> python = runPythonPeers();
+  double fastestPython = 0;
+  for (const PythonPeer& peer : python)
+    fastestPython = std::max(fastestPython, peer.bytesPerSecond);
+  const double bytes = static_cast<double>(corpus().bytes);
+  std::printf("corpus: %zu pages, %.1f MB\n", corpus().pages.size(), bytes / 1e6);
+  const int result = orvel::bench::runAndCompare(
+      argc, argv,
+      {{"BM_orvel_html2text", "BM_libxml2_text", 10.0},
+       {"BM_orvel_html2text", "BM_gumbo_text", 10.0},
+       {"BM_orvel_scanner", "BM_libxml2_sax", 5.0}},
+      {{"BM_orvel_html2text", bytes, "bytes", 10.0 * fastestPython},
+       {"BM_orvel_scanner", bytes, "bytes", 0},
+       {"BM_orvel_entities", 2.0 * static_cast<double>(referenceDenseText().size()), "bytes", 0}});
+  xmlCleanupParser();
+  return result;
+}
