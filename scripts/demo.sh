@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds the orvel program and runs its main job, a search of the documents in
-# examples/, then a few of its other commands.
+# examples/ (text, Markdown notes and web pages in six encodings), then a few of its other
+# commands.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,6 +16,17 @@ echo "== orvel search -l 'freedom NEAR/4 expression' examples"
 "$orvel" search -l 'freedom NEAR/4 expression' examples
 echo "== orvel search --wildcard --json 'caf* -kahvehane' examples/notes"
 "$orvel" search --wildcard --json 'caf* -kahvehane' examples/notes
+echo "== orvel search 'library OR библиотека OR biblioteka OR bibliothèque' examples/pages"
+"$orvel" search 'library OR библиотека OR biblioteka OR bibliothèque' examples/pages
+# Japanese and Chinese run their words together: a pattern finds a word inside the run.
+echo "== orvel search --wildcard '*図書館* OR *图书馆*' examples/pages"
+"$orvel" search --wildcard '*図書館* OR *图书馆*' examples/pages
+echo "== orvel search --json 'paszport OR паспорт OR encyclopédies' examples/pages"
+"$orvel" search --json 'paszport OR паспорт OR encyclopédies' examples/pages
+echo "== orvel html charset examples/pages/ja-shift_jis.html"
+"$orvel" html charset examples/pages/ja-shift_jis.html
+echo "== orvel html text --only-body --google-tags examples/pages/pl-iso-8859-2.html"
+"$orvel" html text --only-body --google-tags examples/pages/pl-iso-8859-2.html
 echo "== orvel query --format tree '\"human rights\" (liberté OR libertad) -esclavage'"
 "$orvel" query --format tree '"human rights" (liberté OR libertad) -esclavage'
 echo "== orvel count examples/udhr/de.txt"

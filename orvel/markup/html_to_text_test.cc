@@ -27,6 +27,7 @@ TEST(HtmlToTextTest, BlocksBreakLinesWithoutPilingUp) {
 TEST(HtmlToTextTest, TablesAndInlineSpacing) {
   EXPECT_EQ(text(u"<td>a</td><td>b</td>"), u"a b");
   EXPECT_EQ(text(u"<table><tr><td>a<td>b<tr><td>c</table>d"), u"a b\nc\n\nd");
+  EXPECT_EQ(text(u"<tr><th>a</th><th>b</th></tr><tr><td>c</td></tr>"), u"a b\nc");
   EXPECT_EQ(text(u"x<table><tr><td>a</table>"), u"x\n\na");
   EXPECT_EQ(text(u"see<a href=x>link</a>now"), u"see link now");
   EXPECT_EQ(text(u"one   two\n\tthree"), u"one two three");
@@ -109,6 +110,7 @@ TEST(HtmlToTextTest, PreformattedText) {
   EXPECT_EQ(text(pre), u"before\n\nline one indented next - item after");
   EXPECT_EQ(text(pre, {.reformat = true}), u"before\n\nline one\n indented next\n\n- item after");
   EXPECT_EQ(text(u"a\r\n\r\nb<pre>x\r\n\r\ny</pre>", {.reformat = true}), u"a b\n\nx\n\ny");
+  EXPECT_EQ(text(u"<p>a</p>\n<pre>\nb</pre>", {.reformat = true}), u"a\n\nb");  // no pile-up
 }
 
 TEST(HtmlToTextTest, ImagesSpeakThroughTheirAlternatives) {

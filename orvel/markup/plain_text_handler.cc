@@ -340,7 +340,7 @@ void handleRegions(PlainTextState& state, const Piece& piece) {
     case Tag::kHeading: countAnchorOrHeading(state, piece); break;
     case Tag::kPre:
     case Tag::kPlaintext:
-      if (piece.openRegion() && !state.outputEmpty() &&
+      if (piece.openRegion() && !state.endsInLineBreak() && !state.outputEmpty() &&
           (piece.tag == Tag::kPlaintext || state.textSinceBreak || state.pendingSpace)) {
         state.writeBreak(2);
       }
