@@ -2,8 +2,9 @@
 // the same run: the HTML documentation Debian's python3.11-doc installs (about 500 pages)
 // and the saved pages beside the project.
 //
-//   ours        stringByConvertingHtml2PlainText of the page read from its bytes
-//               (readWebPage: the encoding found and decoded, then the conversion)
+//   ours        stringByConvertingHtml2PlainText's conversion of the page read from its
+//               bytes (readWebPage: the encoding found and decoded, then the conversion,
+//               which works in the page's own string instead of a copy)
 //   libxml2     htmlReadMemory, then a walk that collects the text nodes
 //   gumbo       gumbo_parse, then the same walk
 //   html2text,  the Python modules, timed in-process by bench/html_python_peers.py
@@ -13,6 +14,7 @@
 // nothing, over the decoded pages) against libxml2's SAX parser with empty callbacks,
 // target 5x; and entity decoding of text dense with references, in MB/s of UTF-16.
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -79,7 +81,7 @@ void BM_orvel_html2text(benchmark::State& state) {
   for (auto _ : state) {
     for (const std::string& page : corpus().pages) {
       benchmark::DoNotOptimize(
-          orvel::stringByConvertingHtml2PlainText(orvel::readWebPage(page).text));
+          orvel::convertHtml2PlainText(orvel::readWebPage(page).text, orvel::Html2TextOptions{}));
     }
   }
   countBytes(state);
@@ -233,7 +235,9 @@ std::vector<PythonPeer> runPythonPeers() {
 
 int main(int argc, char** argv) {
   xmlInitParser();
-  const std::vector<PythonPeer> python = runPythonPeers();
+  const std::vector<PythonPeer> python = std::getenv("ORVEL_BENCH_NO_PYTHON") != nullptr
+                                             ? std::vector<PythonPeer>()
+                                             : runPythonPeers();
   double fastestPython = 0;
   for (const PythonPeer& peer : python)
     fastestPython = std::max(fastestPython, peer.bytesPerSecond);

@@ -4,6 +4,10 @@
 #include <cstdint>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include <unicode/ustring.h>
 #include <unicode/utf8.h>
 
@@ -33,33 +37,90 @@ std::size_t firstInvalidOffset(std::string_view utf8) {
   return utf8.size();
 }
 
-// Decodes in pieces that ICU's 32-bit lengths hold, cut at character starts; answers the
-// start of the piece that failed, or nullopt.
-std::optional<std::size_t> decodePieces(std::string_view utf8, std::u16string& out, bool lenient) {
+// Widens the ASCII bytes from `from` into `out`; answers where the first other byte is.
+std::size_t widenAscii(const std::uint8_t* bytes, std::size_t from, std::size_t size,
+                       char16_t* out) {
+  std::size_t k = from;
+#if defined(__SSE2__)
+  const __m128i zero = _mm_setzero_si128();
+  for (; k + 16 <= size; k += 16) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + k));
+    if (_mm_movemask_epi8(v) != 0) break;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k - from), _mm_unpacklo_epi8(v, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + k - from + 8), _mm_unpackhi_epi8(v, zero));
+  }
+#endif
+  for (; k < size && bytes[k] < 0x80; ++k) out[k - from] = bytes[k];
+  return k;
+}
+
+// The end of a region holding other bytes than ASCII, which starts at `from`: the start of
+// the next run of 16 ASCII bytes, or the end. An ASCII byte is never part of a longer
+// sequence, so decoding the region on its own decodes it as the whole text would.
+std::size_t nonAsciiRegionEnd(const std::uint8_t* bytes, std::size_t from, std::size_t size) {
+  constexpr std::size_t kAsciiRun = 16;
+  std::size_t run = 0;
+  for (std::size_t k = from; k < size; ++k) {
+    run = bytes[k] < 0x80 ? run + 1 : 0;
+    if (run == kAsciiRun) return k + 1 - kAsciiRun;
+  }
+  return size;
+}
+
+// Decodes a region through ICU, in pieces that its 32-bit lengths hold, cut at character
+// starts; answers the units written, or nullopt with *failedAt set to the start of the piece
+// that failed.
+std::optional<std::size_t> decodeWithIcu(std::string_view utf8, char16_t* out, bool lenient,
+                                         std::size_t* failedAt) {
   constexpr std::size_t kPiece = 1u << 30;
-  std::size_t done = 0;
+  std::size_t done = 0, written = 0;
   while (done < utf8.size()) {
     std::size_t take = std::min(kPiece, utf8.size() - done);
     if (done + take < utf8.size()) {
       while (take > 0 && U8_IS_TRAIL(static_cast<std::uint8_t>(utf8[done + take]))) --take;
       if (take == 0) take = kPiece;  // a gigabyte of trail bytes: invalid wherever it is cut
     }
-    const std::size_t base = out.size();
-    out.resize(base + take);  // UTF-16 never needs more units than UTF-8 has bytes.
-    auto* destination = reinterpret_cast<UChar*>(out.data() + base);
+    auto* destination = reinterpret_cast<UChar*>(out + written);
     const auto length = static_cast<int32_t>(take);
-    int32_t written = 0;
+    int32_t units = 0;
     UErrorCode status = U_ZERO_ERROR;
     if (lenient) {
-      u_strFromUTF8WithSub(destination, length, &written, utf8.data() + done, length, 0xFFFD,
-                           nullptr, &status);
+      u_strFromUTF8WithSub(destination, length, &units, utf8.data() + done, length, 0xFFFD, nullptr,
+                           &status);
     } else {
-      u_strFromUTF8(destination, length, &written, utf8.data() + done, length, &status);
+      u_strFromUTF8(destination, length, &units, utf8.data() + done, length, &status);
     }
-    if (U_FAILURE(status)) return done;
-    out.resize(base + static_cast<std::size_t>(written));
+    if (U_FAILURE(status)) {
+      *failedAt = done;
+      return std::nullopt;
+    }
+    written += static_cast<std::size_t>(units);
     done += take;
   }
+  return written;
+}
+
+// Decodes the text: ASCII runs widened here, the regions between them through ICU. Answers
+// the offset of the region or piece that failed, or nullopt.
+std::optional<std::size_t> decodePieces(std::string_view utf8, std::u16string& out, bool lenient) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(utf8.data());
+  const std::size_t size = utf8.size();
+  out.resize(size);  // UTF-16 never needs more units than UTF-8 has bytes.
+  std::size_t read = 0, written = 0;
+  while (read < size) {
+    const std::size_t asciiEnd = widenAscii(bytes, read, size, out.data() + written);
+    written += asciiEnd - read;
+    read = asciiEnd;
+    if (read == size) break;
+    const std::size_t regionEnd = nonAsciiRegionEnd(bytes, read, size);
+    std::size_t failedAt = 0;
+    const auto units = decodeWithIcu(utf8.substr(read, regionEnd - read), out.data() + written,
+                                     lenient, &failedAt);
+    if (!units) return read + failedAt;
+    written += *units;
+    read = regionEnd;
+  }
+  out.resize(written);
   return std::nullopt;
 }
 

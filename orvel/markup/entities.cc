@@ -9,6 +9,7 @@
 #include <span>
 
 #include "orvel/markup/internal/entity_table.h"
+#include "orvel/markup/internal/unit_scan.h"
 #include "orvel/text/character_sets.h"
 #include "orvel/text/conversion_tables.h"
 
@@ -85,6 +86,16 @@ class EntityDecoder {
     _end = end;
     std::size_t i = start;
     while (i < end) {
+      if (_fold == nullptr) {
+        // Text without references moves as a block, or stays where it is.
+        const std::size_t next = internal::findUnit(_source, i, end, u'&');
+        if (_destination + _written != _source + i) {
+          std::memmove(_destination + _written, _source + i, (next - i) * sizeof(unichar));
+        }
+        _written += next - i;
+        i = next;
+        if (i == end) break;
+      }
       if (_source[i] != u'&' || i + 1 == end) {
         write(_source[i++]);
       } else {

@@ -38,25 +38,28 @@ bool sawBodyContent(const PlainTextState& state) {
 
 }  // namespace
 
-std::u16string convertHtml2PlainText(std::u16string_view html, const Html2TextOptions& options,
+std::u16string convertHtml2PlainText(std::u16string&& html, const Html2TextOptions& options,
                                      bool* didRemoveJunk) {
   static_cast<void>(initLowerCharsTable());
   static_cast<void>(initUmlautsCharsTable());
   if (didRemoveJunk != nullptr) *didRemoveJunk = false;
   // Not zeroed: only what the handlers write is read.
   const std::unique_ptr<unichar[]> buffer(new (std::nothrow) unichar[outputCapacity(html.size())]);
-  if (!buffer) return std::u16string(html);
+  if (!buffer) return std::move(html);
   const TagHandler handler =
       options.simplified ? internal::simplePlainTextHandler : internal::plainTextHandler;
+  // The handlers decode runs of text in place: they are handed this string's own units,
+  // which it may change. Nothing is changed before text inside the body is met, so a
+  // document without body text is still as it came for the second scan, or for returning.
   PlainTextState state =
       freshState(options, buffer.get(), options.onlyBody ? 0 : internal::kWholeDocumentDepth);
-  const bool scanned = parseXmlWithHandler(html, handler, &state, true);
+  const bool scanned = parseXmlWithHandler(html, handler, &state, false);
   if (options.onlyBody && scanned && !sawBodyContent(state)) {
     // No body: the document is converted whole.
     state = freshState(options, buffer.get(), internal::kWholeDocumentDepth);
-    parseXmlWithHandler(html, handler, &state, true);
+    parseXmlWithHandler(html, handler, &state, false);
   }
-  if (!sawBodyContent(state)) return std::u16string(html);
+  if (!sawBodyContent(state)) return std::move(html);
   if (didRemoveJunk != nullptr) *didRemoveJunk = state.junkFound;
   // Breaks and spaces owed to the last block or cell end nothing.
   const CharacterSetRep white = whiteCharacterSetRep();
@@ -64,6 +67,11 @@ std::u16string convertHtml2PlainText(std::u16string_view html, const Html2TextOp
     --state.output;
   }
   return std::u16string(state.outputStart, state.output);
+}
+
+std::u16string convertHtml2PlainText(std::u16string_view html, const Html2TextOptions& options,
+                                     bool* didRemoveJunk) {
+  return convertHtml2PlainText(std::u16string(html), options, didRemoveJunk);
 }
 
 }  // namespace orvel

@@ -35,6 +35,11 @@ struct Html2TextOptions {
 [[nodiscard]] std::u16string convertHtml2PlainText(std::u16string_view html,
                                                    const Html2TextOptions& options,
                                                    bool* didRemoveJunk = nullptr);
+// The same for a string the caller gives up (a page just read, say): it is converted where
+// it stands instead of in a copy.
+[[nodiscard]] std::u16string convertHtml2PlainText(std::u16string&& html,
+                                                   const Html2TextOptions& options,
+                                                   bool* didRemoveJunk = nullptr);
 
 // The body's text runs, each after one space, entities decoded, nothing else done.
 [[nodiscard]] inline std::u16string stringByConvertingHtml2SimplifiedPlainText(

@@ -4,6 +4,7 @@
 
 #include "orvel/markup/entities.h"
 #include "orvel/markup/internal/plain_text_state.h"
+#include "orvel/markup/internal/unit_scan.h"
 #include "orvel/text/character_sets.h"
 
 namespace orvel::internal {
@@ -14,9 +15,6 @@ constexpr std::size_t kJunkRunLength = 10001;
 constexpr std::size_t kJunkAnchorRunLength = 3501;
 // A line this long is keyword stuffing: it is cut back to the last line break.
 constexpr std::ptrdiff_t kJunkLineLength = 20000;
-
-bool isWhite(unichar c) { return isMemberOfCharacterSetRep(whiteCharacterSetRep(), c); }
-bool isSpacing(unichar c) { return isMemberOfCharacterSetRep(spaceCharacterSetRep(), c); }
 
 bool isLineBreakUnit(unichar c) {
   switch (c) {
@@ -47,11 +45,16 @@ std::size_t decodeRun(unichar* characters, std::size_t start, std::size_t length
 // Every run of white space as one space, none right after white space already written.
 void copyCollapsingWhite(PlainTextState& state, const unichar* run, std::size_t length) {
   for (std::size_t i = 0; i < length;) {
-    if (!isWhite(run[i])) {
+    if (const std::size_t graphic = findNonGraphicAscii(run, i, length); graphic > i) {
+      state.output = std::copy(run + i, run + graphic, state.output);
+      i = graphic;
+      continue;
+    }
+    if (!state.isWhite(run[i])) {
       state.write(run[i++]);
       continue;
     }
-    while (i < length && isWhite(run[i])) ++i;
+    while (i < length && state.isWhite(run[i])) ++i;
     if (!state.endsInWhite()) state.write(u' ');
   }
 }
@@ -76,8 +79,9 @@ void copyReformatted(PlainTextState& state, const unichar* run, std::size_t leng
       } else if (!state.endsInWhite()) {
         state.write(u' ');
       }
-    } else if (isSpacing(c) || isWhite(c)) {
-      while (i < length && !isLineBreakUnit(run[i]) && (isSpacing(run[i]) || isWhite(run[i]))) {
+    } else if (state.isSpacing(c) || state.isWhite(c)) {
+      while (i < length && !isLineBreakUnit(run[i]) &&
+             (state.isSpacing(run[i]) || state.isWhite(run[i]))) {
         ++i;
       }
       if (state.outputEmpty() || state.output[-1] != u' ') state.write(u' ');
@@ -137,14 +141,14 @@ unichar* appendRangeToPlainText(PlainTextState& state, unichar* characters, std:
   const unichar* run = characters + start;
   std::size_t first = 0, last = length;
   if (collapse) {
-    while (first < last && isWhite(run[first])) ++first;
-    while (last > first && isWhite(run[last - 1])) --last;
+    while (first < last && state.isWhite(run[first])) ++first;
+    while (last > first && state.isWhite(run[last - 1])) --last;
     if (first == last) {
       state.pendingSpace = true;
       return state.output;
     }
   }
-  if (isWhite(characters[boundaryIndex])) state.pendingSpace = true;
+  if (state.isWhite(characters[boundaryIndex])) state.pendingSpace = true;
   if (state.pendingSpace && state.textSinceBreak && !state.endsInWhite()) state.write(u' ');
   const unichar* const before = state.output;
   if (collapse || !options.reformat) {
@@ -156,13 +160,15 @@ unichar* appendRangeToPlainText(PlainTextState& state, unichar* characters, std:
     state.junkFound = true;
     state.output = state.lastBreak;
   }
-  state.pendingSpace = isWhite(run[length - 1]);
+  state.pendingSpace = state.isWhite(run[length - 1]);
   if (state.output > before) state.textSinceBreak = true;
   return state.output;
 }
 
 bool isJunkText(unichar* characters, std::size_t start, std::size_t length,
                 const Html2TextOptions& options) {
+  const CharacterSetRep white = whiteCharacterSetRep();
+  const auto isWhite = [white](unichar c) { return isMemberOfCharacterSetRep(white, c); };
   length = decodeRun(characters, start, length, options);
   const unichar* run = characters + start;
   std::size_t first = 0, last = length;

@@ -2,10 +2,12 @@
 // regions whose text is dropped, and when text counts at all.
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <string_view>
 
 #include "orvel/markup/entities.h"
 #include "orvel/markup/internal/plain_text_state.h"
+#include "orvel/markup/internal/unit_scan.h"
 #include "orvel/markup/tag_attributes.h"
 #include "orvel/text/conversion_tables.h"
 #include "orvel/text/fast_compare.h"
@@ -55,65 +57,97 @@ enum class Tag {
   kTitle,
 };
 
+// A name of up to 10 ASCII letters and digits packed 6 bits a unit into one integer, with
+// its length: tag names are compared as integers.
+constexpr std::size_t kLongestName = 10;
+
+constexpr std::uint64_t packedName(std::string_view upper) {
+  std::uint64_t packed = upper.size();
+  for (const char c : upper) packed = packed << 6 | static_cast<std::uint64_t>(c - '0');
+  return packed;
+}
+
 struct NamedTag {
-  std::string_view name;
+  std::uint64_t name;
   Tag tag;
+  std::size_t length;
 };
 
-constexpr std::array kTagNames = {
-    NamedTag{"P", Tag::kP},
-    NamedTag{"A", Tag::kA},
-    NamedTag{"HR", Tag::kHr},
-    NamedTag{"BR", Tag::kBr},
-    NamedTag{"LI", Tag::kLi},
-    NamedTag{"OL", Tag::kOl},
-    NamedTag{"UL", Tag::kUl},
-    NamedTag{"DD", Tag::kDd},
-    NamedTag{"DL", Tag::kDl},
-    NamedTag{"DT", Tag::kDt},
-    NamedTag{"TR", Tag::kTr},
-    NamedTag{"TD", Tag::kTd},
-    NamedTag{"TH", Tag::kTh},
-    NamedTag{"DIV", Tag::kDiv},
-    NamedTag{"DIR", Tag::kDir},
-    NamedTag{"PRE", Tag::kPre},
-    NamedTag{"IMG", Tag::kImg},
-    NamedTag{"MENU", Tag::kMenu},
-    NamedTag{"CODE", Tag::kCode},
-    NamedTag{"CITE", Tag::kCite},
-    NamedTag{"SPAN", Tag::kSpan},
-    NamedTag{"FONT", Tag::kFont},
-    NamedTag{"BODY", Tag::kBody},
-    NamedTag{"HEAD", Tag::kHead},
-    NamedTag{"TABLE", Tag::kTable},
-    NamedTag{"INPUT", Tag::kInput},
-    NamedTag{"TITLE", Tag::kTitle},
-    NamedTag{"IFRAME", Tag::kIframe},
-    NamedTag{"OPTION", Tag::kOption},
-    NamedTag{"SELECT", Tag::kSelect},
-    NamedTag{"MARQUEE", Tag::kMarquee},
-    NamedTag{"NOFRAMES", Tag::kNoframes},
-    NamedTag{"NOSCRIPT", Tag::kNoscript},
-    NamedTag{"TEXTAREA", Tag::kTextarea},
-    NamedTag{"PLAINTEXT", Tag::kPlaintext},
-    NamedTag{"BLOCKQUOTE", Tag::kBlockquote},
+constexpr NamedTag named(std::string_view upper, Tag tag) {
+  return NamedTag{packedName(upper), tag, upper.size()};
+}
+
+constexpr NamedTag kTagNames[] = {
+    named("P", Tag::kP),
+    named("A", Tag::kA),
+    named("HR", Tag::kHr),
+    named("BR", Tag::kBr),
+    named("LI", Tag::kLi),
+    named("OL", Tag::kOl),
+    named("UL", Tag::kUl),
+    named("DD", Tag::kDd),
+    named("DL", Tag::kDl),
+    named("DT", Tag::kDt),
+    named("TR", Tag::kTr),
+    named("TD", Tag::kTd),
+    named("TH", Tag::kTh),
+    named("DIV", Tag::kDiv),
+    named("DIR", Tag::kDir),
+    named("PRE", Tag::kPre),
+    named("IMG", Tag::kImg),
+    named("MENU", Tag::kMenu),
+    named("CODE", Tag::kCode),
+    named("CITE", Tag::kCite),
+    named("SPAN", Tag::kSpan),
+    named("FONT", Tag::kFont),
+    named("BODY", Tag::kBody),
+    named("HEAD", Tag::kHead),
+    named("TABLE", Tag::kTable),
+    named("INPUT", Tag::kInput),
+    named("TITLE", Tag::kTitle),
+    named("IFRAME", Tag::kIframe),
+    named("OPTION", Tag::kOption),
+    named("SELECT", Tag::kSelect),
+    named("MARQUEE", Tag::kMarquee),
+    named("NOFRAMES", Tag::kNoframes),
+    named("NOSCRIPT", Tag::kNoscript),
+    named("TEXTAREA", Tag::kTextarea),
+    named("PLAINTEXT", Tag::kPlaintext),
+    named("BLOCKQUOTE", Tag::kBlockquote),
 };
 
-// The tag's kind, by the length of its name first. H1 to H9 are headings.
+// Where the names of each length start in kTagNames, which lists them by length.
+constexpr auto kFirstOfLength = [] {
+  std::array<std::size_t, kLongestName + 2> first{};
+  for (std::size_t length = 0; length <= kLongestName + 1; ++length) {
+    first[length] = std::size(kTagNames);
+    for (std::size_t k = std::size(kTagNames); k-- > 0;) {
+      if (kTagNames[k].length >= length) first[length] = k;
+    }
+  }
+  return first;
+}();
+static_assert(std::is_sorted(std::begin(kTagNames), std::end(kTagNames),
+                             [](const NamedTag& a, const NamedTag& b) {
+                               return a.length < b.length;
+                             }));
+
+// The tag's kind. H1 to H9 are headings.
 Tag classify(const unichar* characters, std::size_t nameStart, std::size_t nameLength) {
-  constexpr std::size_t kLongest = 10;
-  if (nameStart == NSNotFound || nameLength == 0 || nameLength > kLongest) return Tag::kOther;
-  const ConversionTable upper = initUpperCharsTable();
-  std::array<char, kLongest> name{};
+  if (nameStart == NSNotFound || nameLength == 0 || nameLength > kLongestName) return Tag::kOther;
+  static const ConversionTable upper = initUpperCharsTable();
+  std::uint64_t packed = nameLength;
   for (std::size_t k = 0; k < nameLength; ++k) {
     const unichar c = upper[characters[nameStart + k]];
-    if (c > 0x7F) return Tag::kOther;
-    name[k] = static_cast<char>(c);
+    if (c < u'0' || c > u'Z') return Tag::kOther;
+    packed = packed << 6 | (c - u'0');
   }
-  if (nameLength == 2 && name[0] == 'H' && name[1] >= '1' && name[1] <= '9') return Tag::kHeading;
-  const std::string_view view(name.data(), nameLength);
-  for (const NamedTag& named : kTagNames) {
-    if (named.name.size() == nameLength && named.name == view) return named.tag;
+  if (nameLength == 2 && (packed >> 6) == packedName("H1") >> 6 &&
+      characters[nameStart + 1] >= u'1' && characters[nameStart + 1] <= u'9') {
+    return Tag::kHeading;
+  }
+  for (std::size_t k = kFirstOfLength[nameLength]; k < kFirstOfLength[nameLength + 1]; ++k) {
+    if (kTagNames[k].name == packed) return kTagNames[k].tag;
   }
   return Tag::kOther;
 }
@@ -179,10 +213,19 @@ bool followedBy(std::u16string_view text, std::string_view first, std::string_vi
          findIgnoringCase(text, second, at + first.size()) != std::u16string_view::npos;
 }
 
+// Whether the tag's text holds `word` anywhere: a quick test before an attribute whose
+// value must hold it is read.
+bool mentions(const Piece& piece, std::string_view word, std::size_t anchor) {
+  return containsAsciiIgnoringCase(piece.characters + piece.tagStart, piece.tagLength, word,
+                                   anchor);
+}
+
 bool isHiddenElement(const Piece& piece) {
-  const auto cssClass = piece.attribute("CLASS");
-  return (cssClass && equalsIgnoringCase(*cssClass, u"hidden")) ||
-         isHiddenStyle(piece.characters, piece.tagStart, piece.tagLength);
+  if (mentions(piece, "hidden", 0)) {
+    const auto cssClass = piece.attribute("CLASS");
+    if (cssClass && equalsIgnoringCase(*cssClass, u"hidden")) return true;
+  }
+  return isHiddenStyle(piece.characters, piece.tagStart, piece.tagLength);
 }
 
 // A font of 1 to 4 points: "pt" after one such digit that follows no other digit.
@@ -199,8 +242,11 @@ bool isTinyFontStyle(std::u16string_view style) {
 }
 
 bool isHiddenFont(const PlainTextState& state, const Piece& piece) {
-  const auto color = piece.attribute("COLOR");
-  if (color && state.bodyColor && equalsIgnoringCase(*color, *state.bodyColor)) return true;
+  if (state.bodyColor) {
+    const auto color = piece.attribute("COLOR");
+    if (color && equalsIgnoringCase(*color, *state.bodyColor)) return true;
+  }
+  if (!mentions(piece, "font-size", 4)) return false;
   const auto style = piece.attribute("STYLE");
   return style && isTinyFontStyle(*style);
 }
@@ -356,7 +402,8 @@ void handleRegions(PlainTextState& state, const Piece& piece) {
     case Tag::kSpan: state.hiddenSpan = isHiddenElement(piece); return;
     case Tag::kFont: {
       state.hiddenFont = isHiddenFont(state, piece);
-      const auto cssClass = piece.attribute("CLASS");
+      const auto cssClass =
+          mentions(piece, "feed_date", 4) ? piece.attribute("CLASS") : std::nullopt;
       state.inFeedDate = cssClass && *cssClass == u"feed_date";
       return;
     }
@@ -378,7 +425,10 @@ void handleRegions(PlainTextState& state, const Piece& piece) {
 
 bool isHiddenStyle(const unichar* characters, std::size_t tagStart, std::size_t tagLength) {
   const Range tag{tagStart, tagLength};
-  if (const auto style = attributeOfTagCharacters(characters, tag, "STYLE")) {
+  const std::u16string_view text(characters + tagStart, tagLength);
+  if (!containsAsciiIgnoringCase(text.data(), text.size(), "style", 2)) {
+    // No style to read; the size test below still applies.
+  } else if (const auto style = attributeOfTagCharacters(characters, tag, "STYLE")) {
     if (followedBy(*style, "visibility", "hidden") || followedBy(*style, "display:", "none")) {
       return true;
     }
@@ -392,7 +442,9 @@ bool isHiddenStyle(const unichar* characters, std::size_t tagStart, std::size_t 
     }
   }
   // Every tag whose size is given counts, styled or not: a box too small to read hides
-  // its text as well as a style does.
+  // its text as well as a style does. Without "width" no size can be read: most tags are
+  // settled without reading attributes.
+  if (!containsAsciiIgnoringCase(text.data(), text.size(), "width")) return false;
   std::ptrdiff_t width = 0, height = 0;
   return getTagWidth(&width, &height, characters, tag) &&
          (width < 3 || (height > 0 && height <= 2));

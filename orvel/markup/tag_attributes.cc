@@ -30,6 +30,8 @@ class AttributeWalk {
   template <typename Name>
   bool nameAt(std::size_t k, const Name& name, bool underscoreSeparates) const {
     if (k + name.size() > _end) return false;
+    // The first unit rules out nearly every position; the unit before it comes next.
+    if (_upper[_units[k]] != _upper[static_cast<unichar>(name[0])]) return false;
     if (k > _begin) {
       const unichar before = _units[k - 1];
       if (isMemberOfCharacterSetRep(_alphaNum, before) || before == u'-' ||

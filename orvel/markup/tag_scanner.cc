@@ -6,6 +6,7 @@
 
 #include <string>
 
+#include "orvel/markup/internal/unit_scan.h"
 #include "orvel/text/character_sets.h"
 #include "orvel/text/conversion_tables.h"
 
@@ -28,6 +29,8 @@ class TagScanner {
   void run() {
     std::size_t i = 0;
     while (i < _size) {
+      i = nextInteresting(i);
+      if (i >= _size) break;
       const unichar c = _chars[i];
       if (c == u'<' && _kind == kTagKindEnd) {
         i = open(i);
@@ -52,6 +55,17 @@ class TagScanner {
   }
 
  private:
+  // The next unit at or after i that can change the state: "<" in text; a quote, "=" or
+  // ">" in a tag; ">" in a comment or section. Everything between is passed over in bulk.
+  std::size_t nextInteresting(std::size_t i) const {
+    switch (_kind) {
+      case kTagKindEnd: return internal::findUnit(_chars, i, _size, u'<');
+      case kTagKindTag:
+        return internal::findFirstOfUnits(_chars, i, _size, u'"', u'\'', u'=', u'>');
+      default: return internal::findUnit(_chars, i, _size, u'>');
+    }
+  }
+
   bool call(std::size_t nameStart, std::size_t nameLength, std::size_t tagStart,
             std::size_t tagLength, int kind) {
     return _handler(_string, _chars, nameStart, nameLength, tagStart, tagLength, _textStart, kind,
@@ -134,9 +148,14 @@ class TagScanner {
 
   // The first position in [from, to) where upperWord starts (case-insensitively when
   // folded), or NSNotFound.
+  // Every word looked for starts with "<" or "-", found in bulk before the comparison.
   std::size_t find(std::u16string_view upperWord, std::size_t from, std::size_t to,
                    bool folded) const {
-    for (std::size_t k = from; k + upperWord.size() <= to; ++k) {
+    if (upperWord.empty() || to < upperWord.size()) return NSNotFound;
+    const std::size_t last = to - upperWord.size();
+    for (std::size_t k = from; k <= last; ++k) {
+      k = internal::findUnit(_chars, k, last + 1, upperWord[0]);
+      if (k > last) break;
       if (folded ? equalsFolded(k, upperWord)
                  : std::u16string_view(_chars + k, upperWord.size()) == upperWord) {
         return k;

@@ -1,5 +1,6 @@
 #include "orvel/markup/web_page.h"
 
+#include <algorithm>
 #include <optional>
 
 #include "orvel/base/utf8.h"
@@ -39,6 +40,34 @@ std::u16string widenedLatin1(std::string_view bytes) {
     text[k] = static_cast<unsigned char>(bytes[k]);
   }
   return text;
+}
+
+// How much of the page to read for a declaration, which stands before the body: none when
+// the first 64 KB hold neither "charset" nor "encoding" (in any case) before a "<body",
+// else through the last of them and the rest of its tag. Most pages are thus read without
+// scanning their head twice.
+std::size_t declarationWindowEnd(std::string_view bytes) {
+  const std::string_view window = bytes.substr(0, kDeclarationWindowBytes);
+  std::size_t body = window.size();
+  for (std::size_t at = window.find('<'); at != std::string_view::npos && at + 5 <= body;
+       at = window.find('<', at + 1)) {
+    if ((window[at + 1] | 0x20) == 'b' && (window[at + 2] | 0x20) == 'o' &&
+        (window[at + 3] | 0x20) == 'd' && (window[at + 4] | 0x20) == 'y') {
+      body = at;
+    }
+  }
+  std::string head(window.substr(0, body));
+  for (char& c : head) c = static_cast<char>(c | 0x20);  // ASCII letters to lower case
+  std::size_t last = std::string::npos;
+  for (const std::string_view word : {"charset", "encoding"}) {
+    const std::size_t at = head.rfind(word, body);
+    if (at != std::string::npos && at < body && (last == std::string::npos || at > last)) {
+      last = at;
+    }
+  }
+  if (last == std::string::npos) return 0;
+  const std::size_t tagEnd = head.find('>', last);
+  return tagEnd == std::string::npos ? head.size() : tagEnd + 1;
 }
 
 // The text in `encoding`, or nullopt when there is no converter for it.
@@ -100,8 +129,11 @@ WebPage readWebPage(std::string_view bytes, std::string_view contentType) {
                   PageEncodingSource::kHttpHeader)) {
     return page;
   }
-  const std::u16string head = widenedLatin1(bytes.substr(0, kDeclarationWindowBytes));
-  if (tryDeclared(page, bytes, markupCharset(head), PageEncodingSource::kMarkup)) return page;
+  if (const std::size_t end = declarationWindowEnd(bytes);
+      end > 0 && tryDeclared(page, bytes, markupCharset(widenedLatin1(bytes.substr(0, end))),
+                             PageEncodingSource::kMarkup)) {
+    return page;
+  }
   if (auto text = utf8ToUtf16(bytes)) {
     page.text = std::move(*text);
     page.encoding = kCFStringEncodingUTF8;

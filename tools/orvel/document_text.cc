@@ -147,11 +147,11 @@ DocumentText documentText(std::string bytes, DocumentKind kind,
                           const std::function<bool(std::string_view)>& mayMatch) {
   DocumentText document{std::move(bytes), kind, std::nullopt, {}};
   if (kind == DocumentKind::kHtml) {
-    const std::u16string page = webPageText(document.bytes);
+    std::u16string page = webPageText(document.bytes);
     if (auto why = whyNotMarkup(page)) {
       document.notTextReason = std::move(*why);
     } else {
-      document.text = convertHtml2PlainText(page, {.onlyBody = true});
+      document.text = convertHtml2PlainText(std::move(page), {.onlyBody = true});
     }
     return document;
   }

@@ -59,7 +59,7 @@ void registerText(CLI::App& html) {
     convert.imageAlts = !options->noImageAlts;
     if (convert.simplified) convert.onlyBody = true;
     bool junk = false;
-    writeLine(convertHtml2PlainText(readPage(options->file).text, convert, &junk));
+    writeLine(convertHtml2PlainText(std::move(readPage(options->file).text), convert, &junk));
     if (junk) reportError(displayName(options->file), "junk text dropped");
   });
 }

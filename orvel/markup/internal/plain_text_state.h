@@ -14,6 +14,7 @@
 #include "orvel/base/types.h"
 #include "orvel/markup/html_to_text.h"
 #include "orvel/markup/tag_scanner.h"
+#include "orvel/text/character_sets.h"
 
 namespace orvel::internal {
 
@@ -55,6 +56,12 @@ struct PlainTextState {
   std::ptrdiff_t anchorDepth = 0;  // open anchors and headings
   unsigned googleBits = kGoogleAll;
 
+  // Held here, so that the per-unit tests make no call.
+  CharacterSetRep white = whiteCharacterSetRep();
+  CharacterSetRep space = spaceCharacterSetRep();
+
+  [[nodiscard]] bool isWhite(unichar c) const { return isMemberOfCharacterSetRep(white, c); }
+  [[nodiscard]] bool isSpacing(unichar c) const { return isMemberOfCharacterSetRep(space, c); }
   [[nodiscard]] bool outputEmpty() const { return output == outputStart; }
   // True for an empty output too: no space is ever written first.
   [[nodiscard]] bool endsInWhite() const;

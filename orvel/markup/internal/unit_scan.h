@@ -1,0 +1,93 @@
+// Finding the next unit the scanner must look at: eight UTF-16 units per step with SSE2
+// (part of every x86-64 processor), one at a time elsewhere and for the tail.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "orvel/base/types.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace orvel::internal {
+
+// The first index in [from, to) holding a, b, c or d (repeat a unit to look for fewer),
+// or `to`.
+[[nodiscard]] inline std::size_t findFirstOfUnits(const unichar* units, std::size_t from,
+                                                  std::size_t to, unichar a, unichar b, unichar c,
+                                                  unichar d) {
+  std::size_t k = from;
+#if defined(__SSE2__)
+  const __m128i va = _mm_set1_epi16(static_cast<short>(a));
+  const __m128i vb = _mm_set1_epi16(static_cast<short>(b));
+  const __m128i vc = _mm_set1_epi16(static_cast<short>(c));
+  const __m128i vd = _mm_set1_epi16(static_cast<short>(d));
+  for (; k + 8 <= to; k += 8) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k));
+    const __m128i hits = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(v, va), _mm_cmpeq_epi16(v, vb)),
+                                      _mm_or_si128(_mm_cmpeq_epi16(v, vc), _mm_cmpeq_epi16(v, vd)));
+    if (const int mask = _mm_movemask_epi8(hits); mask != 0) {
+      return k + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+    }
+  }
+#endif
+  for (; k < to; ++k) {
+    const unichar unit = units[k];
+    if (unit == a || unit == b || unit == c || unit == d) return k;
+  }
+  return to;
+}
+
+[[nodiscard]] inline std::size_t findUnit(const unichar* units, std::size_t from, std::size_t to,
+                                          unichar a) {
+  return findFirstOfUnits(units, from, to, a, a, a, a);
+}
+
+// The first index in [from, to) whose unit is no printable ASCII character ("!" to "~"),
+// or `to`: a run of such units holds no white space and no markup.
+[[nodiscard]] inline std::size_t findNonGraphicAscii(const unichar* units, std::size_t from,
+                                                     std::size_t to) {
+  std::size_t k = from;
+#if defined(__SSE2__)
+  // Signed comparisons: units from U+8000 count as below "!", which is what is wanted.
+  const __m128i low = _mm_set1_epi16(0x21);
+  const __m128i high = _mm_set1_epi16(0x7E);
+  for (; k + 8 <= to; k += 8) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k));
+    const __m128i outside = _mm_or_si128(_mm_cmplt_epi16(v, low), _mm_cmpgt_epi16(v, high));
+    if (const int mask = _mm_movemask_epi8(outside); mask != 0) {
+      return k + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+    }
+  }
+#endif
+  while (k < to && units[k] >= 0x21 && units[k] <= 0x7E) ++k;
+  return k;
+}
+
+// Whether the units hold `word` (lower-case ASCII) in any case: candidates for its unit at
+// `anchor` (best a rare one: the "y" of "style") are found in bulk, then compared.
+[[nodiscard]] inline bool containsAsciiIgnoringCase(const unichar* units, std::size_t length,
+                                                    std::string_view word, std::size_t anchor = 0) {
+  if (word.empty() || word.size() > length || anchor >= word.size()) return false;
+  const auto upper = [](char c) {
+    return static_cast<unichar>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+  };
+  const auto matches = [&](std::size_t at, std::size_t m) {
+    return units[at] == static_cast<unichar>(word[m]) || units[at] == upper(word[m]);
+  };
+  const unichar lower = static_cast<unichar>(word[anchor]);
+  const unichar capital = upper(word[anchor]);
+  const std::size_t last = length - word.size() + anchor;  // the anchor's last place
+  for (std::size_t k = findFirstOfUnits(units, anchor, last + 1, lower, capital, lower, capital);
+       k <= last; k = findFirstOfUnits(units, k + 1, last + 1, lower, capital, lower, capital)) {
+    const std::size_t start = k - anchor;
+    std::size_t m = 0;
+    while (m < word.size() && matches(start + m, m)) ++m;
+    if (m == word.size()) return true;
+  }
+  return false;
+}
+
+}  // namespace orvel::internal
