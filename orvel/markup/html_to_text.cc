@@ -17,9 +17,13 @@ using internal::PlainTextState;
 // Every break and space the handlers add stays within 8 output units per input unit.
 constexpr std::size_t kOutputUnitsPerInputUnit = 8;
 
+// Room for the units copied eight at a time past the end of what is written.
+constexpr std::size_t kOutputSlackUnits = 16;
+
 std::size_t outputCapacity(std::size_t inputUnits) {
   static const std::size_t pageSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  const std::size_t bytes = inputUnits * kOutputUnitsPerInputUnit * sizeof(unichar);
+  const std::size_t bytes =
+      (inputUnits * kOutputUnitsPerInputUnit + kOutputSlackUnits) * sizeof(unichar);
   return (bytes + pageSize - 1) / pageSize * pageSize / sizeof(unichar);
 }
 

@@ -43,20 +43,29 @@ std::size_t decodeRun(unichar* characters, std::size_t start, std::size_t length
 }
 
 // Every run of white space as one space, none right after white space already written.
+// Printable ASCII is copied in blocks, and a single space between two words costs no
+// table lookup.
 void copyCollapsingWhite(PlainTextState& state, const unichar* run, std::size_t length) {
+  unichar* out = state.output;
   for (std::size_t i = 0; i < length;) {
-    if (const std::size_t graphic = findNonGraphicAscii(run, i, length); graphic > i) {
-      state.output = std::copy(run + i, run + graphic, state.output);
-      i = graphic;
-      continue;
+    const std::size_t graphic = copyGraphicAscii(run, i, length, out);
+    out += graphic - i;
+    i = graphic;
+    if (i == length) break;
+    const unichar c = run[i];
+    if (c == u' ' && out > state.outputStart && out[-1] > u' ' && out[-1] <= u'~' &&
+        i + 1 < length && run[i + 1] > u' ' && run[i + 1] <= u'~') {
+      *out++ = u' ';
+      ++i;
+    } else if (!state.isWhite(c)) {
+      *out++ = c;
+      ++i;
+    } else {
+      while (i < length && state.isWhite(run[i])) ++i;
+      if (out > state.outputStart && !state.isWhite(out[-1])) *out++ = u' ';
     }
-    if (!state.isWhite(run[i])) {
-      state.write(run[i++]);
-      continue;
-    }
-    while (i < length && state.isWhite(run[i])) ++i;
-    if (!state.endsInWhite()) state.write(u' ');
   }
+  state.output = out;
 }
 
 // Preformatted text keeping its lines: a blank line stays one, a single break stays where

@@ -35,8 +35,7 @@ class TagScanner {
       if (c == u'<' && _kind == kTagKindEnd) {
         i = open(i);
       } else if (_kind == kTagKindTag && (c == u'"' || c == u'\'')) {
-        quote(c);
-        ++i;
+        i = quoted(i, c);
       } else if (_kind == kTagKindTag && c == u'=' && !_doubleQuoted && !_singleQuoted) {
         _equalsSeen = true;
         ++i;
@@ -55,13 +54,15 @@ class TagScanner {
   }
 
  private:
-  // The next unit at or after i that can change the state: "<" in text; a quote, "=" or
-  // ">" in a tag; ">" in a comment or section. Everything between is passed over in bulk.
+  // The next unit at or after i that can change the state: "<" in text; in a tag "=" or
+  // ">", and a quote only right after an "=" (one opened elsewhere opens no value); ">" in
+  // a comment or section. Everything between is passed over in bulk.
   std::size_t nextInteresting(std::size_t i) const {
     switch (_kind) {
       case kTagKindEnd: return internal::findUnit(_chars, i, _size, u'<');
       case kTagKindTag:
-        return internal::findFirstOfUnits(_chars, i, _size, u'"', u'\'', u'=', u'>');
+        return _equalsSeen ? internal::findFirstOfUnits(_chars, i, _size, u'"', u'\'', u'=', u'>')
+                           : internal::findEitherUnit(_chars, i, _size, u'=', u'>');
       default: return internal::findUnit(_chars, i, _size, u'>');
     }
   }
@@ -90,6 +91,17 @@ class TagScanner {
       }
     }
     return i + 1;
+  }
+
+  // A quote in a tag at i: when it opens a value, only the value's closing quote changes
+  // anything, and scanning goes on after it (at the end when there is none).
+  std::size_t quoted(std::size_t i, unichar c) {
+    quote(c);
+    if (!_doubleQuoted && !_singleQuoted) return i + 1;
+    const std::size_t close = internal::findUnit(_chars, i + 1, _size, c);
+    if (close == _size) return _size;
+    quote(c);
+    return close + 1;
   }
 
   void quote(unichar c) {

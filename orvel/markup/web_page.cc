@@ -60,9 +60,8 @@ std::size_t declarationWindowEnd(std::string_view bytes) {
   for (char& c : head) c = static_cast<char>(c | 0x20);  // ASCII letters to lower case
   std::size_t last = std::string::npos;
   for (const std::string_view word : {"charset", "encoding"}) {
-    const std::size_t at = head.rfind(word, body);
-    if (at != std::string::npos && at < body && (last == std::string::npos || at > last)) {
-      last = at;
+    for (std::size_t at = head.find(word); at != std::string::npos; at = head.find(word, at + 1)) {
+      if (last == std::string::npos || at > last) last = at;
     }
   }
   if (last == std::string::npos) return 0;

@@ -40,9 +40,48 @@ namespace orvel::internal {
   return to;
 }
 
+// The first index in [from, to) holding a or b, or `to`.
+[[nodiscard]] inline std::size_t findEitherUnit(const unichar* units, std::size_t from,
+                                                std::size_t to, unichar a, unichar b) {
+  std::size_t k = from;
+#if defined(__SSE2__)
+  const __m128i va = _mm_set1_epi16(static_cast<short>(a));
+  const __m128i vb = _mm_set1_epi16(static_cast<short>(b));
+  for (; k + 8 <= to; k += 8) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k));
+    const __m128i hits = _mm_or_si128(_mm_cmpeq_epi16(v, va), _mm_cmpeq_epi16(v, vb));
+    if (const int mask = _mm_movemask_epi8(hits); mask != 0) {
+      return k + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+    }
+  }
+#endif
+  while (k < to && units[k] != a && units[k] != b) ++k;
+  return k;
+}
+
+// The first index in [from, to) holding a, or `to`: sixteen units a step.
 [[nodiscard]] inline std::size_t findUnit(const unichar* units, std::size_t from, std::size_t to,
                                           unichar a) {
-  return findFirstOfUnits(units, from, to, a, a, a, a);
+  std::size_t k = from;
+#if defined(__SSE2__)
+  const __m128i va = _mm_set1_epi16(static_cast<short>(a));
+  for (; k + 16 <= to; k += 16) {
+    const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k + 8));
+    const auto mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(low, va))) |
+                      static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(high, va))) << 16;
+    if (mask != 0) return k + static_cast<std::size_t>(__builtin_ctz(mask)) / 2;
+  }
+  if (k + 8 <= to) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k));
+    if (const int mask = _mm_movemask_epi8(_mm_cmpeq_epi16(v, va)); mask != 0) {
+      return k + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+    }
+    k += 8;
+  }
+#endif
+  while (k < to && units[k] != a) ++k;
+  return k;
 }
 
 // The first index in [from, to) whose unit is no printable ASCII character ("!" to "~"),
@@ -63,6 +102,28 @@ namespace orvel::internal {
   }
 #endif
   while (k < to && units[k] >= 0x21 && units[k] <= 0x7E) ++k;
+  return k;
+}
+
+// Copies units from `from` while they are printable ASCII, into out; answers where the first
+// other unit is (or `to`). Eight units are stored at a time, so out must have room for 8
+// units past what is copied.
+[[nodiscard]] inline std::size_t copyGraphicAscii(const unichar* units, std::size_t from,
+                                                  std::size_t to, unichar* out) {
+  std::size_t k = from;
+#if defined(__SSE2__)
+  const __m128i low = _mm_set1_epi16(0x21);
+  const __m128i high = _mm_set1_epi16(0x7E);
+  for (; k + 8 <= to; k += 8) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (k - from)), v);
+    const __m128i outside = _mm_or_si128(_mm_cmplt_epi16(v, low), _mm_cmpgt_epi16(v, high));
+    if (const int mask = _mm_movemask_epi8(outside); mask != 0) {
+      return k + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+    }
+  }
+#endif
+  for (; k < to && units[k] >= 0x21 && units[k] <= 0x7E; ++k) out[k - from] = units[k];
   return k;
 }
 
