@@ -67,6 +67,38 @@ std::size_t nonAsciiRegionEnd(const std::uint8_t* bytes, std::size_t from, std::
   return size;
 }
 
+// Decodes well-formed sequences of two, three and four bytes from `from` into out; stops at
+// an ASCII byte, at an ill-formed sequence or at the end. Answers the bytes read, and adds
+// the units written to *written.
+std::size_t decodeWellFormed(const std::uint8_t* bytes, std::size_t from, std::size_t size,
+                             char16_t* out, std::size_t* written) {
+  std::size_t k = from, w = 0;
+  const auto trail = [&](std::size_t at) { return at < size && (bytes[at] & 0xC0) == 0x80; };
+  while (k < size) {
+    const std::uint8_t b = bytes[k];
+    if (b >= 0xC2 && b <= 0xDF && trail(k + 1)) {
+      out[w++] = static_cast<char16_t>((b & 0x1F) << 6 | (bytes[k + 1] & 0x3F));
+      k += 2;
+    } else if (b >= 0xE0 && b <= 0xEF && trail(k + 1) && trail(k + 2) &&
+               (b != 0xE0 || bytes[k + 1] >= 0xA0) && (b != 0xED || bytes[k + 1] < 0xA0)) {
+      out[w++] = static_cast<char16_t>((b & 0x0F) << 12 | (bytes[k + 1] & 0x3F) << 6 |
+                                       (bytes[k + 2] & 0x3F));
+      k += 3;
+    } else if (b >= 0xF0 && b <= 0xF4 && trail(k + 1) && trail(k + 2) && trail(k + 3) &&
+               (b != 0xF0 || bytes[k + 1] >= 0x90) && (b != 0xF4 || bytes[k + 1] < 0x90)) {
+      const std::uint32_t c = (b & 0x07) << 18 | (bytes[k + 1] & 0x3F) << 12 |
+                              (bytes[k + 2] & 0x3F) << 6 | (bytes[k + 3] & 0x3F);
+      out[w++] = static_cast<char16_t>(0xD7C0 + (c >> 10));
+      out[w++] = static_cast<char16_t>(0xDC00 | (c & 0x3FF));
+      k += 4;
+    } else {
+      break;  // ASCII, or a sequence ICU is to judge
+    }
+  }
+  *written += w;
+  return k - from;
+}
+
 // Decodes a region through ICU, in pieces that its 32-bit lengths hold, cut at character
 // starts; answers the units written, or nullopt with *failedAt set to the start of the piece
 // that failed.
@@ -100,8 +132,9 @@ std::optional<std::size_t> decodeWithIcu(std::string_view utf8, char16_t* out, b
   return written;
 }
 
-// Decodes the text: ASCII runs widened here, the regions between them through ICU. Answers
-// the offset of the region or piece that failed, or nullopt.
+// Decodes the text: ASCII runs widened and well-formed sequences decoded here, what is left
+// of a region holding an ill-formed sequence through ICU, which decides what each becomes.
+// Answers the offset of the region or piece that failed, or nullopt.
 std::optional<std::size_t> decodePieces(std::string_view utf8, std::u16string& out, bool lenient) {
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(utf8.data());
   const std::size_t size = utf8.size();
@@ -112,6 +145,9 @@ std::optional<std::size_t> decodePieces(std::string_view utf8, std::u16string& o
     written += asciiEnd - read;
     read = asciiEnd;
     if (read == size) break;
+    read += decodeWellFormed(bytes, read, size, out.data() + written, &written);
+    if (read == size || bytes[read] < 0x80) continue;
+    // An ill-formed sequence: ICU delimits it and the rest of its region.
     const std::size_t regionEnd = nonAsciiRegionEnd(bytes, read, size);
     std::size_t failedAt = 0;
     const auto units = decodeWithIcu(utf8.substr(read, regionEnd - read), out.data() + written,

@@ -221,6 +221,11 @@ bool mentions(const Piece& piece, std::string_view word, std::size_t anchor) {
 }
 
 bool isHiddenElement(const Piece& piece) {
+  // A hidden class, a style and a size all need an "h", a "y" or a "w": most tags have none.
+  const unichar* tag = piece.characters + piece.tagStart;
+  if (findFoldedAsciiLetters(tag, 0, piece.tagLength, u'h', u'y', u'w') == piece.tagLength) {
+    return false;
+  }
   if (mentions(piece, "hidden", 0)) {
     const auto cssClass = piece.attribute("CLASS");
     if (cssClass && equalsIgnoringCase(*cssClass, u"hidden")) return true;

@@ -59,6 +59,34 @@ namespace orvel::internal {
   return k;
 }
 
+// The first index in [from, to) holding one of three ASCII letters (given in lower case) in
+// either case, or `to`.
+[[nodiscard]] inline std::size_t findFoldedAsciiLetters(const unichar* units, std::size_t from,
+                                                        std::size_t to, unichar a, unichar b,
+                                                        unichar c) {
+  std::size_t k = from;
+#if defined(__SSE2__)
+  const __m128i fold = _mm_set1_epi16(0x20);
+  const __m128i va = _mm_set1_epi16(static_cast<short>(a));
+  const __m128i vb = _mm_set1_epi16(static_cast<short>(b));
+  const __m128i vc = _mm_set1_epi16(static_cast<short>(c));
+  for (; k + 8 <= to; k += 8) {
+    const __m128i v =
+        _mm_or_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k)), fold);
+    const __m128i hits = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi16(v, va), _mm_cmpeq_epi16(v, vb)),
+                                      _mm_cmpeq_epi16(v, vc));
+    if (const int mask = _mm_movemask_epi8(hits); mask != 0) {
+      return k + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
+    }
+  }
+#endif
+  for (; k < to; ++k) {
+    const unichar folded = units[k] | 0x20;
+    if (folded == a || folded == b || folded == c) return k;
+  }
+  return to;
+}
+
 // The first index in [from, to) holding a, or `to`: sixteen units a step.
 [[nodiscard]] inline std::size_t findUnit(const unichar* units, std::size_t from, std::size_t to,
                                           unichar a) {
