@@ -34,6 +34,10 @@ bool isLineBreakUnit(unichar c) {
 std::size_t decodeRun(unichar* characters, std::size_t start, std::size_t length,
                       const Html2TextOptions& options) {
   if (length < 4) return length;
+  // Most runs hold no reference: then there is nothing to decode unless accents are folded.
+  if (!options.nonUmlauted && findUnit(characters, start, start + length, u'&') == start + length) {
+    return length;
+  }
   if (options.entities) {
     return convertEntities2Characters(characters, characters + start, start, length,
                                       options.stdEntities, false, options.nonUmlauted);

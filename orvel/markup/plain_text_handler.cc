@@ -135,10 +135,11 @@ static_assert(std::is_sorted(std::begin(kTagNames), std::end(kTagNames),
 // The tag's kind. H1 to H9 are headings.
 Tag classify(const unichar* characters, std::size_t nameStart, std::size_t nameLength) {
   if (nameStart == NSNotFound || nameLength == 0 || nameLength > kLongestName) return Tag::kOther;
-  static const ConversionTable upper = initUpperCharsTable();
+  // The names known here are ASCII: a unit beyond it makes an unknown tag.
   std::uint64_t packed = nameLength;
   for (std::size_t k = 0; k < nameLength; ++k) {
-    const unichar c = upper[characters[nameStart + k]];
+    unichar c = characters[nameStart + k];
+    if (c >= u'a' && c <= u'z') c -= u'a' - u'A';
     if (c < u'0' || c > u'Z') return Tag::kOther;
     packed = packed << 6 | (c - u'0');
   }
@@ -220,12 +221,34 @@ bool mentions(const Piece& piece, std::string_view word, std::size_t anchor) {
                                    anchor);
 }
 
-bool isHiddenElement(const Piece& piece) {
-  // A hidden class, a style and a size all need an "h", a "y" or a "w": most tags have none.
-  const unichar* tag = piece.characters + piece.tagStart;
-  if (findFoldedAsciiLetters(tag, 0, piece.tagLength, u'h', u'y', u'w') == piece.tagLength) {
-    return false;
+// Whether the tag's text spells `word` (lower-case ASCII) at `at`, in any case.
+bool spellsAt(const unichar* tag, std::size_t length, std::size_t at, std::string_view word) {
+  if (at + word.size() > length) return false;
+  for (std::size_t m = 0; m < word.size(); ++m) {
+    if ((tag[at + m] | 0x20) != static_cast<unichar>(word[m])) return false;
   }
+  return true;
+}
+
+// Whether a tag may hide its content at all: a hidden class, a style and a size need the
+// words "hidden", "style" or "width", found here in one pass by their h, y or w.
+bool mayHide(const Piece& piece) {
+  const unichar* tag = piece.characters + piece.tagStart;
+  const std::size_t length = piece.tagLength;
+  for (std::size_t k = findFoldedAsciiLetters(tag, 0, length, u'h', u'y', u'w'); k < length;
+       k = findFoldedAsciiLetters(tag, k + 1, length, u'h', u'y', u'w')) {
+    const unichar letter = tag[k] | 0x20;
+    if ((letter == u'h' && spellsAt(tag, length, k, "hidden")) ||
+        (letter == u'y' && k >= 2 && spellsAt(tag, length, k - 2, "style")) ||
+        (letter == u'w' && spellsAt(tag, length, k, "width"))) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool isHiddenElement(const Piece& piece) {
+  if (!mayHide(piece)) return false;
   if (mentions(piece, "hidden", 0)) {
     const auto cssClass = piece.attribute("CLASS");
     if (cssClass && equalsIgnoringCase(*cssClass, u"hidden")) return true;

@@ -38,7 +38,10 @@ class TagScanner {
         i = quoted(i, c);
       } else if (_kind == kTagKindTag && c == u'=' && !_doubleQuoted && !_singleQuoted) {
         _equalsSeen = true;
+        // The value usually follows at once: a quote there is taken without another search.
         ++i;
+        while (i < _size && isMemberOfCharacterSetRep(_white, _chars[i])) ++i;
+        if (i < _size && (_chars[i] == u'"' || _chars[i] == u'\'')) i = quoted(i, _chars[i]);
       } else if (c == u'>' && endsPiece(i)) {
         if (!piece(i)) return;  // stopped
         i = _textStart;
