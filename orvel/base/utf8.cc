@@ -99,64 +99,78 @@ std::size_t decodeWellFormed(const std::uint8_t* bytes, std::size_t from, std::s
   return k - from;
 }
 
-// Decodes a region through ICU, in pieces that its 32-bit lengths hold, cut at character
-// starts; answers the units written, or nullopt with *failedAt set to the start of the piece
-// that failed.
-std::optional<std::size_t> decodeWithIcu(std::string_view utf8, char16_t* out, bool lenient,
-                                         std::size_t* failedAt) {
-  constexpr std::size_t kPiece = 1u << 30;
-  std::size_t done = 0, written = 0;
-  while (done < utf8.size()) {
-    std::size_t take = std::min(kPiece, utf8.size() - done);
-    if (done + take < utf8.size()) {
-      while (take > 0 && U8_IS_TRAIL(static_cast<std::uint8_t>(utf8[done + take]))) --take;
-      if (take == 0) take = kPiece;  // a gigabyte of trail bytes: invalid wherever it is cut
-    }
-    auto* destination = reinterpret_cast<UChar*>(out + written);
-    const auto length = static_cast<int32_t>(take);
-    int32_t units = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    if (lenient) {
-      u_strFromUTF8WithSub(destination, length, &units, utf8.data() + done, length, 0xFFFD, nullptr,
-                           &status);
-    } else {
-      u_strFromUTF8(destination, length, &units, utf8.data() + done, length, &status);
-    }
-    if (U_FAILURE(status)) {
-      *failedAt = done;
-      return std::nullopt;
-    }
-    written += static_cast<std::size_t>(units);
-    done += take;
+// Decodes a region (of a slice: its length fits ICU's 32-bit lengths) through ICU; answers
+// the units written, or nullopt.
+std::optional<std::size_t> decodeWithIcu(std::string_view utf8, char16_t* out, bool lenient) {
+  auto* destination = reinterpret_cast<UChar*>(out);
+  const auto length = static_cast<int32_t>(utf8.size());
+  int32_t units = 0;
+  UErrorCode status = U_ZERO_ERROR;
+  if (lenient) {
+    u_strFromUTF8WithSub(destination, length, &units, utf8.data(), length, 0xFFFD, nullptr,
+                         &status);
+  } else {
+    u_strFromUTF8(destination, length, &units, utf8.data(), length, &status);
   }
-  return written;
+  if (U_FAILURE(status)) return std::nullopt;
+  return static_cast<std::size_t>(units);
 }
 
 // Decodes the text: ASCII runs widened and well-formed sequences decoded here, what is left
 // of a region holding an ill-formed sequence through ICU, which decides what each becomes.
 // Answers the offset of the region or piece that failed, or nullopt.
-std::optional<std::size_t> decodePieces(std::string_view utf8, std::u16string& out, bool lenient) {
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(utf8.data());
-  const std::size_t size = utf8.size();
-  out.resize(size);  // UTF-16 never needs more units than UTF-8 has bytes.
+// Decodes one slice into out (room for a unit per byte); answers the units written, or
+// nullopt with *failedAt set to the offset in the slice of the region that failed.
+std::optional<std::size_t> decodeSlice(std::string_view slice, char16_t* out, bool lenient,
+                                       std::size_t* failedAt) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(slice.data());
+  const std::size_t size = slice.size();
   std::size_t read = 0, written = 0;
   while (read < size) {
-    const std::size_t asciiEnd = widenAscii(bytes, read, size, out.data() + written);
+    const std::size_t asciiEnd = widenAscii(bytes, read, size, out + written);
     written += asciiEnd - read;
     read = asciiEnd;
     if (read == size) break;
-    read += decodeWellFormed(bytes, read, size, out.data() + written, &written);
+    read += decodeWellFormed(bytes, read, size, out + written, &written);
     if (read == size || bytes[read] < 0x80) continue;
     // An ill-formed sequence: ICU delimits it and the rest of its region.
     const std::size_t regionEnd = nonAsciiRegionEnd(bytes, read, size);
-    std::size_t failedAt = 0;
-    const auto units = decodeWithIcu(utf8.substr(read, regionEnd - read), out.data() + written,
-                                     lenient, &failedAt);
-    if (!units) return read + failedAt;
+    const auto units = decodeWithIcu(slice.substr(read, regionEnd - read), out + written, lenient);
+    if (!units) {
+      *failedAt = read;
+      return std::nullopt;
+    }
     written += *units;
     read = regionEnd;
   }
-  out.resize(written);
+  return written;
+}
+
+// Decodes the text slice by slice through a buffer that stays in the cache, appending each
+// to `out`: the string is written once, never zero-filled first. A slice ends before a
+// byte that starts a sequence (or stands alone): no sequence is cut, and ICU delimits
+// ill-formed ones in a slice as it would in the whole. Answers the offset of the region
+// that failed, or nullopt.
+std::optional<std::size_t> decodePieces(std::string_view utf8, std::u16string& out, bool lenient) {
+  constexpr std::size_t kSlice = 4096;
+  char16_t buffer[kSlice];
+  out.clear();
+  out.reserve(utf8.size());  // UTF-16 never needs more units than UTF-8 has bytes.
+  std::size_t read = 0;
+  while (read < utf8.size()) {
+    std::size_t take = std::min(kSlice, utf8.size() - read);
+    // Back over at most three trail bytes: a fourth cannot continue the same sequence.
+    for (int back = 0; back < 3 && read + take < utf8.size() && take > 1 &&
+                       U8_IS_TRAIL(static_cast<std::uint8_t>(utf8[read + take]));
+         ++back) {
+      --take;
+    }
+    std::size_t failedAt = 0;
+    const auto units = decodeSlice(utf8.substr(read, take), buffer, lenient, &failedAt);
+    if (!units) return read + failedAt;
+    out.append(buffer, *units);
+    read += take;
+  }
   return std::nullopt;
 }
 

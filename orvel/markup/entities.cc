@@ -111,7 +111,10 @@ class EntityDecoder {
   // Whether the units after the "&" at i spell `word`.
   bool follows(std::size_t i, std::u16string_view word) const {
     if (_end - i - 1 < word.size()) return false;
-    return std::equal(word.begin(), word.end(), _source + i + 1);
+    for (std::size_t m = 0; m < word.size(); ++m) {
+      if (_source[i + 1 + m] != word[m]) return false;
+    }
+    return true;
   }
 
   // Writes c for the short form `word` after the "&" at i; answers where the walk goes on.

@@ -29,25 +29,11 @@ class TagScanner {
   void run() {
     std::size_t i = 0;
     while (i < _size) {
-      i = nextInteresting(i);
+      i = internal::findUnit(_chars, i, _size, u'<');
       if (i >= _size) break;
-      const unichar c = _chars[i];
-      if (c == u'<' && _kind == kTagKindEnd) {
-        i = open(i);
-      } else if (_kind == kTagKindTag && (c == u'"' || c == u'\'')) {
-        i = quoted(i, c);
-      } else if (_kind == kTagKindTag && c == u'=' && !_doubleQuoted && !_singleQuoted) {
-        _equalsSeen = true;
-        // The value usually follows at once: a quote there is taken without another search.
-        ++i;
-        while (i < _size && isMemberOfCharacterSetRep(_white, _chars[i])) ++i;
-        if (i < _size && (_chars[i] == u'"' || _chars[i] == u'\'')) i = quoted(i, _chars[i]);
-      } else if (c == u'>' && endsPiece(i)) {
-        if (!piece(i)) return;  // stopped
-        i = _textStart;
-      } else {
-        ++i;
-      }
+      i = open(i);
+      i = _kind == kTagKindTag ? scanTag(i) : scanCommentOrSection(i);
+      if (i == kStopped) return;
     }
     if (_kind == kTagKindComment || _kind == kTagKindSection) {
       if (call(NSNotFound, 0, _tagStart, _size - _tagStart, _kind)) return;
@@ -57,16 +43,37 @@ class TagScanner {
   }
 
  private:
-  // The next unit at or after i that can change the state: "<" in text; in a tag "=" or
-  // ">", and a quote only right after an "=" (one opened elsewhere opens no value); ">" in
-  // a comment or section. Everything between is passed over in bulk.
-  std::size_t nextInteresting(std::size_t i) const {
-    switch (_kind) {
-      case kTagKindEnd: return internal::findUnit(_chars, i, _size, u'<');
-      case kTagKindTag:
-        return _equalsSeen ? internal::findFirstOfUnits(_chars, i, _size, u'"', u'\'', u'=', u'>')
-                           : internal::findEitherUnit(_chars, i, _size, u'=', u'>');
-      default: return internal::findUnit(_chars, i, _size, u'>');
+  static constexpr std::size_t kStopped = NSNotFound;
+
+  // Reads a tag from i (after its "<"): in it only "=" and ">" matter, and a quote right
+  // after an "=" (one elsewhere opens no value); a quoted value is passed over to its
+  // closing quote, so that a ">" found is always outside one and ends the tag. Answers
+  // where the text after it starts, the end when the tag is unfinished, or kStopped.
+  std::size_t scanTag(std::size_t i) {
+    for (;;) {
+      i = _equalsSeen ? internal::findFirstOfUnits(_chars, i, _size, u'"', u'\'', u'=', u'>')
+                      : internal::findEitherUnit(_chars, i, _size, u'=', u'>');
+      if (i >= _size) return _size;
+      const unichar c = _chars[i];
+      if (c == u'>') return piece(i) ? _textStart : kStopped;
+      if (c != u'=') {
+        i = quoted(i, c);
+        continue;
+      }
+      _equalsSeen = true;
+      // The value usually follows at once: a quote there is taken without another search.
+      ++i;
+      while (i < _size && isMemberOfCharacterSetRep(_white, _chars[i])) ++i;
+      if (i < _size && (_chars[i] == u'"' || _chars[i] == u'\'')) i = quoted(i, _chars[i]);
+    }
+  }
+
+  // Reads a comment or section from i: only a ">" that its kind accepts ends it.
+  std::size_t scanCommentOrSection(std::size_t i) {
+    for (;; ++i) {
+      i = internal::findUnit(_chars, i, _size, u'>');
+      if (i >= _size) return _size;
+      if (endsPiece(i)) return piece(i) ? _textStart : kStopped;
     }
   }
 

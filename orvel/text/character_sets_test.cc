@@ -69,6 +69,14 @@ TEST(CharacterSetsTest, WhiteSpaceIncludesLineBreaksAndTheDeliberateExtras) {
                                            });
 }
 
+// Code that tests ASCII without the bitmap (the HTML-to-text conversion) relies on this.
+TEST(CharacterSetsTest, AsciiWhiteSpaceIsExactlyNulEndOfTextControlsAndSpace) {
+  for (unichar c = 0; c < 128; ++c) {
+    const bool expected = c == 0 || c == 3 || (c >= 9 && c <= 13) || c == u' ';
+    EXPECT_EQ(isMemberOfCharacterSetRep(whiteCharacterSetRep(), c), expected) << int{c};
+  }
+}
+
 TEST(CharacterSetsTest, LettersOfManyScriptsAndCombiningMarksAreAlpha) {
   expectMembership(alphaCharacterSetRep(), {
                                                {u'a', true, "Latin"},
