@@ -47,27 +47,21 @@ std::size_t decodeRun(unichar* characters, std::size_t start, std::size_t length
 }
 
 // Every run of white space as one space, none right after white space already written.
-// Printable ASCII is copied in blocks, and a single space between two words costs no
-// table lookup.
+// Printable ASCII with single spaces is copied in blocks.
 void copyCollapsingWhite(PlainTextState& state, const unichar* run, std::size_t length) {
   unichar* out = state.output;
+  const auto endsInWhite = [&] { return out == state.outputStart || state.isWhite(out[-1]); };
   for (std::size_t i = 0; i < length;) {
-    const std::size_t graphic = copyGraphicAscii(run, i, length, out);
-    out += graphic - i;
-    i = graphic;
+    const std::size_t copied = copySingleSpacedAscii(run, i, length, out, endsInWhite());
+    out += copied - i;
+    i = copied;
     if (i == length) break;
-    const unichar c = run[i];
-    if (c == u' ' && out > state.outputStart && out[-1] > u' ' && out[-1] <= u'~' &&
-        i + 1 < length && run[i + 1] > u' ' && run[i + 1] <= u'~') {
-      *out++ = u' ';
-      ++i;
-    } else if (!state.isWhite(c)) {
-      *out++ = c;
-      ++i;
-    } else {
-      while (i < length && state.isWhite(run[i])) ++i;
-      if (out > state.outputStart && !state.isWhite(out[-1])) *out++ = u' ';
+    if (!state.isWhite(run[i])) {
+      *out++ = run[i++];
+      continue;
     }
+    while (i < length && state.isWhite(run[i])) ++i;
+    if (!endsInWhite()) *out++ = u' ';
   }
   state.output = out;
 }

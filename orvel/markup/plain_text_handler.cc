@@ -70,11 +70,10 @@ constexpr std::uint64_t packedName(std::string_view upper) {
 struct NamedTag {
   std::uint64_t name;
   Tag tag;
-  std::size_t length;
 };
 
 constexpr NamedTag named(std::string_view upper, Tag tag) {
-  return NamedTag{packedName(upper), tag, upper.size()};
+  return NamedTag{packedName(upper), tag};
 }
 
 constexpr NamedTag kTagNames[] = {
@@ -116,21 +115,30 @@ constexpr NamedTag kTagNames[] = {
     named("BLOCKQUOTE", Tag::kBlockquote),
 };
 
-// Where the names of each length start in kTagNames, which lists them by length.
-constexpr auto kFirstOfLength = [] {
-  std::array<std::size_t, kLongestName + 2> first{};
-  for (std::size_t length = 0; length <= kLongestName + 1; ++length) {
-    first[length] = std::size(kTagNames);
-    for (std::size_t k = std::size(kTagNames); k-- > 0;) {
-      if (kTagNames[k].length >= length) first[length] = k;
-    }
+// The known names in an open-addressing table: one multiplication and, nearly always, one
+// comparison find a name's kind.
+constexpr std::size_t kTagTableBits = 7;
+constexpr std::size_t kTagTableSize = std::size_t{1} << kTagTableBits;
+static_assert(std::size(kTagNames) * 2 < kTagTableSize);
+
+struct TagSlot {
+  std::uint64_t name = 0;  // 0: empty (every packed name holds its length, at least 1)
+  Tag tag = Tag::kOther;
+};
+
+constexpr std::size_t tagSlotOf(std::uint64_t name) {
+  return static_cast<std::size_t>((name * 0x9E3779B97F4A7C15u) >> (64 - kTagTableBits));
+}
+
+constexpr auto kTagTable = [] {
+  std::array<TagSlot, kTagTableSize> table{};
+  for (const NamedTag& named : kTagNames) {
+    std::size_t slot = tagSlotOf(named.name);
+    while (table[slot].name != 0) slot = (slot + 1) % kTagTableSize;
+    table[slot] = TagSlot{named.name, named.tag};
   }
-  return first;
+  return table;
 }();
-static_assert(std::is_sorted(std::begin(kTagNames), std::end(kTagNames),
-                             [](const NamedTag& a, const NamedTag& b) {
-                               return a.length < b.length;
-                             }));
 
 // The tag's kind. H1 to H9 are headings.
 Tag classify(const unichar* characters, std::size_t nameStart, std::size_t nameLength) {
@@ -147,8 +155,9 @@ Tag classify(const unichar* characters, std::size_t nameStart, std::size_t nameL
       characters[nameStart + 1] >= u'1' && characters[nameStart + 1] <= u'9') {
     return Tag::kHeading;
   }
-  for (std::size_t k = kFirstOfLength[nameLength]; k < kFirstOfLength[nameLength + 1]; ++k) {
-    if (kTagNames[k].name == packed) return kTagNames[k].tag;
+  for (std::size_t slot = tagSlotOf(packed); kTagTable[slot].name != 0;
+       slot = (slot + 1) % kTagTableSize) {
+    if (kTagTable[slot].name == packed) return kTagTable[slot].tag;
   }
   return Tag::kOther;
 }
@@ -174,7 +183,7 @@ struct Piece {
 
 Piece pieceOf(const unichar* characters, std::size_t nameStart, std::size_t nameLength,
               std::size_t tagStart, std::size_t tagLength, std::size_t textStart, int kind) {
-  // The scanner was asked for a private, writable copy of the text.
+  // The conversion hands the scanner a string of its own, which the handlers may change.
   auto* writable = const_cast<unichar*>(characters);
   const bool isTag = kind == kTagKindTag && tagLength >= 2;
   return Piece{writable,
@@ -235,6 +244,8 @@ bool spellsAt(const unichar* tag, std::size_t length, std::size_t at, std::strin
 bool mayHide(const Piece& piece) {
   const unichar* tag = piece.characters + piece.tagStart;
   const std::size_t length = piece.tagLength;
+  constexpr std::size_t kShortestHiding = 11;  // <a width=1>
+  if (length < kShortestHiding) return false;
   for (std::size_t k = findFoldedAsciiLetters(tag, 0, length, u'h', u'y', u'w'); k < length;
        k = findFoldedAsciiLetters(tag, k + 1, length, u'h', u'y', u'w')) {
     const unichar letter = tag[k] | 0x20;

@@ -63,7 +63,7 @@ class TagScanner {
       _equalsSeen = true;
       // The value usually follows at once: a quote there is taken without another search.
       ++i;
-      while (i < _size && isMemberOfCharacterSetRep(_white, _chars[i])) ++i;
+      while (i < _size && isWhite(_chars[i])) ++i;
       if (i < _size && (_chars[i] == u'"' || _chars[i] == u'\'')) i = quoted(i, _chars[i]);
     }
   }
@@ -153,12 +153,15 @@ class TagScanner {
 
   void findName(std::size_t end, std::size_t& nameStart, std::size_t& nameLength) const {
     std::size_t k = _tagStart;
-    while (k < end && !isMemberOfCharacterSetRep(_alpha, _chars[k])) ++k;
+    while (k < end && !isAlpha(_chars[k])) ++k;
     if (k == end) return;
     nameStart = k;
-    while (k < end && _chars[k] != u'/' && !isMemberOfCharacterSetRep(_white, _chars[k])) ++k;
+    while (k < end && _chars[k] != u'/' && !isWhite(_chars[k])) ++k;
     nameLength = k - nameStart;
   }
+
+  bool isAlpha(unichar c) const { return isAlphaUnit(_alpha, c); }
+  bool isWhite(unichar c) const { return isWhiteUnit(_white, c); }
 
   bool equalsFolded(std::size_t at, std::u16string_view upperWord) const {
     if (at + upperWord.size() > _size) return false;

@@ -31,6 +31,18 @@ inline constexpr std::size_t kCharacterSetRepSize = 8192;
   return (set[c >> 3] >> (c & 7)) & 1;
 }
 
+// The white and alpha bitmaps' ASCII members are fixed (U+0000, U+0003, U+0009 to U+000D
+// and the space; the 52 letters): hot loops test ASCII without the bitmap, handed to them.
+inline constexpr std::uint64_t kAsciiWhiteMask = 1u | 1u << 3 | 0x3Eu << 8 | std::uint64_t{1} << 32;
+[[nodiscard]] inline bool isWhiteUnit(CharacterSetRep white, unichar c) {
+  if (c < 64) return (kAsciiWhiteMask >> c) & 1;
+  return c >= 128 && isMemberOfCharacterSetRep(white, c);
+}
+[[nodiscard]] inline bool isAlphaUnit(CharacterSetRep alpha, unichar c) {
+  if (c < 128) return static_cast<unichar>((c | 0x20) - u'a') < 26;
+  return isMemberOfCharacterSetRep(alpha, c);
+}
+
 [[nodiscard]] CharacterSetRep emptyCharacterSetRep();
 [[nodiscard]] CharacterSetRep spaceCharacterSetRep();
 [[nodiscard]] CharacterSetRep whiteCharacterSetRep();

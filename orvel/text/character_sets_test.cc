@@ -69,11 +69,16 @@ TEST(CharacterSetsTest, WhiteSpaceIncludesLineBreaksAndTheDeliberateExtras) {
                                            });
 }
 
-// Code that tests ASCII without the bitmap (the HTML-to-text conversion) relies on this.
-TEST(CharacterSetsTest, AsciiWhiteSpaceIsExactlyNulEndOfTextControlsAndSpace) {
-  for (unichar c = 0; c < 128; ++c) {
-    const bool expected = c == 0 || c == 3 || (c >= 9 && c <= 13) || c == u' ';
-    EXPECT_EQ(isMemberOfCharacterSetRep(whiteCharacterSetRep(), c), expected) << int{c};
+// The ASCII shortcuts of isWhiteUnit and isAlphaUnit agree with the bitmaps everywhere.
+TEST(CharacterSetsTest, AsciiShortcutsAgreeWithTheBitmaps) {
+  for (unsigned c = 0; c <= 0xFFFF; ++c) {
+    const auto unit = static_cast<unichar>(c);
+    ASSERT_EQ(isWhiteUnit(whiteCharacterSetRep(), unit),
+              isMemberOfCharacterSetRep(whiteCharacterSetRep(), unit))
+        << c;
+    ASSERT_EQ(isAlphaUnit(alphaCharacterSetRep(), unit),
+              isMemberOfCharacterSetRep(alphaCharacterSetRep(), unit))
+        << c;
   }
 }
 

@@ -60,13 +60,7 @@ struct PlainTextState {
   CharacterSetRep white = whiteCharacterSetRep();
   CharacterSetRep space = spaceCharacterSetRep();
 
-  // ASCII white space is U+0000, U+0003, U+0009 to U+000D and the space (see the bitmap's
-  // definition); only other units need the bitmap.
-  static constexpr std::uint64_t kAsciiWhite = 1u | 1u << 3 | 0x3Eu << 8 | std::uint64_t{1} << 32;
-  [[nodiscard]] bool isWhite(unichar c) const {
-    if (c < 64) return (kAsciiWhite >> c) & 1;
-    return c >= 128 && isMemberOfCharacterSetRep(white, c);
-  }
+  [[nodiscard]] bool isWhite(unichar c) const { return isWhiteUnit(white, c); }
   [[nodiscard]] bool isSpacing(unichar c) const { return isMemberOfCharacterSetRep(space, c); }
   [[nodiscard]] bool outputEmpty() const { return output == outputStart; }
   // True for an empty output too: no space is ever written first.

@@ -112,46 +112,41 @@ namespace orvel::internal {
   return k;
 }
 
-// The first index in [from, to) whose unit is no printable ASCII character ("!" to "~"),
-// or `to`: a run of such units holds no white space and no markup.
-[[nodiscard]] inline std::size_t findNonGraphicAscii(const unichar* units, std::size_t from,
-                                                     std::size_t to) {
+// Copies units from `from` while they are printable ASCII or single spaces (a space after a
+// space, or first when previousIsWhite, stops it), into out; answers where the first unit
+// not copied is (or `to`). Text collapsed this way is copied as it stands, so prose goes
+// through eight units a step whatever its word lengths. Eight units are stored at a time:
+// out must have room for 8 units past what is copied.
+[[nodiscard]] inline std::size_t copySingleSpacedAscii(const unichar* units, std::size_t from,
+                                                       std::size_t to, unichar* out,
+                                                       bool previousIsWhite) {
   std::size_t k = from;
+  bool previousSpace = previousIsWhite;
 #if defined(__SSE2__)
-  // Signed comparisons: units from U+8000 count as below "!", which is what is wanted.
-  const __m128i low = _mm_set1_epi16(0x21);
+  const __m128i space = _mm_set1_epi16(0x20);
   const __m128i high = _mm_set1_epi16(0x7E);
-  for (; k + 8 <= to; k += 8) {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k));
-    const __m128i outside = _mm_or_si128(_mm_cmplt_epi16(v, low), _mm_cmpgt_epi16(v, high));
-    if (const int mask = _mm_movemask_epi8(outside); mask != 0) {
-      return k + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
-    }
-  }
-#endif
-  while (k < to && units[k] >= 0x21 && units[k] <= 0x7E) ++k;
-  return k;
-}
-
-// Copies units from `from` while they are printable ASCII, into out; answers where the first
-// other unit is (or `to`). Eight units are stored at a time, so out must have room for 8
-// units past what is copied.
-[[nodiscard]] inline std::size_t copyGraphicAscii(const unichar* units, std::size_t from,
-                                                  std::size_t to, unichar* out) {
-  std::size_t k = from;
-#if defined(__SSE2__)
-  const __m128i low = _mm_set1_epi16(0x21);
-  const __m128i high = _mm_set1_epi16(0x7E);
+  const __m128i firstLane = _mm_setr_epi16(-1, 0, 0, 0, 0, 0, 0, 0);
   for (; k + 8 <= to; k += 8) {
     const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + k));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out + (k - from)), v);
-    const __m128i outside = _mm_or_si128(_mm_cmplt_epi16(v, low), _mm_cmpgt_epi16(v, high));
-    if (const int mask = _mm_movemask_epi8(outside); mask != 0) {
+    // Signed comparisons: units from U+8000 count as below the space, which is wanted.
+    const __m128i outside = _mm_or_si128(_mm_cmplt_epi16(v, space), _mm_cmpgt_epi16(v, high));
+    const __m128i spaces = _mm_cmpeq_epi16(v, space);
+    __m128i afterSpace = _mm_slli_si128(spaces, 2);
+    if (previousSpace) afterSpace = _mm_or_si128(afterSpace, firstLane);
+    const __m128i stop = _mm_or_si128(outside, _mm_and_si128(spaces, afterSpace));
+    if (const int mask = _mm_movemask_epi8(stop); mask != 0) {
       return k + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(mask))) / 2;
     }
+    previousSpace = units[k + 7] == u' ';
   }
 #endif
-  for (; k < to && units[k] >= 0x21 && units[k] <= 0x7E; ++k) out[k - from] = units[k];
+  for (; k < to; ++k) {
+    const unichar unit = units[k];
+    if (unit < 0x20 || unit > 0x7E || (unit == u' ' && previousSpace)) break;
+    out[k - from] = unit;
+    previousSpace = unit == u' ';
+  }
   return k;
 }
 
