@@ -146,11 +146,31 @@ std::optional<std::size_t> decodeSlice(std::string_view slice, char16_t* out, bo
   return written;
 }
 
+// The number of bytes a sequence that starts with `lead` is meant to have: 1 for ASCII and
+// for bytes that start none.
+std::size_t intendedLength(std::uint8_t lead) {
+  if (lead >= 0xC2 && lead <= 0xDF) return 2;
+  if (lead >= 0xE0 && lead <= 0xEF) return 3;
+  if (lead >= 0xF0 && lead <= 0xF4) return 4;
+  return 1;
+}
+
+// Where to end a slice near `end` so that no sequence is cut: before the lead byte of a
+// sequence that would reach `end` or beyond, found at most three bytes back (a sequence is
+// at most four bytes long); else at `end` itself, which then starts a new sequence or is a
+// stray trail byte.
+std::size_t sliceEnd(std::string_view utf8, std::size_t end) {
+  std::size_t lead = end;
+  while (lead + 3 > end && U8_IS_TRAIL(static_cast<std::uint8_t>(utf8[lead]))) --lead;
+  const auto byte = static_cast<std::uint8_t>(utf8[lead]);
+  if (!U8_IS_TRAIL(byte) && lead < end && lead + intendedLength(byte) > end) return lead;
+  return end;
+}
+
 // Decodes the text slice by slice through a buffer that stays in the cache, appending each
-// to `out`: the string is written once, never zero-filled first. A slice ends before a
-// byte that starts a sequence (or stands alone): no sequence is cut, and ICU delimits
-// ill-formed ones in a slice as it would in the whole. Answers the offset of the region
-// that failed, or nullopt.
+// to `out`: the string is written once, never zero-filled first. No slice cuts a sequence
+// (sliceEnd), so ICU delimits ill-formed ones in a slice as it would in the whole. Answers the
+// offset of the region that failed, or nullopt.
 std::optional<std::size_t> decodePieces(std::string_view utf8, std::u16string& out, bool lenient) {
   constexpr std::size_t kSlice = 4096;
   char16_t buffer[kSlice];
@@ -159,12 +179,7 @@ std::optional<std::size_t> decodePieces(std::string_view utf8, std::u16string& o
   std::size_t read = 0;
   while (read < utf8.size()) {
     std::size_t take = std::min(kSlice, utf8.size() - read);
-    // Back over at most three trail bytes: a fourth cannot continue the same sequence.
-    for (int back = 0; back < 3 && read + take < utf8.size() && take > 1 &&
-                       U8_IS_TRAIL(static_cast<std::uint8_t>(utf8[read + take]));
-         ++back) {
-      --take;
-    }
+    if (read + take < utf8.size()) take = sliceEnd(utf8, read + take) - read;
     std::size_t failedAt = 0;
     const auto units = decodeSlice(utf8.substr(read, take), buffer, lenient, &failedAt);
     if (!units) return read + failedAt;

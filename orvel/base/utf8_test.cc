@@ -4,6 +4,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unicode/ustring.h>
 
 namespace orvel {
 namespace {
@@ -77,6 +78,30 @@ TEST(Utf8Test, LenientDecodingReplacesIllFormedSequences) {
                                "b\xC3(c\xE2\x82"),
             u"a\uFFFDb\uFFFD(c\uFFFD");
   EXPECT_EQ(utf8ToUtf16Lenient("caf\xC3\xA9"), u"caf\u00E9");
+}
+
+// Long texts are decoded in slices of a few kilobytes: wherever a boundary falls, in a
+// sequence, after stray trail bytes or in an ill-formed one, the answer is ICU's over the
+// whole input.
+TEST(Utf8Test, SliceBoundariesChangeNothing) {
+  const std::string pieces[] = {
+      "\xC3\xA9",     "\xE2\x82\xAC", "\xF0\x9D\x84\x9E", "\xCA\xD5\x82\x82\x82\x82",
+      "\xE0\x80\xBF", "\xF4\x90\x80", "\xED\xA0\x80",     "\xC0\xAF",
+      "\xE2\x82",     "\xFF"};
+  for (const std::string& piece : pieces) {
+    for (std::size_t before = 4080; before <= 4100; ++before) {
+      const std::string bytes = std::string(before, 'a') + piece + piece + "z";
+      std::u16string whole(bytes.size(), u'\0');
+      int32_t units = 0;
+      UErrorCode status = U_ZERO_ERROR;
+      u_strFromUTF8WithSub(reinterpret_cast<UChar*>(whole.data()),
+                           static_cast<int32_t>(bytes.size()), &units, bytes.data(),
+                           static_cast<int32_t>(bytes.size()), 0xFFFD, nullptr, &status);
+      whole.resize(static_cast<std::size_t>(units));
+      ASSERT_EQ(utf8ToUtf16Lenient(bytes), whole) << before;
+      ASSERT_EQ(utf8ToUtf16(bytes).has_value(), isValidUtf8(bytes)) << before;
+    }
+  }
 }
 
 TEST(Utf8Test, UnpairedSurrogatesBecomeReplacementCharacters) {

@@ -1,7 +1,9 @@
-// Conventions of this file: `i` is the unit looked at; each unit is looked at once, except
-// that the body of a script or style element is searched for its closing tag. `kind` is
-// the piece being read (0 while in text). A piece ends at a ">" that its kind accepts;
-// then the handler runs and the next text starts after the ">".
+// Conventions of this file: `i` is the unit looked at. Between the units that can change
+// the state (a "<" in text; "=", ">" and a value's quotes in a tag; ">" in a comment or
+// section) the text is passed over eight or sixteen units a step; the body of a script or
+// style element is searched for its closing tag. `kind` is the piece being read (0 while in
+// text). A piece ends at a ">" that its kind accepts; then the handler runs and the next
+// text starts after the ">".
 #include "orvel/markup/tag_scanner.h"
 
 #include <string>
@@ -120,19 +122,19 @@ class TagScanner {
     _equalsSeen = false;
   }
 
-  // Whether the ">" at i ends the piece being read.
+  // Whether the ">" at i ends the comment or section being read. (In a tag every ">"
+  // reached ends it: quoted values are passed over whole.)
   bool endsPiece(std::size_t i) const {
     const auto before = [&](std::size_t back, unichar c) {
       return i >= back && _chars[i - back] == c;
     };
     switch (_kind) {
-      case kTagKindTag: return !_doubleQuoted && !_singleQuoted;
       case kTagKindSection:
         return before(1, u']') || (before(3, u']') && before(2, u'-') && before(1, u'-'));
       case kTagKindComment:
         if (before(1, u'-')) return _singleDash || before(2, u'-');
         return before(1, u'!') && !_singleDash && before(3, u'-') && before(2, u'-');
-      default: return false;  // text
+      default: return false;
     }
   }
 

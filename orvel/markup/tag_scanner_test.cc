@@ -54,6 +54,14 @@ TEST(TagScannerTest, QuotesOpenOnlyAfterAnEqualsSign) {
               ElementsAre("1 a [<a title=\"x>y\" href=z>] ", "0 - [] t"));
   EXPECT_THAT(scan(u"<a b\"c>d"), ElementsAre("1 a [<a b\"c>] ", "0 - [] d"));
   EXPECT_THAT(scan(u"<a t='it\"s'>d"), ElementsAre("1 a [<a t='it\"s'>] ", "0 - [] d"));
+  // An "=" keeps its power over white space and other units until a quote comes.
+  EXPECT_THAT(scan(u"<a t= x \"y>z\">w"), ElementsAre("1 a [<a t= x \"y>z\">] ", "0 - [] w"));
+  EXPECT_THAT(scan(u"<a t = 'y>z'>w"), ElementsAre("1 a [<a t = 'y>z'>] ", "0 - [] w"));
+  // After a value closes, a quote needs a new "=".
+  EXPECT_THAT(scan(u"<a t=\"1\" \"x>y\">"), ElementsAre("1 a [<a t=\"1\" \"x>] ", "0 - [] y\">"));
+  // A value never closed holds the rest: the tag is unfinished, and belongs to the text.
+  EXPECT_THAT(scan(u"x<a t=\"y>z"), ElementsAre("0 - [] x<a t=\"y>z"));
+  EXPECT_THAT(scan(u"<a t=\"\">b"), ElementsAre("1 a [<a t=\"\">] ", "0 - [] b"));
 }
 
 TEST(TagScannerTest, CommentsAndSectionsEndTheirOwnWay) {
