@@ -47,21 +47,20 @@ std::u16string convertHtml2PlainText(std::u16string&& html, const Html2TextOptio
   static_cast<void>(initLowerCharsTable());
   static_cast<void>(initUmlautsCharsTable());
   if (didRemoveJunk != nullptr) *didRemoveJunk = false;
+  if (html.empty()) return std::move(html);
   // Not zeroed: only what the handlers write is read.
   const std::unique_ptr<unichar[]> buffer(new (std::nothrow) unichar[outputCapacity(html.size())]);
   if (!buffer) return std::move(html);
-  const TagHandler handler =
-      options.simplified ? internal::simplePlainTextHandler : internal::plainTextHandler;
   // The handlers decode runs of text in place: they are handed this string's own units,
   // which it may change. Nothing is changed before text inside the body is met, so a
   // document without body text is still as it came for the second scan, or for returning.
   PlainTextState state =
       freshState(options, buffer.get(), options.onlyBody ? 0 : internal::kWholeDocumentDepth);
-  const bool scanned = parseXmlWithHandler(html, handler, &state, false);
-  if (options.onlyBody && scanned && !sawBodyContent(state)) {
+  internal::scanForPlainText(html, state);
+  if (options.onlyBody && !sawBodyContent(state)) {
     // No body: the document is converted whole.
     state = freshState(options, buffer.get(), internal::kWholeDocumentDepth);
-    parseXmlWithHandler(html, handler, &state, false);
+    internal::scanForPlainText(html, state);
   }
   if (!sawBodyContent(state)) return std::move(html);
   if (didRemoveJunk != nullptr) *didRemoveJunk = state.junkFound;

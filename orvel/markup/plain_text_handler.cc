@@ -7,6 +7,7 @@
 
 #include "orvel/markup/entities.h"
 #include "orvel/markup/internal/plain_text_state.h"
+#include "orvel/markup/internal/tag_scanner_pass.h"
 #include "orvel/markup/internal/unit_scan.h"
 #include "orvel/markup/tag_attributes.h"
 #include "orvel/text/conversion_tables.h"
@@ -564,6 +565,26 @@ bool simplePlainTextHandler(std::u16string_view, const unichar* characters, std:
     state.bodyDepth += piece.opening ? 1 : -1;
   }
   return false;
+}
+
+void scanForPlainText(std::u16string_view html, PlainTextState& state) {
+  // The handlers called directly, where the compiler can see them, rather than through a
+  // pointer: the same protocol, at less cost per piece.
+  const auto run = [&](auto handler) {
+    auto call = [&state, handler](std::u16string_view string, const unichar* characters,
+                                  std::size_t nameStart, std::size_t nameLength,
+                                  std::size_t tagStart, std::size_t tagLength,
+                                  std::size_t textStart, int kind) {
+      return handler(string, characters, nameStart, nameLength, tagStart, tagLength, textStart,
+                     kind, &state);
+    };
+    scanTags(html, html.data(), call);
+  };
+  if (state.options.simplified) {
+    run(simplePlainTextHandler);
+  } else {
+    run(plainTextHandler);
+  }
 }
 
 }  // namespace orvel::internal

@@ -91,6 +91,10 @@ unichar* appendRangeToPlainText(PlainTextState& state, unichar* characters, std:
 [[nodiscard]] bool isJunkText(unichar* characters, std::size_t start, std::size_t length,
                               const Html2TextOptions& options);
 
+// Runs the scanner over the page with the handler the options choose (the simple one for
+// `simplified`); the page's units may be changed.
+void scanForPlainText(std::u16string_view html, PlainTextState& state);
+
 // The two handlers; the context is a PlainTextState.
 bool plainTextHandler(std::u16string_view string, const unichar* characters, std::size_t nameStart,
                       std::size_t nameLength, std::size_t tagStart, std::size_t tagLength,
