@@ -1,8 +1,13 @@
 #include "orvel/url/url.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 #include <uriparser/Uri.h>
 
 #include "orvel/base/utf8.h"
+#include "orvel/text/character_sets.h"
+#include "orvel/url/link_cleaning.h"
 
 namespace orvel {
 namespace {
@@ -69,6 +74,58 @@ URL URL::fileURLWithPath(const std::filesystem::path& path) {
   url._scheme = u"file";
   url._path = escaped;
   return url;
+}
+
+std::optional<URL> URL::URLWithStringOrPath(std::u16string_view text) {
+  if (text.empty()) return std::nullopt;
+  if (text.front() == u'/' || text.front() == u'~') {
+    std::string path = utf16ToUtf8(text);
+    if (path.front() == '~') {
+      const char* home = std::getenv("HOME");
+      path = std::string(home != nullptr ? home : "") + path.substr(1);
+    }
+    return fileURLWithPath(path);
+  }
+  return URLWithString(text);
+}
+
+std::optional<URL> URL::URLWithNormalizedStringURL(std::u16string_view text,
+                                                   NSStringEncoding encoding) {
+  if (text.empty()) return std::nullopt;
+  if (auto url = URLWithStringOrPath(text)) return url;
+  const auto startsWithNoCase = [&](std::u16string_view prefix) {
+    return text.size() >= prefix.size() &&
+           std::equal(prefix.begin(), prefix.end(), text.begin(), [](char16_t p, char16_t c) {
+             return p == (c >= u'A' && c <= u'Z' ? c + 32 : c);
+           });
+  };
+  if (startsWithNoCase(u"mailto:") || startsWithNoCase(u"message:")) return std::nullopt;
+  std::u16string unescaped(text);
+  if (unescaped.find(u'"') != std::u16string::npos) {
+    for (std::size_t at = unescaped.find(u"%22"); at != std::u16string::npos;
+         at = unescaped.find(u"%22", at + 1)) {
+      unescaped.replace(at, 3, u"\"");
+    }
+  }
+  const auto escaped = stringByAddingPercentEscapesToURL(unescaped, encoding);
+  if (!escaped) return std::nullopt;
+  return URLWithStringOrPath(*escaped);
+}
+
+bool URL::isRemoteWebKitURL() const {
+  std::u16string scheme = _scheme;
+  for (char16_t& c : scheme) {
+    if (c >= u'A' && c <= u'Z') c += 32;
+  }
+  const bool fileTransfer = fileTransferSchemesEnabled();
+  const bool remote =
+      scheme == u"https" || scheme == u"http" || scheme == u"feed" ||
+      (fileTransfer && (scheme == u"ftps" || scheme == u"sftp" || scheme == u"ftp"));
+  if (!remote || _host.empty()) return false;
+  const bool alphaNum = std::any_of(_host.begin(), _host.end(), [](char16_t c) {
+    return isMemberOfCharacterSetRep(alphaNumCharacterSetRep(), c);
+  });
+  return alphaNum && _host.find(u"...") == std::u16string::npos;
 }
 
 }  // namespace orvel

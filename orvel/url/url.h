@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "orvel/text/cf_encodings.h"
+
 namespace orvel {
 
 class URL {
@@ -18,6 +20,13 @@ class URL {
   // A file URL for a path: "file://" and the path with the characters a URL path may not
   // hold percent-escaped; a relative path is taken from the current folder.
   [[nodiscard]] static URL fileURLWithPath(const std::filesystem::path& path);
+  // A file URL for a string starting with "/" or "~" (a path), else URLWithString.
+  [[nodiscard]] static std::optional<URL> URLWithStringOrPath(std::u16string_view text);
+  // A URL from a cleaned link (normalizedStringURL): as it is when it parses; mail and
+  // message links give none; otherwise with "%22" back to quotes and then percent-escaped
+  // in `encoding` (UTF-8 by default) where a URL may not hold a character.
+  [[nodiscard]] static std::optional<URL> URLWithNormalizedStringURL(
+      std::u16string_view text, NSStringEncoding encoding = NSUTF8StringEncoding);
 
   [[nodiscard]] const std::u16string& absoluteString() const { return _absoluteString; }
   // The parts, as written (not percent-decoded); empty when absent.
@@ -25,6 +34,9 @@ class URL {
   [[nodiscard]] const std::u16string& host() const { return _host; }
   [[nodiscard]] const std::u16string& path() const { return _path; }
   [[nodiscard]] bool isFileURL() const { return _scheme == u"file"; }
+  // A remote web address: scheme http, https or feed (ftp, ftps and sftp too when
+  // fileTransferSchemesEnabled()), and a host with a letter or digit and without "...".
+  [[nodiscard]] bool isRemoteWebKitURL() const;
 
   friend bool operator==(const URL& a, const URL& b) {
     return a._absoluteString == b._absoluteString;
