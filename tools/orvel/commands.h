@@ -28,4 +28,7 @@ void registerMarkupCommands(CLI::App& app, int& status);
 // html (text, strip, pieces, charset).
 void registerHtmlCommands(CLI::App& app);
 
+// url (clean, rel, filter, remote).
+void registerUrlCommands(CLI::App& app);
+
 }  // namespace orvel::cli
