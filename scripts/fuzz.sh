@@ -25,7 +25,7 @@ mkdir -p "$work" "fuzz/corpus/$target"
 # The markup targets also start from the saved web pages beside the project (read only).
 seeds=("fuzz/corpus/$target")
 case "$target" in
-  html_text | tag_scanner | web_page)
+  html_text | page_links | tag_scanner | web_page)
     [ -d ../shared/testdata/html ] && seeds+=(../shared/testdata/html/article-extraction-benchmark)
     ;;
 esac
