@@ -322,6 +322,14 @@ void countAnchorOrHeading(PlainTextState& state, const Piece& piece) {
   }
 }
 
+// With googleTags, a comment switches the indexing bits.
+void readIndexingComment(PlainTextState& state, const Piece& piece) {
+  if (state.options.googleTags && piece.kind == kTagKindComment) {
+    state.googleBits =
+        googleBits(piece.characters, piece.tagStart, piece.tagLength, state.googleBits);
+  }
+}
+
 // Before the body only the tags that open or close it matter, and indexing comments.
 void handleOutsideBody(PlainTextState& state, const Piece& piece) {
   switch (piece.tag) {
@@ -334,11 +342,7 @@ void handleOutsideBody(PlainTextState& state, const Piece& piece) {
       break;
     case Tag::kNoframes:
     case Tag::kNoscript: enterOrLeaveFallback(state, piece); break;
-    default:
-      if (state.options.googleTags && piece.kind == kTagKindComment) {
-        state.googleBits =
-            googleBits(piece.characters, piece.tagStart, piece.tagLength, state.googleBits);
-      }
+    default: readIndexingComment(state, piece);
   }
 }
 
@@ -531,9 +535,7 @@ bool plainTextHandler(std::u16string_view, const unichar* characters, std::size_
   state.seenBodyContent = true;
   writeTextBefore(state, piece);
   if (!piece.named) {
-    if (state.options.googleTags && kind == kTagKindComment) {
-      state.googleBits = googleBits(characters, tagStart, tagLength, state.googleBits);
-    }
+    readIndexingComment(state, piece);
     return false;
   }
   writeLineStructure(state, piece);

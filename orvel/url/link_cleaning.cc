@@ -226,6 +226,9 @@ bool isJavaScriptStringURL(std::u16string_view link) {
 bool isAppleScriptStringURL(std::u16string_view link) {
   return startsWithNoCase(link, "applescript:");
 }
+bool isMailStringURL(std::u16string_view link) {
+  return startsWithAnyNoCase(link, {"mailto:", "message:"});
+}
 
 std::size_t convertPercentEscapesOfURL(unichar* units, std::size_t length) {
   std::size_t read = 0, written = 0;

@@ -54,6 +54,7 @@ void setFileTransferSchemesEnabled(bool enabled);
 [[nodiscard]] bool isAboutStringURL(std::u16string_view link);        // about:
 [[nodiscard]] bool isJavaScriptStringURL(std::u16string_view link);   // javascript:
 [[nodiscard]] bool isAppleScriptStringURL(std::u16string_view link);  // applescript:
+[[nodiscard]] bool isMailStringURL(std::u16string_view link);         // mailto: message:
 
 // Decodes percent escapes in place: each run of escapes that spells well-formed UTF-8
 // becomes its characters; escapes that do not stay as written. Answers the new length.

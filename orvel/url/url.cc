@@ -93,13 +93,7 @@ std::optional<URL> URL::URLWithNormalizedStringURL(std::u16string_view text,
                                                    NSStringEncoding encoding) {
   if (text.empty()) return std::nullopt;
   if (auto url = URLWithStringOrPath(text)) return url;
-  const auto startsWithNoCase = [&](std::u16string_view prefix) {
-    return text.size() >= prefix.size() &&
-           std::equal(prefix.begin(), prefix.end(), text.begin(), [](char16_t p, char16_t c) {
-             return p == (c >= u'A' && c <= u'Z' ? c + 32 : c);
-           });
-  };
-  if (startsWithNoCase(u"mailto:") || startsWithNoCase(u"message:")) return std::nullopt;
+  if (isMailStringURL(text)) return std::nullopt;
   std::u16string unescaped(text);
   if (unescaped.find(u'"') != std::u16string::npos) {
     for (std::size_t at = unescaped.find(u"%22"); at != std::u16string::npos;
