@@ -111,5 +111,22 @@ TEST(LinkCleaningTest, UrlsFromCleanedLinks) {
   EXPECT_EQ(stringByAddingPercentEscapesToURL(u"/\U0001F600"), u"/%F0%9F%98%80");
 }
 
+TEST(LinkCleaningTest, ReferencesResolveAgainstABase) {
+  const auto base = URL::URLWithString(u"http://h.example/a/b/page.html?q=1");
+  ASSERT_TRUE(base);
+  const auto resolve = [&](std::u16string_view link) {
+    const auto url = URL::URLWithStringRelativeToURL(link, *base);
+    return url ? url->absoluteString() : u"(none)";
+  };
+  EXPECT_EQ(resolve(u"/x/y"), u"http://h.example/x/y");
+  EXPECT_EQ(resolve(u"c.html"), u"http://h.example/a/b/c.html");
+  EXPECT_EQ(resolve(u"../c"), u"http://h.example/a/c");
+  EXPECT_EQ(resolve(u"//other.example/z"), u"http://other.example/z");
+  EXPECT_EQ(resolve(u"#top"), u"http://h.example/a/b/page.html?q=1#top");
+  EXPECT_EQ(resolve(u"https://s.example/"), u"https://s.example/");
+  EXPECT_EQ(resolve(u"a b"), u"(none)");
+  EXPECT_EQ(URL::URLWithStringRelativeToURL(u"/x", *base)->host(), u"h.example");
+}
+
 }  // namespace
 }  // namespace orvel

@@ -36,23 +36,64 @@ bool keptInPath(unsigned char c) {
 
 }  // namespace
 
-std::optional<URL> URL::URLWithString(std::u16string_view text) {
+namespace {
+
+// The text as ASCII, or nullopt when a unit is not (a URL reference never holds one).
+std::optional<std::string> asciiOf(std::u16string_view text) {
   if (text.empty()) return std::nullopt;
   for (char16_t unit : text) {
     if (unit >= 0x80) return std::nullopt;
   }
-  const std::string ascii(text.begin(), text.end());
-  UriUriA uri;
+  return std::string(text.begin(), text.end());
+}
+
+// Parses a reference; the caller frees the members when true.
+bool parseReference(const std::string& ascii, UriUriA& uri) {
   const char* errorPosition = nullptr;
-  if (uriParseSingleUriA(&uri, ascii.c_str(), &errorPosition) != URI_SUCCESS) {
-    return std::nullopt;
-  }
+  return uriParseSingleUriA(&uri, ascii.c_str(), &errorPosition) == URI_SUCCESS;
+}
+
+}  // namespace
+
+URL URL::fromParsed(std::u16string absoluteString, const UriUriA& uri) {
   URL url;
-  url._absoluteString = std::u16string(text);
+  url._absoluteString = std::move(absoluteString);
   url._scheme = textOf(uri.scheme);
   url._host = textOf(uri.hostText);
   url._path = pathOf(uri);
+  return url;
+}
+
+std::optional<URL> URL::URLWithString(std::u16string_view text) {
+  const auto ascii = asciiOf(text);
+  UriUriA uri;
+  if (!ascii || !parseReference(*ascii, uri)) return std::nullopt;
+  URL url = fromParsed(std::u16string(text), uri);
   uriFreeUriMembersA(&uri);
+  return url;
+}
+
+std::optional<URL> URL::URLWithStringRelativeToURL(std::u16string_view text, const URL& base) {
+  const auto ascii = asciiOf(text);
+  const auto baseAscii = asciiOf(base._absoluteString);
+  UriUriA reference, baseUri, resolved;
+  if (!ascii || !baseAscii || !parseReference(*ascii, reference)) return std::nullopt;
+  std::optional<URL> url;
+  if (parseReference(*baseAscii, baseUri)) {
+    if (uriAddBaseUriA(&resolved, &reference, &baseUri) == URI_SUCCESS) {
+      int length = 0;
+      if (uriToStringCharsRequiredA(&resolved, &length) == URI_SUCCESS) {
+        std::string written(static_cast<std::size_t>(length) + 1, '\0');
+        if (uriToStringA(written.data(), &resolved, length + 1, nullptr) == URI_SUCCESS) {
+          written.resize(static_cast<std::size_t>(length));
+          url = fromParsed(std::u16string(written.begin(), written.end()), resolved);
+        }
+      }
+      uriFreeUriMembersA(&resolved);
+    }
+    uriFreeUriMembersA(&baseUri);
+  }
+  uriFreeUriMembersA(&reference);
   return url;
 }
 

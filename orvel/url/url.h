@@ -10,6 +10,8 @@
 
 #include "orvel/text/cf_encodings.h"
 
+struct UriUriStructA;
+
 namespace orvel {
 
 class URL {
@@ -28,6 +30,11 @@ class URL {
   [[nodiscard]] static std::optional<URL> URLWithNormalizedStringURL(
       std::u16string_view text, NSStringEncoding encoding = NSUTF8StringEncoding);
 
+  // A reference resolved against a base URL by RFC 3986 (section 5.2): "/b" against
+  // "http://h/a/x" is "http://h/b", "c" is "http://h/a/c"; nullopt when either is no URL.
+  [[nodiscard]] static std::optional<URL> URLWithStringRelativeToURL(std::u16string_view text,
+                                                                     const URL& base);
+
   [[nodiscard]] const std::u16string& absoluteString() const { return _absoluteString; }
   // The parts, as written (not percent-decoded); empty when absent.
   [[nodiscard]] const std::u16string& scheme() const { return _scheme; }
@@ -44,6 +51,7 @@ class URL {
 
  private:
   URL() = default;
+  static URL fromParsed(std::u16string absoluteString, const UriUriStructA& uri);
 
   std::u16string _absoluteString;
   std::u16string _scheme;

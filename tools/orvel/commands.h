@@ -25,8 +25,11 @@ void registerStorageCommands(CLI::App& app, int& status);
 // entities (decode, encode), charset.
 void registerMarkupCommands(CLI::App& app, int& status);
 
-// html (text, strip, pieces, charset).
+// html (text, strip, links, pieces, charset).
 void registerHtmlCommands(CLI::App& app);
+
+// feed (items, html).
+void registerFeedCommands(CLI::App& app);
 
 // url (clean, rel, filter, remote).
 void registerUrlCommands(CLI::App& app);

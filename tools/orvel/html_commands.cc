@@ -1,11 +1,16 @@
-// html: reading saved web pages. text: the readable text; strip: markup removed; pieces:
-// the tag scanner's view, for debugging pages; charset: how the page's encoding was found.
+// html: reading saved web pages. text: the readable text; strip: markup removed; links: the
+// links (and frames) a crawler follows, or everything it reads in that pass as JSON;
+// pieces: the tag scanner's view, for debugging pages; charset: how the page's encoding was
+// found.
 // Every page is read from its bytes in its own encoding (the byte-order mark, the declared
 // charset, else UTF-8 or Windows Latin 1); the output is UTF-8.
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "orvel/base/utf8.h"
 #include "orvel/markup/html_to_text.h"
@@ -13,6 +18,7 @@
 #include "orvel/markup/tag_stripping.h"
 #include "orvel/markup/web_page.h"
 #include "orvel/text/cf_encodings.h"
+#include "orvel/url/page_links.h"
 
 #include "tools/orvel/command_support.h"
 #include "tools/orvel/commands.h"
@@ -121,6 +127,79 @@ void registerStrip(CLI::App& html) {
   });
 }
 
+nlohmann::json jsonOf(const std::optional<std::u16string>& text) {
+  return text ? nlohmann::json(utf8(*text)) : nlohmann::json(nullptr);
+}
+
+nlohmann::json jsonOf(const std::vector<std::u16string>& texts) {
+  nlohmann::json array = nlohmann::json::array();
+  for (const std::u16string& text : texts) array.push_back(utf8(text));
+  return array;
+}
+
+// Everything the crawler's pass reads: the links (as asked), the frames and the head fields.
+std::string pageLinksJson(std::u16string_view page, const std::vector<std::u16string>& links) {
+  std::optional<URL> base;
+  PageFields fields;
+  fields.wantFavIcon = fields.wantTitle = fields.wantRefresh = true;
+  fields.wantRobots = fields.wantRevisit = true;
+  const std::vector<std::u16string> frames = htmlFramesBaseURL(page, &base, &fields);
+  const nlohmann::json object = {
+      {"links", jsonOf(links)},
+      {"frames", jsonOf(frames)},
+      {"base", base ? nlohmann::json(utf8(base->absoluteString())) : nlohmann::json(nullptr)},
+      {"favicon", jsonOf(fields.favIcon)},
+      {"title", jsonOf(fields.title)},
+      {"refresh", jsonOf(fields.refresh)},
+      {"robots", fields.robots.empty() ? nlohmann::json(nullptr) : jsonOf(fields.robots)},
+      {"revisit", jsonOf(fields.revisit)},
+      {"revisitSeconds", fields.revisit ? revisitAfter(*fields.revisit) : 0.0},
+      {"isFeed", fields.isFeed}};
+  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+void registerLinks(CLI::App& html) {
+  struct Options {
+    std::string file = "-";
+    bool frames = false, noFollow = false, json = false;
+    std::optional<std::string> containing;
+  };
+  auto options = std::make_shared<Options>();
+  CLI::App* command = html.add_subcommand(
+      "links", "The links of a and area tags, cleaned, each once, in document order");
+  CLI::Option* frames =
+      command->add_flag("--frames", options->frames, "The sources of frames and iframes too");
+  command->add_option("--containing", options->containing, "Only links whose text holds TEXT")
+      ->type_name("TEXT")
+      ->excludes(frames);
+  command->add_flag("--nofollow", options->noFollow, "Leave out links marked rel=nofollow")
+      ->excludes(frames);
+  command->add_flag("--json", options->json,
+                    "One object: links, frames, base, favicon, title, refresh, robots, revisit, "
+                    "isFeed");
+  addFileOption(command, options->file);
+  command->callback([options] {
+    const std::u16string page = readPage(options->file).text;
+    std::vector<std::u16string> links;
+    if (options->frames) {
+      links = htmlLinksAndFramesBaseURL(page);
+    } else if (options->containing || options->noFollow) {
+      std::optional<std::u16string> text;
+      if (options->containing) text = decodeText(*options->containing, "--containing");
+      links = htmlLinksContaining(page, text, options->noFollow);
+    } else {
+      links = htmlLinksBaseURL(page);
+    }
+    if (options->json) {
+      writeOut(pageLinksJson(page, links));
+      return;
+    }
+    std::string out;
+    for (const std::u16string& link : links) out += utf8(link) + "\n";
+    writeOut(out);
+  });
+}
+
 constexpr const char* kKindNames[] = {"end", "tag", "comment", "section"};
 
 bool printPiece(std::u16string_view, const unichar* characters, std::size_t nameStart,
@@ -171,6 +250,7 @@ void registerHtmlCommands(CLI::App& app) {
   html->require_subcommand(1);
   registerText(*html);
   registerStrip(*html);
+  registerLinks(*html);
   registerPieces(*html);
   registerCharset(*html);
 }

@@ -32,6 +32,7 @@ int main(int argc, char** argv) {
   orvel::cli::registerStorageCommands(app, status);
   orvel::cli::registerMarkupCommands(app, status);
   orvel::cli::registerHtmlCommands(app);
+  orvel::cli::registerFeedCommands(app);
   orvel::cli::registerUrlCommands(app);
 
   try {
