@@ -11,7 +11,11 @@
 
 #include "orvel/base/utf8.h"
 #include "orvel/markup/html_to_text.h"
+#include "orvel/markup/internal/tag_names.h"
+#include "orvel/markup/tag_scanner.h"
 #include "orvel/markup/web_page.h"
+#include "orvel/text/character_sets.h"
+#include "orvel/url/feeds.h"
 
 #include "tools/orvel/command_support.h"
 
@@ -86,6 +90,33 @@ bool beginsWithMarkup(std::string_view bytes) {
   return next != std::string_view::npos && opensPage(start.substr(next));
 }
 
+// Whether the first bytes open a feed: an rss, rdf:RDF or feed tag before any html, head or
+// body tag, and before any text (a text that mentions a feed's root is no feed). Read as
+// ASCII, which every encoding a feed is written in keeps but UTF-16 and UTF-32 (those are
+// not looked for).
+bool feedRootFirst(std::u16string_view, const unichar* characters, std::size_t nameStart,
+                   std::size_t nameLength, std::size_t tagStart, std::size_t, std::size_t textStart,
+                   int kind, void* context) {
+  bool& opens = *static_cast<bool*>(context);
+  for (std::size_t at = textStart; at < tagStart; ++at) {
+    if (!isWhiteUnit(whiteCharacterSetRep(), characters[at])) return true;
+  }
+  if (kind != kTagKindTag) return false;
+  const auto named = [&](std::string_view upper) {
+    return internal::tagNameIs(characters, nameStart, nameLength, upper);
+  };
+  opens = named("RSS") || named("RDF:RDF") || named("FEED");
+  return opens || named("HTML") || named("HEAD") || named("BODY");
+}
+
+bool opensFeed(std::string_view bytes) {
+  bytes = withoutByteOrderMark(bytes);
+  const std::u16string head(bytes.begin(), bytes.begin() + std::min(bytes.size(), kTextSniffBytes));
+  bool opens = false;
+  GetTagsOfString(head, feedRootFirst, &opens, false);
+  return opens;
+}
+
 std::string invalidUtf8Reason(std::size_t offset) {
   return "not UTF-8 text (invalid byte at offset " + std::to_string(offset) + ")";
 }
@@ -115,6 +146,7 @@ std::u16string decodeDocumentText(std::string_view bytes) {
 }
 
 DocumentKind documentKind(const std::filesystem::path& path, std::string_view firstBytes) {
+  if (opensFeed(firstBytes)) return DocumentKind::kFeed;
   std::string extension = path.extension().string();
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
@@ -131,6 +163,7 @@ std::string_view documentKindName(DocumentKind kind) {
   switch (kind) {
     case DocumentKind::kMarkdown: return "markdown";
     case DocumentKind::kHtml: return "html";
+    case DocumentKind::kFeed: return "feed";
     case DocumentKind::kText: break;
   }
   return "text";
@@ -143,9 +176,31 @@ std::optional<std::string> whyNotMarkup(std::u16string_view pageText) {
   return kBinaryReason;
 }
 
+std::u16string feedSearchText(std::u16string_view feed) {
+  std::u16string text;
+  for (const FeedItem& item : getItemsOfFeed(feed)) {
+    text += item.title;
+    text += u'\n';
+    text += convertHtml2PlainText(item.content.empty() ? item.description : item.content,
+                                  Html2TextOptions{});
+    text += u"\n\n";
+  }
+  return text;
+}
+
 DocumentText documentText(std::string bytes, DocumentKind kind,
                           const std::function<bool(std::string_view)>& mayMatch) {
   DocumentText document{std::move(bytes), kind, std::nullopt, {}};
+  if (kind == DocumentKind::kFeed) {
+    std::u16string feed = webPageText(document.bytes);
+    if (whyNotMarkup(feed) || !isFeed(feed)) {
+      // Feed-like first bytes, but no feed after all: read as text.
+      document.kind = DocumentKind::kText;
+      return documentText(std::move(document.bytes), DocumentKind::kText, mayMatch);
+    }
+    document.text = feedSearchText(feed);
+    return document;
+  }
   if (kind == DocumentKind::kHtml) {
     std::u16string page = webPageText(document.bytes);
     if (auto why = whyNotMarkup(page)) {

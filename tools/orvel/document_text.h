@@ -2,7 +2,10 @@
 // as UTF-8 (a leading byte-order mark is dropped). Web pages (HTML and XHTML, by their
 // extension, or files without one whose first bytes are markup) are read in their own
 // encoding and converted to their body's plain text, which line numbers and snippets then
-// refer to. Other document types extend this one function.
+// refer to. Feeds (RSS, RDF and Atom, whatever their extension) are read in their own
+// encoding as the text of their items: each item's title on a line, then its text (content,
+// else description, as plain text), then a blank line. Other document types extend this
+// one function.
 #pragma once
 
 #include <filesystem>
@@ -13,13 +16,15 @@
 
 namespace orvel::cli {
 
-enum class DocumentKind { kText, kMarkdown, kHtml };
+enum class DocumentKind { kText, kMarkdown, kHtml, kFeed };
 
-// The kind of a document by its name, and for a name without an extension by its first
-// bytes (a few hundred are enough).
+// The kind of a document by its first bytes when they open a feed, else by its name, and
+// for a name without an extension by its first bytes (kBytesDecidingText are enough). A
+// feed by its first bytes is confirmed by its whole text: documentText answers the kind it
+// read.
 [[nodiscard]] DocumentKind documentKind(const std::filesystem::path& path,
                                         std::string_view firstBytes);
-// "text", "markdown", "html".
+// "text", "markdown", "html", "feed".
 [[nodiscard]] std::string_view documentKindName(DocumentKind kind);
 
 struct DocumentText {

@@ -79,6 +79,30 @@ TEST(HtmlStripCommandTest, ElementsTagsAndAttributes) {
                 "<p>a<script>x()</script><b>b</b><A HREF=\"u\">c</A></p>");
 }
 
+TEST(HtmlLinksCommandTest, LinksFramesAndThePageFields) {
+  const std::string html =
+      "<html><head><title>T &amp; U</title><base href=\"http://b.example/x/\">"
+      "<link rel=\"shortcut icon\" href=\"f.ico\"><meta name=robots content=noindex>"
+      "<meta name=revisit-after content=\"2 days\"></head><body><a href=\"a.html\">A page</a>"
+      "<a rel=nofollow href=\"/n\">N page</a><iframe src=\"i.html\"></iframe>"
+      "<a href=\" a.html\n\">again</a><a href=\"/other\">Other</a></body></html>";
+  expectSuccess(orvel({"html", "links"}, html), "a.html\n/n\n/other\n");
+  expectSuccess(orvel({"html", "links", "--frames"}, html), "a.html\n/n\ni.html\n/other\n");
+  expectSuccess(orvel({"html", "links", "--nofollow", "--containing", "page"}, html), "a.html\n");
+  expectSuccess(orvel({"html", "links", "--json", "--nofollow"}, html),
+                "{\"base\":\"http://b.example/x/\",\"favicon\":\"/f.ico\",\"frames\":[\"i.html\"],"
+                "\"isFeed\":false,\"links\":[\"a.html\",\"/other\"],\"refresh\":null,"
+                "\"revisit\":\"2 days\",\"revisitSeconds\":172800.0,\"robots\":\"noindex\","
+                "\"title\":\"T &amp; U\"}\n");
+  const ProgramResult both = orvel({"html", "links", "--frames", "--nofollow"}, html);
+  EXPECT_EQ(both.exitCode, 2);
+  EXPECT_EQ(both.err, "orvel: html: --frames excludes --nofollow (see 'orvel html --help')\n");
+  expectSuccess(orvel({"html", "links", "--json"}, "<rss><a href=x>"),
+                "{\"base\":null,\"favicon\":null,\"frames\":[],\"isFeed\":true,"
+                "\"links\":[\"x\"],\"refresh\":null,\"revisit\":null,\"revisitSeconds\":0.0,"
+                "\"robots\":null,\"title\":null}\n");
+}
+
 TEST(HtmlPiecesCommandTest, TheScannersView) {
   expectSuccess(orvel({"html", "pieces"}, "a<p class=x>b<!-- c -->d<![CDATA[e]]>"),
                 "tag\tp\t1+11\t0+1\n"

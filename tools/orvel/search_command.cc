@@ -121,9 +121,10 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
   try {
     DocumentReader reader(path);
     result.kind = documentKind(path, reader.readAtLeast(kBytesDecidingText));
-    // A page's words may be spelt with entities, split by tags or in another encoding:
-    // neither the byte pre-filter nor a prefix of its bytes can speak for it.
-    if (result.kind != DocumentKind::kHtml && options.filesWithMatches && query.monotone &&
+    // A page's or feed's words may be spelt with entities, split by tags or in another
+    // encoding: neither the byte pre-filter nor a prefix of its bytes can speak for it.
+    const bool markup = result.kind == DocumentKind::kHtml || result.kind == DocumentKind::kFeed;
+    if (!markup && options.filesWithMatches && query.monotone &&
         prefixMatches(reader, query, prefilter)) {
       result.matched = true;
       return result;
@@ -139,6 +140,7 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
   const DocumentText document = documentText(
       std::move(bytes), result.kind, [&](std::string_view all) { return prefilter.mayMatch(all); });
+  result.kind = document.kind;
   result.notText = document.notTextReason;
   if (!document.text) return result;
   result.matched = query.matches(*document.text);
