@@ -56,6 +56,10 @@ int runAndCompare(int argc, char** argv, const std::vector<Comparison>& comparis
     failures += !met;
     std::printf("RATE %s: %.3g %s/s (target >= %.3g) %s\n", throughput.benchmark.c_str(), rate,
                 throughput.unit.c_str(), throughput.target, met ? "ok" : "MISSED");
+    if (throughput.peerRate > 0) {
+      std::printf("RATIO %s vs %s: %.2fx\n", throughput.benchmark.c_str(), throughput.peer.c_str(),
+                  rate / throughput.peerRate);
+    }
   }
   for (const Comparison& comparison : comparisons) {
     const auto ours = reporter.seconds().find(comparison.ours);
@@ -99,6 +103,23 @@ std::u16string realText(std::size_t units) {
   text.reserve(units);
   while (text.size() < units) text.append(corpus, 0, std::min(corpus.size(), units - text.size()));
   return text;
+}
+
+std::vector<PythonPeer> runPeerCommand(const std::string& command) {
+  std::vector<PythonPeer> peers;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return peers;
+  char line[256];
+  while (std::fgets(line, sizeof line, pipe) != nullptr) {
+    char name[64];
+    double bytes = 0, seconds = 0;
+    if (std::sscanf(line, "PEER %63s %lf %lf", name, &bytes, &seconds) == 3 && seconds > 0) {
+      peers.push_back({name, bytes / seconds});
+      std::printf("PEER %s: %.3g bytes/s\n", name, bytes / seconds);
+    }
+  }
+  pclose(pipe);
+  return peers;
 }
 
 }  // namespace orvel::bench

@@ -13,11 +13,9 @@
 // Target: at least 10x the fastest of them. Also the scanner alone (a handler that does
 // nothing, over the decoded pages) against libxml2's SAX parser with empty callbacks,
 // target 5x; and entity decoding of text dense with references, in MB/s of UTF-16.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -32,54 +30,19 @@
 #include "orvel/markup/web_page.h"
 
 #include "bench/bench_support.h"
+#include "bench/html_corpus.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-std::vector<fs::path> pagePaths() {
-  std::vector<fs::path> paths;
-  for (const char* folder : {"/usr/share/doc/python3.11/html", ORVEL_SHARED_TESTDATA "/html"}) {
-    std::error_code missing;
-    for (const auto& entry : fs::recursive_directory_iterator(folder, missing)) {
-      if (entry.is_regular_file() && entry.path().extension() == ".html") {
-        paths.push_back(entry.path());
-      }
-    }
-  }
-  std::sort(paths.begin(), paths.end());
-  return paths;
-}
-
-struct Corpus {
-  std::vector<std::string> pages;
-  std::vector<std::u16string> texts;  // decoded, for the scanner alone
-  std::size_t bytes = 0;
-};
-
-const Corpus& corpus() {
-  static const Corpus loaded = [] {
-    Corpus c;
-    for (const fs::path& path : pagePaths()) {
-      std::ifstream in(path, std::ios::binary);
-      std::stringstream bytes;
-      bytes << in.rdbuf();
-      c.pages.push_back(bytes.str());
-      c.texts.push_back(orvel::webPageText(c.pages.back()));
-      c.bytes += c.pages.back().size();
-    }
-    return c;
-  }();
-  return loaded;
-}
+using orvel::bench::htmlCorpus;
 
 void countBytes(benchmark::State& state) {
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(corpus().bytes));
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(htmlCorpus().bytes));
 }
 
 void BM_orvel_html2text(benchmark::State& state) {
   for (auto _ : state) {
-    for (const std::string& page : corpus().pages) {
+    for (const std::string& page : htmlCorpus().pages) {
       benchmark::DoNotOptimize(
           orvel::convertHtml2PlainText(orvel::readWebPage(page).text, orvel::Html2TextOptions{}));
     }
@@ -102,7 +65,7 @@ constexpr int kLibxml2Options =
 
 void BM_libxml2_text(benchmark::State& state) {
   for (auto _ : state) {
-    for (const std::string& page : corpus().pages) {
+    for (const std::string& page : htmlCorpus().pages) {
       htmlDocPtr document = htmlReadMemory(page.data(), static_cast<int>(page.size()), nullptr,
                                            nullptr, kLibxml2Options);
       std::string text;
@@ -130,7 +93,7 @@ void collectText(const GumboNode* node, std::string& text) {
 
 void BM_gumbo_text(benchmark::State& state) {
   for (auto _ : state) {
-    for (const std::string& page : corpus().pages) {
+    for (const std::string& page : htmlCorpus().pages) {
       GumboOutput* output =
           gumbo_parse_with_options(&kGumboDefaultOptions, page.data(), page.size());
       std::string text;
@@ -150,7 +113,7 @@ bool ignorePiece(std::u16string_view, const orvel::unichar*, std::size_t, std::s
 
 void BM_orvel_scanner(benchmark::State& state) {
   for (auto _ : state) {
-    for (const std::u16string& text : corpus().texts) {
+    for (const std::u16string& text : htmlCorpus().texts) {
       orvel::GetTagsOfString(text, ignorePiece, nullptr, false);
     }
   }
@@ -169,7 +132,7 @@ void BM_libxml2_sax(benchmark::State& state) {
   handler.characters = ignoreCharacters;
   handler.ignorableWhitespace = ignoreCharacters;
   for (auto _ : state) {
-    for (const std::string& page : corpus().pages) {
+    for (const std::string& page : htmlCorpus().pages) {
       htmlParserCtxtPtr context =
           htmlCreateMemoryParserCtxt(page.data(), static_cast<int>(page.size()));
       if (context == nullptr) continue;
@@ -201,34 +164,13 @@ void BM_orvel_entities(benchmark::State& state) {
 }
 BENCHMARK(BM_orvel_entities)->Unit(benchmark::kMillisecond)->Repetitions(3);
 
-struct PythonPeer {
-  std::string name;
-  double bytesPerSecond;
-};
+using orvel::bench::PythonPeer;
 
 // Runs the Python peers over the same page list, in one interpreter.
 std::vector<PythonPeer> runPythonPeers() {
-  const fs::path list = fs::temp_directory_path() / "orvel-html-bench-pages.txt";
-  {
-    std::ofstream out(list);
-    for (const fs::path& path : pagePaths()) out << path.string() << "\n";
-  }
-  const std::string command =
-      "/usr/bin/python3 '" ORVEL_BENCH_DIR "/html_python_peers.py' '" + list.string() + "'";
-  std::vector<PythonPeer> peers;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return peers;
-  char line[256];
-  while (std::fgets(line, sizeof line, pipe) != nullptr) {
-    char name[64];
-    double bytes = 0, seconds = 0;
-    if (std::sscanf(line, "PEER %63s %lf %lf", name, &bytes, &seconds) == 3 && seconds > 0) {
-      peers.push_back({name, bytes / seconds});
-      std::printf("PEER %s: %.3g bytes/s\n", name, bytes / seconds);
-    }
-  }
-  pclose(pipe);
-  return peers;
+  const std::string command = "/usr/bin/python3 '" ORVEL_BENCH_DIR "/html_python_peers.py' '" +
+                              orvel::bench::writeHtmlPageList().string() + "' text";
+  return orvel::bench::runPeerCommand(command);
 }
 
 }  // namespace
@@ -238,17 +180,19 @@ int main(int argc, char** argv) {
   const std::vector<PythonPeer> python = std::getenv("ORVEL_BENCH_NO_PYTHON") != nullptr
                                              ? std::vector<PythonPeer>()
                                              : runPythonPeers();
-  double fastestPython = 0;
-  for (const PythonPeer& peer : python)
-    fastestPython = std::max(fastestPython, peer.bytesPerSecond);
-  const double bytes = static_cast<double>(corpus().bytes);
-  std::printf("corpus: %zu pages, %.1f MB\n", corpus().pages.size(), bytes / 1e6);
+  PythonPeer fastestPython{"python", 0};
+  for (const PythonPeer& peer : python) {
+    if (peer.bytesPerSecond > fastestPython.bytesPerSecond) fastestPython = peer;
+  }
+  const double bytes = static_cast<double>(htmlCorpus().bytes);
+  std::printf("corpus: %zu pages, %.1f MB\n", htmlCorpus().pages.size(), bytes / 1e6);
   const int result = orvel::bench::runAndCompare(
       argc, argv,
       {{"BM_orvel_html2text", "BM_libxml2_text", 10.0},
        {"BM_orvel_html2text", "BM_gumbo_text", 10.0},
        {"BM_orvel_scanner", "BM_libxml2_sax", 5.0}},
-      {{"BM_orvel_html2text", bytes, "bytes", 10.0 * fastestPython},
+      {{"BM_orvel_html2text", bytes, "bytes", 10.0 * fastestPython.bytesPerSecond,
+        fastestPython.name, fastestPython.bytesPerSecond},
        {"BM_orvel_scanner", bytes, "bytes", 0},
        {"BM_orvel_entities", 2.0 * static_cast<double>(referenceDenseText().size()), "bytes", 0}});
   xmlCleanupParser();

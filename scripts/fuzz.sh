@@ -28,6 +28,9 @@ case "$target" in
   html_text | page_links | tag_scanner | web_page)
     [ -d ../shared/testdata/html ] && seeds+=(../shared/testdata/html/article-extraction-benchmark)
     ;;
+  feeds)
+    [ -d ../shared/testdata/feeds ] && seeds+=(../shared/testdata/feeds/small ../shared/testdata/feeds/large)
+    ;;
 esac
 exec "build/fuzz/fuzz/${target}_fuzzer" -max_total_time="$seconds" -timeout=10 \
   -rss_limit_mb=4096 -max_len=16384 -print_final_stats=1 \

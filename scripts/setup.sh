@@ -15,6 +15,7 @@ packages=(
   libxml2-dev libgumbo-dev                       # peers of the HTML benchmarks (C parsers)
   python3-html2text python3-bs4 python3-lxml     #   and the Python converters users pick
   python3.11-doc                                 # the HTML corpus of those benchmarks
+  python3-feedparser                             # peer of the feed benchmark and agreement test
 )
 
 missing=()
