@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds the orvel program and runs its main job, a search of the documents in
-# examples/ (text, Markdown notes and web pages in six encodings), then a few of its other
-# commands.
+# examples/ (text, Markdown notes, web pages in six encodings and feeds), then a few of its
+# other commands.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -23,6 +23,15 @@ echo "== orvel search --wildcard '*図書館* OR *图书馆*' examples/pages"
 "$orvel" search --wildcard '*図書館* OR *图书馆*' examples/pages
 echo "== orvel search --json 'paszport OR паспорт OR encyclopédies' examples/pages"
 "$orvel" search --json 'paszport OR паспорт OR encyclopédies' examples/pages
+# Feeds are searched as the text of their items, whatever their extension.
+echo "== orvel search 'maps OR карты OR reliure' examples/feeds"
+"$orvel" search 'maps OR карты OR reliure' examples/feeds
+echo "== orvel feed items --base https://library.example/ examples/feeds/library-news.rss"
+"$orvel" feed items --base https://library.example/ examples/feeds/library-news.rss
+echo "== orvel feed items --json examples/feeds/bibliotheque.rdf (first item)"
+"$orvel" feed items --json examples/feeds/bibliotheque.rdf | head -n 1
+echo "== orvel html links --json examples/pages/fr-utf8.xhtml"
+"$orvel" html links --json examples/pages/fr-utf8.xhtml
 echo "== orvel html charset examples/pages/ja-shift_jis.html"
 "$orvel" html charset examples/pages/ja-shift_jis.html
 echo "== orvel html text --only-body --google-tags examples/pages/pl-iso-8859-2.html"

@@ -179,7 +179,8 @@ std::optional<std::string> whyNotMarkup(std::u16string_view pageText) {
 std::u16string feedSearchText(std::u16string_view feed) {
   std::u16string text;
   for (const FeedItem& item : getItemsOfFeed(feed)) {
-    text += item.title;
+    // Titles are markup too, as the display page shows them ("<em>" in an HTML title).
+    text += convertHtml2PlainText(item.title, Html2TextOptions{});
     text += u'\n';
     text += convertHtml2PlainText(item.content.empty() ? item.description : item.content,
                                   Html2TextOptions{});
