@@ -79,9 +79,9 @@ TEST(FeedSearchTest, FeedsAreSearchedAsTheTextOfTheirItems) {
   expectSuccess(orvel({"search", "-j", "1", "bold", root}),
                 root + "/atom.txt\n1:Bold move\n2:bold words\n" + root +
                     "/mention.txt\n1:a text about the <feed> element, with bold words\n" + root +
-                    "/news.xml\n6:Plain bold text\n");
+                    "/news.xml\n5:Plain bold text\n");
   expectSuccess(orvel({"search", "--json", "crème", root}),
-                "{\"kind\":\"feed\",\"occurrences\":[{\"line\":3,\"range\":[13,13],"
+                "{\"kind\":\"feed\",\"occurrences\":[{\"line\":2,\"range\":[11,13],"
                 "\"string\":\"Crème & sugar\"}],\"path\":\"" +
                     root + "/news.xml\"}\n");
   expectSuccess(orvel({"search", "-l", "sugar OR rss", root}), root + "/news.xml\n");
