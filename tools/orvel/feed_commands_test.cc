@@ -63,6 +63,11 @@ TEST(FeedHtmlCommandTest, ThePageWithAnEmbeddedOrLinkedStyleSheet) {
   const ProgramResult linked =
       orvel({"feed", "html", "--style-sheet", sheet, "--link-style-sheet"}, kRss);
   EXPECT_NE(linked.out.find("href=\"file://localhost" + sheet + "\"/>"), std::string::npos);
+  // The environment gives the style sheet when no option does.
+  const ProgramResult fromEnvironment = testing::runProgram(
+      "/usr/bin/env", {"ORVEL_LINKABLE_FEED_STYLE_SHEET=" + sheet, ORVEL_PROGRAM, "feed", "html"},
+      kRss);
+  EXPECT_EQ(fromEnvironment.out.substr(0, head.size()), head);
   expectFailure(orvel({"feed", "html", "--style-sheet", "/no/sheet.css"}, kRss), 1,
                 "orvel: /no/sheet.css: unreadable (Cannot read the feed style sheet "
                 "/no/sheet.css)\n");
