@@ -7,18 +7,17 @@
 //   feedparser  feedparser.parse of the bytes, timed in-process by bench/feed_python_peer.py
 //
 // Target: at least 50x. Also the display page (stringByConvertingFeed) of the same feeds.
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
 #include "orvel/markup/web_page.h"
+#include "orvel/testing/files.h"
 #include "orvel/url/feeds.h"
 
 #include "bench/bench_support.h"
@@ -28,16 +27,8 @@ namespace {
 namespace fs = std::filesystem;
 
 std::vector<fs::path> feedPaths() {
-  std::vector<fs::path> paths;
-  for (const char* folder :
-       {ORVEL_SHARED_TESTDATA "/feeds/small", ORVEL_SHARED_TESTDATA "/feeds/large"}) {
-    std::error_code missing;
-    for (const auto& entry : fs::directory_iterator(folder, missing)) {
-      if (entry.is_regular_file()) paths.push_back(entry.path());
-    }
-  }
-  std::sort(paths.begin(), paths.end());
-  return paths;
+  return orvel::testing::regularFilesIn(
+      {ORVEL_SHARED_TESTDATA "/feeds/small", ORVEL_SHARED_TESTDATA "/feeds/large"});
 }
 
 struct FeedCorpus {
@@ -50,10 +41,7 @@ const FeedCorpus& feedCorpus() {
   static const FeedCorpus loaded = [] {
     FeedCorpus c;
     for (const fs::path& path : feedPaths()) {
-      std::ifstream in(path, std::ios::binary);
-      std::stringstream bytes;
-      bytes << in.rdbuf();
-      c.feeds.push_back(bytes.str());
+      c.feeds.push_back(orvel::testing::fileBytes(path));
       c.bytes += c.feeds.back().size();
       c.items += orvel::getItemsOfFeed(orvel::webPageText(c.feeds.back())).size();
     }

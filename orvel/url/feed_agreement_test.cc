@@ -4,10 +4,8 @@
 //
 // Where the two disagree because this library reads feeds by its own rules (listed below
 // with the reason), the difference is expected; any other disagreement fails the test.
-#include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
@@ -18,6 +16,7 @@
 
 #include "orvel/base/utf8.h"
 #include "orvel/markup/web_page.h"
+#include "orvel/testing/files.h"
 #include "orvel/testing/run_program.h"
 #include "orvel/url/feeds.h"
 
@@ -27,16 +26,8 @@ namespace {
 namespace fs = std::filesystem;
 
 std::vector<fs::path> feedPaths() {
-  std::vector<fs::path> paths;
-  for (const char* folder :
-       {ORVEL_SHARED_TESTDATA "/feeds/small", ORVEL_SHARED_TESTDATA "/feeds/large"}) {
-    std::error_code missing;
-    for (const auto& entry : fs::directory_iterator(folder, missing)) {
-      if (entry.is_regular_file()) paths.push_back(entry.path());
-    }
-  }
-  std::sort(paths.begin(), paths.end());
-  return paths;
+  return testing::regularFilesIn(
+      {ORVEL_SHARED_TESTDATA "/feeds/small", ORVEL_SHARED_TESTDATA "/feeds/large"});
 }
 
 // Why this library reads an item differently from feedparser, by rule.
@@ -142,11 +133,8 @@ struct ItemText {
 };
 
 std::vector<ItemText> ourItems(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::stringstream bytes;
-  bytes << in.rdbuf();
   std::vector<ItemText> items;
-  for (const FeedItem& item : getItemsOfFeed(webPageText(bytes.str()))) {
+  for (const FeedItem& item : getItemsOfFeed(webPageText(testing::fileBytes(path)))) {
     items.push_back({collapsed(utf16ToUtf8(item.title)), collapsed(utf16ToUtf8(item.link))});
   }
   return items;

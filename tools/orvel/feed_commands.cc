@@ -33,6 +33,10 @@ std::u16string readFeed(const std::string& file) {
   return std::move(page.text);
 }
 
+void addBaseOption(CLI::App* command, std::optional<std::string>& base) {
+  command->add_option("--base", base, "Resolve root-relative links against URL")->type_name("URL");
+}
+
 std::optional<URL> baseURLOf(const std::optional<std::string>& text) {
   if (!text) return std::nullopt;
   auto url = URL::URLWithString(decodeText(*text, "--base"));
@@ -89,8 +93,7 @@ void registerItems(CLI::App& feed) {
   };
   auto options = std::make_shared<Options>();
   CLI::App* command = feed.add_subcommand("items", "The items: title TAB link a line, or JSON");
-  command->add_option("--base", options->base, "Resolve root-relative links against URL")
-      ->type_name("URL");
+  addBaseOption(command, options->base);
   command->add_flag("--json", options->json,
                     "One object per item: title, link, description, content, date, author, "
                     "guid, tags, enclosures, calendarDate");
@@ -114,8 +117,7 @@ void registerHtml(CLI::App& feed) {
   };
   auto options = std::make_shared<Options>();
   CLI::App* command = feed.add_subcommand("html", "One HTML page showing the feed");
-  command->add_option("--base", options->base, "Resolve root-relative links against URL")
-      ->type_name("URL");
+  addBaseOption(command, options->base);
   command
       ->add_option("--style-sheet", options->styleSheet,
                    "Embed this CSS file (default: $ORVEL_LINKABLE_FEED_STYLE_SHEET)")
