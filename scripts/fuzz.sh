@@ -24,6 +24,7 @@ work="build/fuzz/corpus/$target"
 mkdir -p "$work" "fuzz/corpus/$target"
 # The markup targets also start from the saved web pages beside the project (read only).
 seeds=("fuzz/corpus/$target")
+max_len=16384
 case "$target" in
   html_text | page_links | tag_scanner | web_page)
     [ -d ../shared/testdata/html ] && seeds+=(../shared/testdata/html/article-extraction-benchmark)
@@ -31,7 +32,11 @@ case "$target" in
   feeds)
     [ -d ../shared/testdata/feeds ] && seeds+=(../shared/testdata/feeds/small ../shared/testdata/feeds/large)
     ;;
+  dsstore)
+    [ -d ../shared/testdata/dsstore ] && seeds+=(../shared/testdata/dsstore)
+    max_len=32768  # most real stores are 6 to 28 KB
+    ;;
 esac
 exec "build/fuzz/fuzz/${target}_fuzzer" -max_total_time="$seconds" -timeout=10 \
-  -rss_limit_mb=4096 -max_len=16384 -print_final_stats=1 \
+  -rss_limit_mb=4096 -max_len=$max_len -print_final_stats=1 \
   -artifact_prefix="fuzz/corpus/$target/" "$work" "${seeds[@]}"

@@ -41,6 +41,11 @@ std::unique_ptr<DSStore> DSStore::storeWithDirectory(const std::filesystem::path
   return storeWithFile(openStoreFile(directory / ".DS_Store"), directory);
 }
 
+std::unique_ptr<DSStore> DSStore::storeAtPath(const std::filesystem::path& file) {
+  if (file.empty()) return nullptr;
+  return storeWithFile(openStoreFile(file), file.parent_path());
+}
+
 std::unique_ptr<DSStore> DSStore::storeWithFile(std::FILE* file, std::filesystem::path directory) {
   if (file == nullptr) return nullptr;
   if (fseeko(file, 0, SEEK_END) != 0 || ftello(file) < 0 || ftello(file) > off_t{UINT32_MAX}) {

@@ -35,6 +35,9 @@ class DSStore : public DSStoreAllocator {
   // be opened, locked or read as a store. The file stays open, locked, while the store lives.
   [[nodiscard]] static std::unique_ptr<DSStore> storeWithDirectory(
       const std::filesystem::path& directory);
+  // The store in a file of any name (a ".DS_Store" file copied elsewhere, say), opened as
+  // storeWithDirectory opens one; its directory is the file's folder.
+  [[nodiscard]] static std::unique_ptr<DSStore> storeAtPath(const std::filesystem::path& file);
   // The store in an open file, which it then owns (as allocatorWithFile); for callers that
   // have the file already, and for stores that live in memory (fmemopen).
   [[nodiscard]] static std::unique_ptr<DSStore> storeWithFile(std::FILE* file,

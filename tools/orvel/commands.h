@@ -31,6 +31,12 @@ void registerHtmlCommands(CLI::App& app);
 // feed (items, html).
 void registerFeedCommands(CLI::App& app);
 
+// dsstore (ls, get, info).
+void registerDSStoreCommands(CLI::App& app);
+
+// comment (Finder comments; --set for the desktop's comment).
+void registerCommentCommand(CLI::App& app, int& status);
+
 // url (clean, rel, filter, remote).
 void registerUrlCommands(CLI::App& app);
 

@@ -33,6 +33,8 @@ int main(int argc, char** argv) {
   orvel::cli::registerMarkupCommands(app, status);
   orvel::cli::registerHtmlCommands(app);
   orvel::cli::registerFeedCommands(app);
+  orvel::cli::registerDSStoreCommands(app);
+  orvel::cli::registerCommentCommand(app, status);
   orvel::cli::registerUrlCommands(app);
 
   try {

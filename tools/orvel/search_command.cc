@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "orvel/base/utf8.h"
+#include "orvel/dsstore/ds_store.h"
 #include "orvel/search/query_evaluation.h"
 #include "orvel/search/query_occurrences.h"
 #include "orvel/search/query_terms.h"
@@ -91,6 +92,7 @@ struct SearchOptions {
   bool json = false;
   bool hidden = false;
   bool verbose = false;
+  bool comments = false;  // a file's Finder comment can match too
   unsigned threads = 0;
   std::size_t snippetCharacters = 0;
 };
@@ -101,6 +103,7 @@ struct FileResult {
   std::string error;    // non-empty: the file could not be read
   std::string notText;  // non-empty: skipped, not text
   DocumentKind kind = DocumentKind::kText;
+  std::optional<std::u16string> comment;  // the Finder comment, when it matched
 };
 
 // For -l with a monotone query: whether a prefix of the file already matches, so that the
@@ -114,7 +117,15 @@ bool prefixMatches(DocumentReader& reader, const Query& query, const SearchPrefi
   return query.matches(decodeDocumentText(prefix));
 }
 
-FileResult searchFile(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
+// The file's Finder comment when it matches the query (its folder's .DS_Store, else the
+// desktop's comment attribute).
+std::optional<std::u16string> matchingComment(const fs::path& path, const Query& query) {
+  auto comment = finderCommentAtPath(path);
+  if (comment && query.matches(*comment)) return comment;
+  return std::nullopt;
+}
+
+FileResult searchText(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
                       const SearchOptions& options) {
   FileResult result;
   std::string bytes;
@@ -150,6 +161,25 @@ FileResult searchFile(const fs::path& path, const Query& query, const SearchPref
   return result;
 }
 
+// A file matches by its text, or with --comments by its comment (even a file that is no
+// text: a picture is found by what was written about it).
+FileResult searchFile(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
+                      const SearchOptions& options) {
+  auto comment = options.comments ? matchingComment(path, query) : std::nullopt;
+  if (comment && options.filesWithMatches) {
+    FileResult result;
+    result.matched = true;
+    return result;
+  }
+  FileResult result = searchText(path, query, prefilter, options);
+  if (comment && result.error.empty()) {
+    result.matched = true;
+    result.notText.clear();
+    result.comment = std::move(comment);
+  }
+  return result;
+}
+
 // A snippet on one line: line breaks become spaces; shortened when asked.
 std::u16string snippetLine(const Occurrence& occurrence, std::size_t characters) {
   std::u16string line = occurrence.string;
@@ -161,6 +191,11 @@ std::u16string snippetLine(const Occurrence& occurrence, std::size_t characters)
 
 std::string fileJson(const fs::path& path, const FileResult& result) {
   nlohmann::json occurrences = nlohmann::json::array();
+  if (result.comment) {
+    occurrences.push_back({{"range", {0, result.comment->size()}},
+                           {"line", 0},
+                           {"string", utf16ToUtf8(*result.comment)}});
+  }
   for (const Occurrence& occurrence : result.occurrences) {
     occurrences.push_back({{"range", {occurrence.range.location, occurrence.range.length}},
                            {"line", occurrence.line + 1},
@@ -177,8 +212,15 @@ std::string resultText(const fs::path& path, const FileResult& result,
                        const SearchOptions& options) {
   if (options.json) return fileJson(path, result);
   if (options.filesWithMatches) return path.string() + "\n";
-  if (options.count) return path.string() + ":" + std::to_string(result.occurrences.size()) + "\n";
+  const std::size_t count = result.occurrences.size() + (result.comment ? 1 : 0);
+  if (options.count) return path.string() + ":" + std::to_string(count) + "\n";
   std::string out = path.string() + "\n";
+  if (result.comment) {
+    out += "0:" +
+           utf16ToUtf8(snippetLine(Occurrence{{0, result.comment->size()}, 0, *result.comment},
+                                   options.snippetCharacters)) +
+           "\n";
+  }
   for (const Occurrence& occurrence : result.occurrences) {
     out += std::to_string(occurrence.line + 1) + ":" +
            utf16ToUtf8(snippetLine(occurrence, options.snippetCharacters)) + "\n";
@@ -233,6 +275,8 @@ void registerSearch(CLI::App& app, int& status) {
   command->add_flag("-c,--count", options->count, "Print PATH:COUNT of occurrences");
   command->add_flag("--json", options->json, "One JSON object per matching file");
   command->add_flag("--hidden", options->hidden, "Search hidden files and folders too");
+  command->add_flag("--comments", options->comments,
+                    "Match files by their Finder comments too (reported as line 0)");
   command->add_flag("--verbose", options->verbose, "Report files skipped as not text");
   command->add_option("-j", options->threads, "Threads (default: all cores)")
       ->check(CLI::Range(1u, 1024u));
