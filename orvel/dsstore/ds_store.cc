@@ -148,9 +148,25 @@ std::optional<DSStoreValue> DSStore::valueForFilename(std::u16string_view filena
 
 std::optional<std::u16string> DSStore::finderCommentForFilename(
     std::u16string_view filename) const {
-  auto value = valueForFilename(filename, kDSStoreCommentCodec);
-  if (!value || !std::holds_alternative<std::u16string>(*value)) return std::nullopt;
-  return std::get<std::u16string>(std::move(*value));
+  if (!_comments) {
+    // The walk of a lookup that never stops: records read in the same order, a record of
+    // unknown type followed by whatever its node holds after it, the first value of a name
+    // kept.
+    _comments.emplace();
+    walk(true, [&](DSStoreStream& node) {
+      const auto entry = DSStoreEntry::readEntry(node, nullptr);
+      if (entry && entry->codec() == kDSStoreCommentCodec && entry->value()) {
+        const auto* text = std::get_if<std::u16string>(&*entry->value());
+        _comments->emplace(entry->filename(),
+                           text != nullptr ? std::optional(*text) : std::nullopt);
+      }
+      return Visit::kNext;
+    });
+  }
+  if (filename.empty()) return std::nullopt;
+  const auto found = _comments->find(std::u16string(filename));
+  if (found == _comments->end()) return std::nullopt;
+  return found->second;
 }
 
 void DSStore::enumerateEntries(const std::function<bool(const DSStoreEntry&)>& visit) const {

@@ -22,6 +22,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "orvel/dsstore/ds_store_allocator.h"
 #include "orvel/dsstore/ds_store_entry.h"
@@ -49,7 +50,9 @@ class DSStore : public DSStoreAllocator {
                                                              std::uint32_t codec) const;
   [[nodiscard]] std::optional<DSStoreEntry> entryForFilename(std::u16string_view filename,
                                                              std::uint32_t codec) const;
-  // The "cmmt" string, when there is one.
+  // The "cmmt" string, when there is one. The first call walks the tree once, as a lookup
+  // does, and keeps every comment by name (the first of a name, as a lookup finds it), so
+  // that the comments of a folder's files cost a hash lookup each.
   [[nodiscard]] std::optional<std::u16string> finderCommentForFilename(
       std::u16string_view filename) const;
 
@@ -83,6 +86,10 @@ class DSStore : public DSStoreAllocator {
   std::uint32_t _nodes = 0;
   std::uint32_t _page_size = 0;
   std::filesystem::path _directory;
+  // The comments by file name, once asked for; a store is used by one thread at a time.
+  // (A name whose first comment record holds no string maps to nullopt.)
+  mutable std::optional<std::unordered_map<std::u16string, std::optional<std::u16string>>>
+      _comments;
 };
 
 // The Finder comment of a file: from its folder's ".DS_Store" file, through a per-thread

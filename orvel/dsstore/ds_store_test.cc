@@ -149,6 +149,28 @@ TEST(DSStoreTest, TwoLevelTreesAreWalkedWhole) {
   EXPECT_EQ(store->description(), "DSStore: 256 blocks, Root: 1, Entries:\n{\n    DSDB = 0;\n}");
 }
 
+TEST(DSStoreTest, ARecordIsFoundBeforeTheSubtreeLeftOfIt) {
+  StoreBuilder builder;
+  builder.name("DSDB", builder.addBlock(testing::treeHeader(1)));
+  builder.addBlock(testing::internalNode(3, {{2, testing::commentRecord(u"dup", u"in the root")}}));
+  builder.addBlock(testing::leafNode({testing::commentRecord(u"dup", u"in the leaf"),
+                                      testing::record(u"dup", "cmmt", "long", int32Value(1))}));
+  builder.addBlock(testing::leafNode({testing::record(u"num", "cmmt", "long", int32Value(5)),
+                                      testing::commentRecord(u"num", u"shadowed")}));
+  const Bytes bytes = builder.build();
+  const auto store = storeOf(bytes);
+  ASSERT_NE(store, nullptr);
+  // Lookups and the comment index agree: the first record met in the lookup's walk wins,
+  // and a comment that holds no string hides the later ones.
+  EXPECT_EQ(store->valueForFilename(u"dup", kDSStoreCommentCodec),
+            DSStoreValue(std::u16string(u"in the root")));
+  EXPECT_EQ(store->finderCommentForFilename(u"dup"), u"in the root");
+  EXPECT_EQ(store->valueForFilename(u"num", kDSStoreCommentCodec), DSStoreValue(std::int32_t{5}));
+  EXPECT_EQ(store->finderCommentForFilename(u"num"), std::nullopt);
+  EXPECT_THAT(namesInOrder(*store),
+              ElementsAre("dup/cmmt", "dup/cmmt", "dup/cmmt", "num/cmmt", "num/cmmt"));
+}
+
 TEST(DSStoreTest, CyclesAndImpossibleChildrenEndTheirBranch) {
   const testing::LogCapture log;
   StoreBuilder builder;
