@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up, builds the orvel program and runs its main job, a search of the documents in
-# examples/ (text, Markdown notes, web pages in six encodings and feeds), then a few of its
-# other commands.
+# examples/ (text, Markdown notes, web pages in six encodings, feeds, and a folder's Finder
+# comments), then a few of its other commands.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -32,6 +32,13 @@ echo "== orvel feed items --json examples/feeds/bibliotheque.rdf (first item)"
 "$orvel" feed items --json examples/feeds/bibliotheque.rdf | head -n 1
 echo "== orvel html links --json examples/pages/fr-utf8.xhtml"
 "$orvel" html links --json examples/pages/fr-utf8.xhtml
+# Files are found by their Finder comments too, kept in the folder's .DS_Store.
+echo "== orvel search --comments 'Shift_JIS OR hours' examples/pages"
+"$orvel" search --comments 'Shift_JIS OR hours' examples/pages
+echo "== orvel comment examples/pages/pl-iso-8859-2.html examples/pages/zh-gb2312.html"
+"$orvel" comment examples/pages/pl-iso-8859-2.html examples/pages/zh-gb2312.html
+echo "== orvel dsstore ls examples/pages (first four records)"
+"$orvel" dsstore ls examples/pages | head -n 4
 echo "== orvel html charset examples/pages/ja-shift_jis.html"
 "$orvel" html charset examples/pages/ja-shift_jis.html
 echo "== orvel html text --only-body --google-tags examples/pages/pl-iso-8859-2.html"
