@@ -1,12 +1,11 @@
 #include "orvel/dsstore/ds_store.h"
 
-#include <cerrno>
 #include <vector>
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
+#include "orvel/base/locked_file.h"
 #include "orvel/base/log.h"
 
 namespace orvel {
@@ -15,21 +14,10 @@ namespace {
 constexpr std::size_t kStreamBuffer = 1024;
 constexpr std::size_t kMaxDepth = 64;
 
-// The file stream of a folder's store, locked shared; nullptr when it cannot be had.
+// The file stream of a store, locked shared, with a small buffer: reads are of blocks.
 std::FILE* openStoreFile(const std::filesystem::path& path) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return nullptr;
-  std::FILE* file = fdopen(fd, "rb");
-  if (file == nullptr) {
-    log("Failed fdopen: %s %d", path.c_str(), errno);
-    ::close(fd);
-    return nullptr;
-  }
-  if (::flock(fd, LOCK_SH | LOCK_NB) != 0) {
-    std::fclose(file);
-    return nullptr;
-  }
-  std::setvbuf(file, nullptr, _IOFBF, kStreamBuffer);
+  std::FILE* file = openLockedFile(path, O_RDONLY, "rb", LOCK_SH);
+  if (file != nullptr) std::setvbuf(file, nullptr, _IOFBF, kStreamBuffer);
   return file;
 }
 

@@ -15,6 +15,7 @@
 
 #include "orvel/base/assert.h"
 #include "orvel/base/big_endian.h"
+#include "orvel/base/locked_file.h"
 #include "orvel/base/log.h"
 #include "orvel/records/compression.h"
 #include "orvel/records/keyed_storage_format.h"
@@ -63,18 +64,9 @@ bool samePath(const std::filesystem::path& a, const std::filesystem::path& b) {
 KeyedStorage KeyedStorage::open(const std::filesystem::path& path, int flags, const char* mode,
                                 int lock, bool append) {
   KeyedStorage storage;
-  const int fd = ::open(path.c_str(), flags | O_CLOEXEC, 0644);
-  if (fd < 0) return storage;
-  std::FILE* file = fdopen(fd, mode);
-  if (file == nullptr) {
-    log("Failed fdopen: %s %d", path.c_str(), errno);
-    ::close(fd);
-    return storage;
-  }
-  if (::flock(fd, lock | LOCK_NB) != 0) {
-    std::fclose(file);
-    return storage;
-  }
+  std::FILE* file = openLockedFile(path, flags, mode, lock);
+  if (file == nullptr) return storage;
+  const int fd = fileno(file);
   // The stream gets a buffer of its own: given none, glibc ignores the size asked for and
   // uses the file system's block size.
   const bool sequential = lock == LOCK_SH || append;
