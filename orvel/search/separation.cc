@@ -121,6 +121,15 @@ std::size_t wordsOfCharacters(const unichar* chars, std::size_t length, Characte
   return count;
 }
 
+void parseWordsWithHandler(const unichar* chars, std::size_t length, WordHandler handler,
+                           void* context, CharacterSetRep separators, std::size_t minLen) {
+  if (separators == nullptr) separators = defaultWordSeparators();
+  if (minLen == 0) minLen = 1;
+  splitRuns(chars, length, separators, [&](std::size_t start, std::size_t end, bool isSeparators) {
+    if (!isSeparators && end - start >= minLen) handler(chars, start, end - start, context);
+  });
+}
+
 std::size_t numberOfWordsOfCharacters(const unichar* chars, std::size_t length) {
   return wordsOfCharacters(chars, length, nullptr, false, 1, false, nullptr);
 }

@@ -29,6 +29,14 @@ std::size_t wordsOfCharacters(const unichar* chars, std::size_t length, Characte
                               Range* ranges);
 [[nodiscard]] std::size_t numberOfWordsOfCharacters(const unichar* chars, std::size_t length);
 
+// Calls handler(chars, start, length, context) for each word of chars (maximal runs of
+// units outside `separators`; null: the default word separators) of at least minLen units,
+// in order, classifying 64 units at a time as wordsOfCharacters does.
+using WordHandler = void (*)(const unichar* chars, std::size_t start, std::size_t length,
+                             void* context);
+void parseWordsWithHandler(const unichar* chars, std::size_t length, WordHandler handler,
+                           void* context, CharacterSetRep separators, std::size_t minLen);
+
 // Splits chars into components, each running through the next run of separators (null:
 // the default component separators); text after the last run is a final component.
 std::size_t componentsOfCharacters(const unichar* chars, std::size_t length,
