@@ -2,7 +2,13 @@
 // a subcommand that fails for one input sets `status` to 1 and goes on with the next.
 #pragma once
 
+#include <memory>
+#include <optional>
+#include <string>
+
 #include <CLI/CLI.hpp>
+
+#include "orvel/search/language_filter.h"
 
 namespace orvel::cli {
 
@@ -36,6 +42,14 @@ void registerDSStoreCommands(CLI::App& app);
 
 // comment (Finder comments; --set for the desktop's comment).
 void registerCommentCommand(CLI::App& app, int& status);
+
+// lang (languages of texts; --filter).
+void registerLangCommand(CLI::App& app, int& status);
+
+// The filter of `lang` and `search --lang`: the lists of a folder, else the shipped ones;
+// throws CommandError when there are none.
+std::unique_ptr<LanguageFilter> loadLanguageFilter(const std::optional<std::string>& directory,
+                                                   bool ignoreUmlauts);
 
 // url (clean, rel, filter, remote).
 void registerUrlCommands(CLI::App& app);

@@ -218,4 +218,13 @@ DocumentText documentText(std::string bytes, DocumentKind kind,
   return document;
 }
 
+std::u16string readDocumentText(const std::string& input) {
+  std::string bytes = readAll(input);
+  const DocumentKind kind =
+      documentKind(input == "-" ? std::filesystem::path() : std::filesystem::path(input), bytes);
+  DocumentText document = documentText(std::move(bytes), kind);
+  if (!document.text) throw CommandError(displayName(input), document.notTextReason);
+  return std::move(*document.text);
+}
+
 }  // namespace orvel::cli

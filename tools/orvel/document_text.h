@@ -86,4 +86,8 @@ inline constexpr std::size_t kBytesDecidingText = 3 + kTextSniffBytes + 4;
     std::string bytes, DocumentKind kind = DocumentKind::kText,
     const std::function<bool(std::string_view)>& mayMatch = nullptr);
 
+// The text of an input (a FILE, or stdin for "-") by the rules above; throws CommandError
+// naming it when it cannot be read or is not text.
+[[nodiscard]] std::u16string readDocumentText(const std::string& input);
+
 }  // namespace orvel::cli

@@ -35,6 +35,7 @@ int main(int argc, char** argv) {
   orvel::cli::registerFeedCommands(app);
   orvel::cli::registerDSStoreCommands(app);
   orvel::cli::registerCommentCommand(app, status);
+  orvel::cli::registerLangCommand(app, status);
   orvel::cli::registerUrlCommands(app);
 
   try {

@@ -92,7 +92,10 @@ struct SearchOptions {
   bool json = false;
   bool hidden = false;
   bool verbose = false;
-  bool comments = false;  // a file's Finder comment can match too
+  bool comments = false;                // a file's Finder comment can match too
+  std::optional<std::string> language;  // --lang: files clearly in another language are left out
+  std::optional<std::string> stopWords;
+  std::shared_ptr<const LanguageFilter> languageFilter;
   unsigned threads = 0;
   std::size_t snippetCharacters = 0;
 };
@@ -133,9 +136,10 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     DocumentReader reader(path);
     result.kind = documentKind(path, reader.readAtLeast(kBytesDecidingText));
     // A page's or feed's words may be spelt with entities, split by tags or in another
-    // encoding: neither the byte pre-filter nor a prefix of its bytes can speak for it.
+    // encoding: neither the byte pre-filter nor a prefix of its bytes can speak for it; and
+    // the language of a file is that of all its text.
     const bool markup = result.kind == DocumentKind::kHtml || result.kind == DocumentKind::kFeed;
-    if (!markup && options.filesWithMatches && query.monotone &&
+    if (!markup && !options.languageFilter && options.filesWithMatches && query.monotone &&
         prefixMatches(reader, query, prefilter)) {
       result.matched = true;
       return result;
@@ -154,6 +158,7 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
   result.kind = document.kind;
   result.notText = document.notTextReason;
   if (!document.text) return result;
+  if (options.languageFilter && options.languageFilter->filterText(*document.text)) return result;
   result.matched = query.matches(*document.text);
   if (result.matched && !options.filesWithMatches) {
     result.occurrences = query.occurrences(*document.text, options.paragraphs);
@@ -275,6 +280,14 @@ void registerSearch(CLI::App& app, int& status) {
   command->add_flag("-c,--count", options->count, "Print PATH:COUNT of occurrences");
   command->add_flag("--json", options->json, "One JSON object per matching file");
   command->add_flag("--hidden", options->hidden, "Search hidden files and folders too");
+  command
+      ->add_option("--lang", options->language,
+                   "Leave out files clearly in another language than XX")
+      ->type_name("XX");
+  command
+      ->add_option("--stop-words", options->stopWords,
+                   "With --lang: a folder of StopWords* lists (default: the shipped ones)")
+      ->type_name("DIR");
   command->add_flag("--comments", options->comments,
                     "Match files by their Finder comments too (reported as line 0)");
   command->add_flag("--verbose", options->verbose, "Report files skipped as not text");
@@ -284,18 +297,13 @@ void registerSearch(CLI::App& app, int& status) {
                       "Shorten snippets after N characters");
   command->callback([options, &status] {
     if (options->paths.empty()) options->paths.push_back(".");
+    if (options->language) {
+      auto filter = loadLanguageFilter(options->stopWords, true);
+      filter->setLanguage(decodeText(*options->language, "--lang"));
+      options->languageFilter = std::move(filter);
+    }
     status = runSearch(*options);
   });
-}
-
-// The text of a document for match and snippets, refused as search refuses it when it is
-// not text.
-std::u16string readDocumentText(const std::string& input) {
-  std::string bytes = readAll(input);
-  const DocumentKind kind = documentKind(input == "-" ? fs::path() : fs::path(input), bytes);
-  DocumentText document = documentText(std::move(bytes), kind);
-  if (!document.text) throw CommandError(displayName(input), document.notTextReason);
-  return std::move(*document.text);
 }
 
 struct TextQueryOptions {
