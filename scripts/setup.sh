@@ -16,6 +16,7 @@ packages=(
   python3-html2text python3-bs4 python3-lxml     #   and the Python converters users pick
   python3.11-doc                                 # the HTML corpus of those benchmarks
   python3-feedparser                             # peer of the feed benchmark and agreement test
+  libcld2-dev python3-langdetect                 # peers of the language benchmark
 )
 
 missing=()
