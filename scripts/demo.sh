@@ -39,6 +39,10 @@ echo "== orvel comment examples/pages/pl-iso-8859-2.html examples/pages/zh-gb231
 "$orvel" comment examples/pages/pl-iso-8859-2.html examples/pages/zh-gb2312.html
 echo "== orvel dsstore ls examples/pages (first four records)"
 "$orvel" dsstore ls examples/pages | head -n 4
+echo "== orvel lang examples/udhr/de.txt examples/udhr/el.txt examples/udhr/tr.txt"
+"$orvel" lang examples/udhr/de.txt examples/udhr/el.txt examples/udhr/tr.txt
+echo "== orvel search -l --lang FR 'droits OR rights OR Rechte' examples/udhr"
+"$orvel" search -l --lang FR 'droits OR rights OR Rechte' examples/udhr
 echo "== orvel html charset examples/pages/ja-shift_jis.html"
 "$orvel" html charset examples/pages/ja-shift_jis.html
 echo "== orvel html text --only-body --google-tags examples/pages/pl-iso-8859-2.html"
