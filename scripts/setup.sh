@@ -7,6 +7,7 @@ packages=(
   cmake ninja-build g++ pkg-config clang-format  # toolchain
   clang libclang-rt-14-dev                       # libFuzzer for the fuzz targets
   libicu-dev zlib1g-dev liburiparser-dev         # the library's dependencies
+  libarchive-dev                                 #   (archives: TextPacks)
   libcli11-dev nlohmann-json3-dev                # the orvel program's command line and JSON output
   libgtest-dev libgmock-dev                      # tests
   libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL, Xapian and SQLite are

@@ -1,0 +1,227 @@
+#include "orvel/formats/file_operations.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace orvel {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::uint64_t kRatioFloor = std::uint64_t{1} << 20;  // the ratio counts past 1 MiB
+
+struct ArchiveCloser {
+  void operator()(archive* a) const { archive_read_free(a); }
+};
+using Archive = std::unique_ptr<archive, ArchiveCloser>;
+
+// An archive open for reading, in any format and compression libarchive knows.
+Archive openArchive(const fs::path& path, std::string& error) {
+  Archive reader(archive_read_new());
+  archive_read_support_filter_all(reader.get());
+  archive_read_support_format_all(reader.get());
+  if (archive_read_open_filename(reader.get(), path.c_str(), 64 * 1024) != ARCHIVE_OK) {
+    const char* why = archive_error_string(reader.get());
+    error = "not a readable archive" + (why != nullptr ? ": " + std::string(why) : std::string());
+    return nullptr;
+  }
+  return reader;
+}
+
+// The entry's path as a relative path without "." or ".." components; nullopt for an
+// absolute path, one that climbs, or an empty one.
+std::optional<fs::path> safeRelativePath(const char* name) {
+  if (name == nullptr || *name == '\0' || *name == '/') return std::nullopt;
+  fs::path relative;
+  for (const fs::path& part : fs::path(name)) {
+    if (part == "..") return std::nullopt;
+    if (part.empty() || part == ".") continue;
+    relative /= part;
+  }
+  if (relative.empty() || relative.is_absolute()) return std::nullopt;
+  return relative;
+}
+
+// Makes the folders above the entry, refusing to pass through anything but real folders.
+bool makeParentFolders(const fs::path& destination, const fs::path& relative) {
+  fs::path at = destination;
+  for (auto part = relative.begin(); std::next(part) != relative.end(); ++part) {
+    at /= *part;
+    struct stat info {};
+    if (::lstat(at.c_str(), &info) == 0) {
+      if (!S_ISDIR(info.st_mode)) return false;
+    } else if (::mkdir(at.c_str(), 0755) != 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Counts unpacked bytes against the limits.
+struct Budget {
+  UnpackLimits limits;
+  std::uint64_t packed = 0;
+  std::uint64_t unpacked = 0;
+
+  // Empty when within the limits, else why not.
+  std::string add(std::size_t bytes) {
+    unpacked += bytes;
+    if (unpacked > limits.maxBytes) {
+      return "unpacks to more than " + std::to_string(limits.maxBytes) + " bytes";
+    }
+    if (unpacked > kRatioFloor && packed > 0 &&
+        static_cast<double>(unpacked) > limits.maxRatio * static_cast<double>(packed)) {
+      return "unpacks to more than " + std::to_string(static_cast<long long>(limits.maxRatio)) +
+             " times its size";
+    }
+    return {};
+  }
+};
+
+std::string writeFile(archive* reader, const fs::path& target, mode_t mode, Budget& budget) {
+  const int fd = ::open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC,
+                        (mode & 0777) | 0600);
+  if (fd < 0) return std::string("cannot be written: ") + std::strerror(errno);
+  std::string failure;
+  char buffer[64 * 1024];
+  for (;;) {
+    const la_ssize_t read = archive_read_data(reader, buffer, sizeof buffer);
+    if (read == 0) break;
+    if (read < 0) {
+      const char* why = archive_error_string(reader);
+      failure = std::string("cannot be read: ") + (why != nullptr ? why : "damaged archive");
+      break;
+    }
+    failure = budget.add(static_cast<std::size_t>(read));
+    if (!failure.empty()) break;
+    if (::write(fd, buffer, static_cast<std::size_t>(read)) != read) {
+      failure = std::string("cannot be written: ") + std::strerror(errno);
+      break;
+    }
+  }
+  ::close(fd);
+  return failure;
+}
+
+// Whether a symbolic link at `relative` with `target` stays inside the destination.
+bool linkStaysInside(const fs::path& relative, const char* target) {
+  if (target == nullptr || *target == '\0' || *target == '/') return false;
+  const fs::path resolved = (relative.parent_path() / target).lexically_normal();
+  return !resolved.empty() && *resolved.begin() != "..";
+}
+
+// Unpacks one entry; empty when done, else why not.
+std::string unpackEntry(archive* reader, archive_entry* entry, const fs::path& destination,
+                        Budget& budget) {
+  const auto relative = safeRelativePath(archive_entry_pathname(entry));
+  if (!relative) return "path outside the destination";
+  if (archive_entry_hardlink(entry) != nullptr) return "hard links are not unpacked";
+  const fs::path target = destination / *relative;
+  if (!makeParentFolders(destination, *relative)) {
+    return "would be written through a symbolic link or a file";
+  }
+  const mode_t mode = archive_entry_mode(entry);
+  switch (archive_entry_filetype(entry)) {
+    case AE_IFDIR: {
+      struct stat info {};
+      if (::lstat(target.c_str(), &info) == 0) {
+        return S_ISDIR(info.st_mode) ? "" : "would replace a file or link with a folder";
+      }
+      return ::mkdir(target.c_str(), (mode & 0777) | 0700) == 0
+                 ? ""
+                 : std::string("cannot be made: ") + std::strerror(errno);
+    }
+    case AE_IFREG: return writeFile(reader, target, mode, budget);
+    case AE_IFLNK: {
+      const char* link = archive_entry_symlink(entry);
+      if (!linkStaysInside(*relative, link)) return "symbolic link points outside the destination";
+      return ::symlink(link, target.c_str()) == 0
+                 ? ""
+                 : std::string("cannot be made: ") + std::strerror(errno);
+    }
+    default: return "device files, FIFOs and sockets are not unpacked";
+  }
+}
+
+bool fail(std::string* error, const std::string& message) {
+  if (error != nullptr) *error = message;
+  return false;
+}
+
+std::uint64_t sizeOf(const fs::path& path) {
+  std::error_code error;
+  const auto size = fs::file_size(path, error);
+  return error ? 0 : size;
+}
+
+}  // namespace
+
+std::optional<fs::path> uniqueTemporaryDirectory() {
+  const char* variable = std::getenv("TMPDIR");
+  const fs::path base = variable != nullptr && *variable != '\0' ? variable : "/tmp";
+  std::string pattern = (base / "orvel-XXXXXX").string();
+  if (::mkdtemp(pattern.data()) == nullptr) return std::nullopt;  // mode 0700
+  return fs::path(pattern);
+}
+
+bool decompressFileAtPath(const fs::path& archivePath, const fs::path& destination,
+                          const UnpackLimits& limits, std::string* error) {
+  std::string why;
+  const Archive reader = openArchive(archivePath, why);
+  if (reader == nullptr) return fail(error, why);
+  std::error_code made;
+  fs::create_directories(destination, made);
+  if (made || !fs::is_directory(destination)) {
+    return fail(error, destination.string() + ": cannot make the destination folder");
+  }
+  Budget budget{limits, sizeOf(archivePath)};
+  archive_entry* entry = nullptr;
+  for (;;) {
+    const int status = archive_read_next_header(reader.get(), &entry);
+    if (status == ARCHIVE_EOF) return true;
+    if (status < ARCHIVE_WARN) {
+      const char* message = archive_error_string(reader.get());
+      return fail(error, std::string("damaged archive: ") + (message ? message : "unreadable"));
+    }
+    const std::string failure = unpackEntry(reader.get(), entry, destination, budget);
+    if (!failure.empty()) {
+      const char* name = archive_entry_pathname(entry);
+      return fail(error, std::string(name != nullptr ? name : "(no name)") + ": " + failure);
+    }
+  }
+}
+
+std::optional<std::string> readArchiveEntry(const fs::path& archivePath,
+                                            bool (*wanted)(const std::string& entryPath),
+                                            const UnpackLimits& limits) {
+  std::string why;
+  const Archive reader = openArchive(archivePath, why);
+  if (reader == nullptr) return std::nullopt;
+  Budget budget{limits, sizeOf(archivePath)};
+  std::optional<std::string> found;
+  archive_entry* entry = nullptr;
+  while (archive_read_next_header(reader.get(), &entry) >= ARCHIVE_WARN) {
+    const char* name = archive_entry_pathname(entry);
+    if (name == nullptr || archive_entry_filetype(entry) != AE_IFREG || !wanted(name)) continue;
+    std::string bytes;
+    char buffer[64 * 1024];
+    la_ssize_t read = 0;
+    while ((read = archive_read_data(reader.get(), buffer, sizeof buffer)) > 0) {
+      if (!budget.add(static_cast<std::size_t>(read)).empty()) return std::nullopt;
+      bytes.append(buffer, static_cast<std::size_t>(read));
+    }
+    if (read < 0) return std::nullopt;
+    found = std::move(bytes);
+  }
+  return found;
+}
+
+}  // namespace orvel
