@@ -177,27 +177,39 @@ std::optional<std::u16string> stringWithContentsOfTextBundleFile(
   return std::nullopt;
 }
 
-bool decompressTextBundleFile(const fs::path& source, const fs::path& destination) {
-  if (source.empty() || destination.empty()) return false;
+bool decompressTextBundleFile(const fs::path& source, const fs::path& destination,
+                              std::string* error) {
+  const auto fail = [&](const std::string& why) {
+    if (error != nullptr) *error = why;
+    return false;
+  };
+  if (source.empty() || destination.empty()) return fail("no source or destination");
   const std::string name = source.string();
-  std::error_code error;
+  std::error_code failure;
   if (endsWithNoCase(name, ".textbundle")) {
-    if (!fs::exists(destination, error)) {
-      fs::copy(source, destination, fs::copy_options::recursive, error);
-      if (!error) return true;
+    if (!fs::exists(destination, failure)) {
+      fs::copy(source, destination, fs::copy_options::recursive, failure);
+      if (!failure) return true;
     }
   }
-  if (!endsWithNoCase(name, ".textpack")) return false;
+  if (!endsWithNoCase(name, ".textpack")) {
+    return fail(endsWithNoCase(name, ".textbundle")
+                    ? "cannot be copied to " + destination.string() +
+                          (failure ? ": " + failure.message() : ": it exists")
+                    : "not a .textbundle folder or .textpack archive");
+  }
   const fs::path folder = destination.parent_path().empty() ? "." : destination.parent_path();
-  if (!decompressFileAtPath(source, folder)) return false;
+  std::string why;
+  if (!decompressFileAtPath(source, folder, {}, &why)) return fail(why);
   for (const fs::path& entry : sortedEntries(folder)) {
     if (!endsWithNoCase(entry.filename().string(), ".textbundle")) continue;
     const std::string here = entry.string(), wanted = (folder / destination.filename()).string();
     if (here.size() == wanted.size() && beginsWithNoCase(here, wanted)) return true;
-    fs::rename(entry, destination, error);
-    return !error;
+    fs::rename(entry, destination, failure);
+    return failure ? fail("cannot be moved to " + destination.string() + ": " + failure.message())
+                   : true;
   }
-  return false;
+  return fail("holds no .textbundle folder");
 }
 
 }  // namespace orvel

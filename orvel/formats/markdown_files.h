@@ -48,8 +48,10 @@ namespace orvel {
 // Makes a ".textbundle" folder stand at `destination`: a bundle folder is copied there; a
 // pack is unpacked (safely, see file_operations.h) into the destination's folder, and the
 // first ".textbundle" found there (by name) is moved to the destination, unless it is the
-// destination already (compared without case). False on any failure.
+// destination already (compared without case). False on any failure, with *error (when
+// given) saying why in one line.
 bool decompressTextBundleFile(const std::filesystem::path& source,
-                              const std::filesystem::path& destination);
+                              const std::filesystem::path& destination,
+                              std::string* error = nullptr);
 
 }  // namespace orvel

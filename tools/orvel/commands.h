@@ -51,6 +51,9 @@ void registerLangCommand(CLI::App& app, int& status);
 std::unique_ptr<LanguageFilter> loadLanguageFilter(const std::optional<std::string>& directory,
                                                    bool ignoreUmlauts);
 
+// textbundle (text, unpack).
+void registerTextBundleCommands(CLI::App& app);
+
 // url (clean, rel, filter, remote).
 void registerUrlCommands(CLI::App& app);
 

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "orvel/base/utf8.h"
+#include "orvel/formats/markdown_files.h"
 #include "orvel/markup/html_to_text.h"
 #include "orvel/markup/internal/tag_names.h"
 #include "orvel/markup/tag_scanner.h"
@@ -146,6 +147,7 @@ std::u16string decodeDocumentText(std::string_view bytes) {
 }
 
 DocumentKind documentKind(const std::filesystem::path& path, std::string_view firstBytes) {
+  if (isTextBundleFile(path)) return DocumentKind::kTextBundle;
   if (opensFeed(firstBytes)) return DocumentKind::kFeed;
   std::string extension = path.extension().string();
   std::transform(extension.begin(), extension.end(), extension.begin(),
@@ -154,7 +156,7 @@ DocumentKind documentKind(const std::filesystem::path& path, std::string_view fi
       std::end(kHtmlExtensions)) {
     return DocumentKind::kHtml;
   }
-  if (extension == ".md" || extension == ".markdown") return DocumentKind::kMarkdown;
+  if (isMarkDownFile(path)) return DocumentKind::kMarkdown;
   if (extension.empty() && beginsWithMarkup(firstBytes)) return DocumentKind::kHtml;
   return DocumentKind::kText;
 }
@@ -164,9 +166,48 @@ std::string_view documentKindName(DocumentKind kind) {
     case DocumentKind::kMarkdown: return "markdown";
     case DocumentKind::kHtml: return "html";
     case DocumentKind::kFeed: return "feed";
+    case DocumentKind::kTextBundle: return "textbundle";
     case DocumentKind::kText: break;
   }
   return "text";
+}
+
+std::optional<DocumentKind> documentKindNamed(std::string_view name) {
+  for (const DocumentKind kind : {DocumentKind::kText, DocumentKind::kMarkdown, DocumentKind::kHtml,
+                                  DocumentKind::kFeed, DocumentKind::kTextBundle}) {
+    if (documentKindName(kind) == name) return kind;
+  }
+  return std::nullopt;
+}
+
+std::string documentKindList() {
+  std::string markdown;
+  for (std::size_t k = 0; k < MarkDownFileTypes().size(); k += 2) {
+    markdown += " ." + utf16ToUtf8(MarkDownFileTypes()[k]);
+  }
+  std::string html;
+  for (const std::string_view extension : kHtmlExtensions) html += " " + std::string(extension);
+  return "text: any other file that is UTF-8 text\n"
+         "markdown:" +
+         markdown +
+         "\n"
+         "html:" +
+         html +
+         ", and files without an extension that begin with markup\n"
+         "feed: RSS, RDF and Atom files, by their first tag, whatever their extension\n"
+         "textbundle: .textbundle folders and .textpack archives\n";
+}
+
+bool isTextBundleDocument(const std::filesystem::path& path) { return isTextBundleFile(path); }
+
+DocumentText textBundleDocumentText(const std::filesystem::path& path) {
+  DocumentText document;
+  document.kind = DocumentKind::kTextBundle;
+  document.text = stringWithContentsOfTextBundleFile(path);
+  if (!document.text) {
+    document.notTextReason = "a text bundle without a readable text.* file (or an unreadable pack)";
+  }
+  return document;
 }
 
 std::optional<std::string> whyNotMarkup(std::u16string_view pageText) {
@@ -219,6 +260,11 @@ DocumentText documentText(std::string bytes, DocumentKind kind,
 }
 
 std::u16string readDocumentText(const std::string& input) {
+  if (input != "-" && isTextBundleDocument(input)) {
+    DocumentText bundle = textBundleDocumentText(input);
+    if (!bundle.text) throw CommandError(input, bundle.notTextReason);
+    return std::move(*bundle.text);
+  }
   std::string bytes = readAll(input);
   const DocumentKind kind =
       documentKind(input == "-" ? std::filesystem::path() : std::filesystem::path(input), bytes);

@@ -2,7 +2,9 @@
 // as UTF-8 (a leading byte-order mark is dropped). Web pages (HTML and XHTML, by their
 // extension, or files without one whose first bytes are markup) are read in their own
 // encoding and converted to their body's plain text, which line numbers and snippets then
-// refer to. Feeds (RSS, RDF and Atom, whatever their extension) are read in their own
+// refer to. Markdown files are known by their extensions (md, markdown, mdown, ...), TextBundles
+// by theirs (.textbundle folders and .textpack archives, each one document). Feeds (RSS, RDF
+// and Atom, whatever their extension) are read in their own
 // encoding as the text of their items: each item's title on a line, then its text (content,
 // else description, as plain text), then a blank line. Other document types extend this
 // one function.
@@ -16,7 +18,7 @@
 
 namespace orvel::cli {
 
-enum class DocumentKind { kText, kMarkdown, kHtml, kFeed };
+enum class DocumentKind { kText, kMarkdown, kHtml, kFeed, kTextBundle };
 
 // The kind of a document by its first bytes when they open a feed, else by its name, and
 // for a name without an extension by its first bytes (kBytesDecidingText are enough). A
@@ -24,8 +26,13 @@ enum class DocumentKind { kText, kMarkdown, kHtml, kFeed };
 // read.
 [[nodiscard]] DocumentKind documentKind(const std::filesystem::path& path,
                                         std::string_view firstBytes);
-// "text", "markdown", "html", "feed".
+// "text", "markdown", "html", "feed", "textbundle".
 [[nodiscard]] std::string_view documentKindName(DocumentKind kind);
+// The kind of a name, nullopt for none.
+[[nodiscard]] std::optional<DocumentKind> documentKindNamed(std::string_view name);
+// Each kind with what selects it, one line each, for `search --type-list`.
+[[nodiscard]] std::string documentKindList();
+
 
 struct DocumentText {
   std::string bytes;  // the file as read
@@ -33,6 +40,11 @@ struct DocumentText {
   std::optional<std::u16string> text;  // nullopt when the bytes are not text
   std::string notTextReason;           // why, for --verbose
 };
+
+// TextBundles: a ".textbundle" folder or a ".textpack" archive, read as one document (the
+// text of the bundle's "text.*" file, as Markdown or plain text is read).
+[[nodiscard]] bool isTextBundleDocument(const std::filesystem::path& path);
+[[nodiscard]] DocumentText textBundleDocumentText(const std::filesystem::path& path);
 
 // Reads a document's bytes, all at once or a prefix first; throws CommandError when the
 // file cannot be opened or read.

@@ -36,6 +36,7 @@ int main(int argc, char** argv) {
   orvel::cli::registerDSStoreCommands(app);
   orvel::cli::registerCommentCommand(app, status);
   orvel::cli::registerLangCommand(app, status);
+  orvel::cli::registerTextBundleCommands(app);
   orvel::cli::registerUrlCommands(app);
 
   try {

@@ -96,6 +96,9 @@ struct SearchOptions {
   std::optional<std::string> language;  // --lang: files clearly in another language are left out
   std::optional<std::string> stopWords;
   std::shared_ptr<const LanguageFilter> languageFilter;
+  std::vector<DocumentKind> types;  // --type: only these kinds (all when empty)
+  std::vector<std::string> typeNames;
+  bool typeList = false;
   unsigned threads = 0;
   std::size_t snippetCharacters = 0;
 };
@@ -128,13 +131,40 @@ std::optional<std::u16string> matchingComment(const fs::path& path, const Query&
   return std::nullopt;
 }
 
+// Whether --type lets a kind of document through.
+bool wanted(const SearchOptions& options, DocumentKind kind) {
+  return options.types.empty() ||
+         std::find(options.types.begin(), options.types.end(), kind) != options.types.end();
+}
+
+// Tests a document's text and collects its occurrences, unless its language is filtered out.
+void searchDocument(const DocumentText& document, const Query& query, const SearchOptions& options,
+                    FileResult& result) {
+  result.kind = document.kind;
+  result.notText = document.notTextReason;
+  if (!document.text) return;
+  if (options.languageFilter && options.languageFilter->filterText(*document.text)) return;
+  result.matched = query.matches(*document.text);
+  if (result.matched && !options.filesWithMatches) {
+    result.occurrences = query.occurrences(*document.text, options.paragraphs);
+  }
+}
+
 FileResult searchText(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
                       const SearchOptions& options) {
   FileResult result;
+  if (isTextBundleDocument(path)) {
+    result.kind = DocumentKind::kTextBundle;
+    if (wanted(options, result.kind)) {
+      searchDocument(textBundleDocumentText(path), query, options, result);
+    }
+    return result;
+  }
   std::string bytes;
   try {
     DocumentReader reader(path);
     result.kind = documentKind(path, reader.readAtLeast(kBytesDecidingText));
+    if (!wanted(options, result.kind)) return result;
     // A page's or feed's words may be spelt with entities, split by tags or in another
     // encoding: neither the byte pre-filter nor a prefix of its bytes can speak for it; and
     // the language of a file is that of all its text.
@@ -155,14 +185,9 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
   const DocumentText document = documentText(
       std::move(bytes), result.kind, [&](std::string_view all) { return prefilter.mayMatch(all); });
-  result.kind = document.kind;
-  result.notText = document.notTextReason;
-  if (!document.text) return result;
-  if (options.languageFilter && options.languageFilter->filterText(*document.text)) return result;
-  result.matched = query.matches(*document.text);
-  if (result.matched && !options.filesWithMatches) {
-    result.occurrences = query.occurrences(*document.text, options.paragraphs);
-  }
+  // A feed-like file that is no feed after all is text, which --type may not want.
+  if (!wanted(options, document.kind)) return FileResult{};
+  searchDocument(document, query, options, result);
   return result;
 }
 
@@ -270,7 +295,7 @@ void registerSearch(CLI::App& app, int& status) {
   options->threads = std::max(1u, std::thread::hardware_concurrency());
   CLI::App* command = app.add_subcommand(
       "search", "Search documents with a query; print matching files with lines and snippets");
-  command->add_option("QUERY", options->query, "The query")->required();
+  CLI::Option* query = command->add_option("QUERY", options->query, "The query");
   command->add_option("PATH", options->paths, "Files and folders (default: the current folder)");
   command->add_flag("-s,--case-sensitive", options->caseSensitive, "Compare case-sensitively");
   command->add_flag("--wildcard", options->wildcard, "Terms are wildcard patterns");
@@ -280,6 +305,16 @@ void registerSearch(CLI::App& app, int& status) {
   command->add_flag("-c,--count", options->count, "Print PATH:COUNT of occurrences");
   command->add_flag("--json", options->json, "One JSON object per matching file");
   command->add_flag("--hidden", options->hidden, "Search hidden files and folders too");
+  command
+      ->add_option("--type", options->typeNames,
+                   "Only documents of this kind: text, markdown, html, feed, textbundle "
+                   "(repeatable)")
+      ->type_name("KIND")
+      ->check([](const std::string& name) {
+        return documentKindNamed(name) ? std::string()
+                                       : "unknown kind '" + name + "' (see --type-list)";
+      });
+  command->add_flag("--type-list", options->typeList, "Print the kinds and what selects each");
   command
       ->add_option("--lang", options->language,
                    "Leave out files clearly in another language than XX")
@@ -295,7 +330,16 @@ void registerSearch(CLI::App& app, int& status) {
       ->check(CLI::Range(1u, 1024u));
   command->add_option("--snippet-chars", options->snippetCharacters,
                       "Shorten snippets after N characters");
-  command->callback([options, &status] {
+  command->callback([options, query, &status] {
+    if (options->typeList) {
+      writeOut(documentKindList());
+      status = 0;
+      return;
+    }
+    if (query->count() == 0) throw CLI::RequiredError("QUERY");
+    for (const std::string& name : options->typeNames) {
+      options->types.push_back(*documentKindNamed(name));
+    }
     if (options->paths.empty()) options->paths.push_back(".");
     if (options->language) {
       auto filter = loadLanguageFilter(options->stopWords, true);

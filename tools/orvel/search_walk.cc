@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <system_error>
 
+#include "orvel/formats/markdown_files.h"
+
 #include "tools/orvel/command_support.h"
 
 namespace orvel::cli {
@@ -30,8 +32,12 @@ std::vector<fs::path> walkFolder(const fs::path& root, bool hidden, bool& failed
       if (!hidden && isHidden(entry.path())) continue;
       std::error_code typeError;
       const fs::file_type type = entry.symlink_status(typeError).type();
-      if (type == fs::file_type::directory) folders.push_back(entry.path());
-      if (type == fs::file_type::regular) files.push_back(entry.path());
+      // A .textbundle folder is one document, not a folder to walk into.
+      if (type == fs::file_type::directory && !isTextBundleFile(entry.path())) {
+        folders.push_back(entry.path());
+      } else if (type == fs::file_type::regular || type == fs::file_type::directory) {
+        files.push_back(entry.path());
+      }
     }
     if (error) {
       reportError(folder.string(), error.message());
@@ -53,6 +59,8 @@ std::vector<SearchFile> collectSearchFiles(const std::vector<std::string>& paths
     if (error || !fs::exists(status)) {
       reportError(root, error ? error.message() : "No such file or directory");
       failed = true;
+    } else if (fs::is_directory(status) && isTextBundleFile(root)) {
+      files.push_back({root, true});
     } else if (fs::is_directory(status)) {
       for (fs::path& path : walkFolder(root, hidden, failed)) {
         files.push_back({std::move(path), false});
