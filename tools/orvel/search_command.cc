@@ -310,6 +310,7 @@ void registerSearch(CLI::App& app, int& status) {
                    "Only documents of this kind: text, markdown, html, feed, textbundle "
                    "(repeatable)")
       ->type_name("KIND")
+      ->allow_extra_args(false)
       ->check([](const std::string& name) {
         return documentKindNamed(name) ? std::string()
                                        : "unknown kind '" + name + "' (see --type-list)";
