@@ -39,6 +39,11 @@ echo "== orvel comment examples/pages/pl-iso-8859-2.html examples/pages/zh-gb231
 "$orvel" comment examples/pages/pl-iso-8859-2.html examples/pages/zh-gb2312.html
 echo "== orvel dsstore ls examples/pages (first four records)"
 "$orvel" dsstore ls examples/pages | head -n 4
+# TextBundles and TextPacks are searched as one document each.
+echo "== orvel search 'ferry OR lighthouse' examples/notes"
+"$orvel" search 'ferry OR lighthouse' examples/notes
+echo "== orvel textbundle text examples/notes/Recipes.textpack"
+"$orvel" textbundle text examples/notes/Recipes.textpack
 echo "== orvel lang examples/udhr/de.txt examples/udhr/el.txt examples/udhr/tr.txt"
 "$orvel" lang examples/udhr/de.txt examples/udhr/el.txt examples/udhr/tr.txt
 echo "== orvel search -l --lang FR 'droits OR rights OR Rechte' examples/udhr"
