@@ -41,18 +41,7 @@ PYTHON
   touch "$corpus/.complete"
 fi
 
-best_time() {
-  local best="" start end elapsed
-  "$@" > /dev/null || true
-  for _ in $(seq "$runs"); do
-    start=$(date +%s%N)
-    "$@" > /dev/null || true
-    end=$(date +%s%N)
-    elapsed=$(((end - start) / 1000))
-    if [ -z "$best" ] || [ "$elapsed" -lt "$best" ]; then best=$elapsed; fi
-  done
-  echo "$best"
-}
+source bench/best_time.sh
 
 word=rights
 ours=$(best_time "$orvel" search -l "$word" "$corpus/markdown")

@@ -35,19 +35,7 @@ fi
 megabytes=$(du -sm "$corpus" | cut -f1)
 echo "corpus: $corpus, $(find "$corpus" -name '*.txt' | wc -l) files, $megabytes MB"
 
-# The best of $runs wall-clock times of a command, in seconds (files already cached).
-best_time() {
-  local best="" start end elapsed
-  "$@" > /dev/null || true
-  for _ in $(seq "$runs"); do
-    start=$(date +%s%N)
-    "$@" > /dev/null || true
-    end=$(date +%s%N)
-    elapsed=$(((end - start) / 1000))
-    if [ -z "$best" ] || [ "$elapsed" -lt "$best" ]; then best=$elapsed; fi
-  done
-  echo "$best"
-}
+source bench/best_time.sh
 
 seconds() { awk -v us="$1" 'BEGIN { printf "%.3f", us / 1e6 }'; }
 status=0
