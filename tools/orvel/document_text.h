@@ -33,7 +33,6 @@ enum class DocumentKind { kText, kMarkdown, kHtml, kFeed, kTextBundle };
 // Each kind with what selects it, one line each, for `search --type-list`.
 [[nodiscard]] std::string documentKindList();
 
-
 struct DocumentText {
   std::string bytes;  // the file as read
   DocumentKind kind = DocumentKind::kText;

@@ -17,7 +17,8 @@ namespace orvel::cli {
 // the calling thread in order of i, each as soon as the ones before it are emitted. A
 // worker waits before it starts an item more than `window` items ahead of the last one
 // emitted, so at most twice `window` results are held at any time (a batch being emitted
-// and the slots), however many items there are. An exception thrown by emit stops the workers and is rethrown once they are joined.
+// and the slots), however many items there are. An exception thrown by emit stops the workers and
+// is rethrown once they are joined.
 template <typename Result, typename Work, typename Emit>
 void runInOrder(std::size_t count, unsigned threads, std::size_t window, Work work, Emit emit) {
   threads = std::max(1u, threads);
