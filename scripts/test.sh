@@ -21,12 +21,12 @@ cmake --preset tsan >/dev/null
 cmake --build --preset tsan --target orvel orvel_cli_test
 ctest --preset tsan -R 'SearchInputsTest\.ThreadsPrintInFileOrder'
 
-echo "== fuzzing, about 10 s per target"
+echo "== fuzzing, about 5 s per target"
 mkdir -p build
 for source in fuzz/*_fuzzer.cc; do
   target=$(basename "$source" _fuzzer.cc)
   log="build/fuzz-$target.log"
-  if ! scripts/fuzz.sh "$target" 10 >"$log" 2>&1; then
+  if ! scripts/fuzz.sh "$target" 5 >"$log" 2>&1; then
     tail -n 40 "$log"
     echo "fuzzing $target: failed (the input is in fuzz/corpus/$target)" >&2
     exit 1
