@@ -98,7 +98,11 @@ TEST_F(UnpackTest, WhatIsNoArchive) {
   EXPECT_FALSE(decompressFileAtPath(text, out(), {}, &error));
   EXPECT_EQ(error.rfind("not a readable archive", 0), 0u) << error;
   EXPECT_FALSE(decompressFileAtPath(_dir.path() / "missing.zip", out(), {}, &error));
-  EXPECT_FALSE(decompressFileAtPath(text, text / "sub"));  // no destination can be made
+  // A real archive, but its destination would lie below a file.
+  const fs::path archive = _dir.path() / "a.zip";
+  ASSERT_TRUE(testing::writeArchive(archive, {{"x.txt", "x"}}));
+  EXPECT_FALSE(decompressFileAtPath(archive, text / "sub", {}, &error));
+  EXPECT_EQ(error, (text / "sub").string() + ": cannot make the destination folder");
 }
 
 TEST_F(UnpackTest, OneEntryIsReadWithoutUnpacking) {

@@ -198,8 +198,6 @@ std::string documentKindList() {
          "textbundle: .textbundle folders and .textpack archives\n";
 }
 
-bool isTextBundleDocument(const std::filesystem::path& path) { return isTextBundleFile(path); }
-
 DocumentText textBundleDocumentText(const std::filesystem::path& path) {
   DocumentText document;
   document.kind = DocumentKind::kTextBundle;
@@ -260,7 +258,7 @@ DocumentText documentText(std::string bytes, DocumentKind kind,
 }
 
 std::u16string readDocumentText(const std::string& input) {
-  if (input != "-" && isTextBundleDocument(input)) {
+  if (input != "-" && isTextBundleFile(input)) {
     DocumentText bundle = textBundleDocumentText(input);
     if (!bundle.text) throw CommandError(input, bundle.notTextReason);
     return std::move(*bundle.text);

@@ -42,7 +42,6 @@ struct DocumentText {
 
 // TextBundles: a ".textbundle" folder or a ".textpack" archive, read as one document (the
 // text of the bundle's "text.*" file, as Markdown or plain text is read).
-[[nodiscard]] bool isTextBundleDocument(const std::filesystem::path& path);
 [[nodiscard]] DocumentText textBundleDocumentText(const std::filesystem::path& path);
 
 // Reads a document's bytes, all at once or a prefix first; throws CommandError when the

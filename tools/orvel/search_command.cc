@@ -12,6 +12,7 @@
 
 #include "orvel/base/utf8.h"
 #include "orvel/dsstore/ds_store.h"
+#include "orvel/formats/markdown_files.h"
 #include "orvel/search/query_evaluation.h"
 #include "orvel/search/query_occurrences.h"
 #include "orvel/search/query_terms.h"
@@ -153,7 +154,7 @@ void searchDocument(const DocumentText& document, const Query& query, const Sear
 FileResult searchText(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
                       const SearchOptions& options) {
   FileResult result;
-  if (isTextBundleDocument(path)) {
+  if (isTextBundleFile(path)) {
     result.kind = DocumentKind::kTextBundle;
     if (wanted(options, result.kind)) {
       searchDocument(textBundleDocumentText(path), query, options, result);
