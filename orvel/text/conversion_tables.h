@@ -25,11 +25,14 @@ using ConversionTable = const unichar*;
 
 inline constexpr unsigned kConversionTableSize = 65536;
 
+// C linkage, so that C callers (orvel/c/characters.h) index the same globals.
+extern "C" {
 extern ConversionTable _lowerCharsTable;
 extern ConversionTable _upperCharsTable;
 extern ConversionTable _umlautsCharsTable;
 extern ConversionTable _lowerUmlautsCharsTable;
 extern ConversionTable _upperUmlautsCharsTable;
+}
 
 // Build the table on first call (and set its global); every call returns it.
 ConversionTable initLowerCharsTable();

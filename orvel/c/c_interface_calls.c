@@ -1,0 +1,134 @@
+/* Calls of the C interface compiled by the C compiler, so that the headers are known to be
+ * C; c_interface_test.cc checks what they answer against the C++ interface. */
+#include <stdio.h>
+#include <string.h>
+
+#include "orvel/orvel.h"
+
+/* Widens Latin-1 bytes into units; answers the count. */
+size_t c_widen(const char* ascii, orvel_unichar* units, size_t capacity) {
+  size_t length = strlen(ascii);
+  if (length > capacity) length = capacity;
+  for (size_t i = 0; i < length; i++) units[i] = (orvel_unichar)(unsigned char)ascii[i];
+  return length;
+}
+
+typedef struct {
+  char* names;
+  size_t capacity;
+  size_t used;
+} TagNames;
+
+static bool appendName(const orvel_unichar* characters, size_t length, size_t nameStart,
+                       size_t nameLength, size_t tagStart, size_t tagLength, size_t textStart,
+                       int kind, void* context) {
+  TagNames* names = (TagNames*)context;
+  (void)length, (void)tagStart, (void)tagLength, (void)textStart;
+  if (kind == ORVEL_TAG_KIND_END) return false;
+  if (names->used + nameLength + 3 > names->capacity) return true;
+  names->names[names->used++] = (char)('0' + kind);
+  for (size_t i = 0; i < nameLength && nameStart != ORVEL_NOT_FOUND; i++) {
+    names->names[names->used++] = (char)toLowerAscii(characters[nameStart + i]);
+  }
+  names->names[names->used++] = ' ';
+  names->names[names->used] = '\0';
+  return false;
+}
+
+/* The kind and lower-cased name of every piece of the markup, as "1a 2 1/a " would be
+ * written for a, a comment and /a (a closing tag's name has no "/": "1a 2 1a "). */
+bool c_tag_names(const char* markup, char* names, size_t capacity) {
+  orvel_unichar units[512];
+  const size_t length = c_widen(markup, units, 512);
+  TagNames collected = {names, capacity, 0};
+  names[0] = '\0';
+  return GetTagsOfCharacters(units, length, appendName, &collected);
+}
+
+/* The value of the attribute of the first tag of the markup, or "" when it has none. */
+void c_first_attribute(const char* markup, const char* name, char* value, size_t capacity) {
+  orvel_unichar units[512];
+  const size_t length = c_widen(markup, units, 512);
+  const char* end = strchr(markup, '>');
+  orvel_range tag = {0, end == NULL ? length : (size_t)(end - markup) + 1};
+  orvel_range found = rangeOfAttributeOfTagCharacters(units, tag, name);
+  value[0] = '\0';
+  if (found.location == ORVEL_NOT_FOUND || found.length >= capacity) return;
+  for (size_t i = 0; i < found.length; i++) value[i] = (char)units[found.location + i];
+  value[found.length] = '\0';
+}
+
+/* Whether the text matches the Unix pattern under a comparison mode, the pattern folded
+ * first as the matchers expect. */
+bool c_matches(const char* text, const char* pattern, unsigned comparison) {
+  orvel_unichar textUnits[256], patternUnits[256];
+  const size_t textLength = c_widen(text, textUnits, 256);
+  const size_t patternLength = c_widen(pattern, patternUnits, 256);
+  orvel_conversion_table table = unicharTableForWildcardComparison(comparison);
+  prepareWildcardUsingUnicharTable(patternUnits, patternUnits + patternLength, table);
+  return stringMatchesUnixWildcardUsingUnicharTable(
+      textUnits, textUnits + textLength, patternUnits, patternUnits + patternLength, table);
+}
+
+/* optimizeWildcard of the pattern: the type, the found range and the new length. */
+int c_optimize(const char* pattern, size_t minLiterals, orvel_range* range, size_t* length) {
+  orvel_unichar units[256];
+  const size_t count = c_widen(pattern, units, 256);
+  return optimizeWildcard(units, units + count, range, minLiterals, length);
+}
+
+/* The range of the next word of the text matching the pattern, case-insensitively. */
+orvel_range c_find_word(const char* text, const char* pattern) {
+  orvel_unichar textUnits[256], patternUnits[64];
+  const size_t textLength = c_widen(text, textUnits, 256);
+  const size_t patternLength = c_widen(pattern, patternUnits, 64);
+  orvel_range all = {0, textLength};
+  return FindWildcardInCharacters(textUnits, textLength, all, patternUnits, patternLength,
+                                  ORVEL_WILDCARD_CASE_INSENSITIVE, 1,
+                                  defaultWildcardSeparators(), false, true, false, false);
+}
+
+/* MD5 and SHA-1 of the text fed in two parts, in hex. */
+void c_digests(const char* text, char md5Hex[33], char sha1Hex[41]) {
+  unsigned char digest[20];
+  const size_t half = strlen(text) / 2;
+  isc_md5_t md5;
+  isc_md5_init(&md5);
+  isc_md5_update(&md5, (const unsigned char*)text, (uint32_t)half);
+  isc_md5_update(&md5, (const unsigned char*)text + half, (uint32_t)(strlen(text) - half));
+  isc_md5_final(&md5, digest);
+  for (int i = 0; i < 16; i++) snprintf(md5Hex + 2 * i, 3, "%02x", digest[i]);
+  isc_sha1_t sha1;
+  isc_sha1_init(&sha1);
+  isc_sha1_update(&sha1, (const unsigned char*)text, (uint32_t)half);
+  isc_sha1_update(&sha1, (const unsigned char*)text + half, (uint32_t)(strlen(text) - half));
+  isc_sha1_final(&sha1, digest);
+  for (int i = 0; i < 20; i++) snprintf(sha1Hex + 2 * i, 3, "%02x", digest[i]);
+}
+
+/* The CRC of the text's units folded to upper case, through the global table the C
+ * interface exports (built first: globals stay NULL until then). */
+uint32_t c_upper_crc(const char* text) {
+  orvel_unichar units[256];
+  const size_t length = c_widen(text, units, 256);
+  initUpperCharsTable();
+  return CRC32UniCharsUsingConversionTable(units, length, _upperCharsTable);
+}
+
+/* The CRC of the bytes in two parts, continued with updateCRC32. */
+uint32_t c_crc_in_parts(const char* text) {
+  const size_t half = strlen(text) / 2;
+  return updateCRC32(CRC32(text, half), text + half, strlen(text) - half);
+}
+
+/* UTF-8 to UTF-16 and back: whether the round trip gives the same bytes. */
+bool c_utf8_round_trip(const char* utf8) {
+  orvel_unichar units[256] = {0};
+  uint8_t back[512] = {0};
+  const size_t length = strlen(utf8);
+  if (convertUTF8ToUnicode((const uint8_t*)utf8, length, units, 256) != 0) return false;
+  size_t unitCount = 0;
+  while (unitCount < 256 && units[unitCount] != 0) unitCount++;
+  if (convertUnicodeToUTF8(units, unitCount, back, sizeof back) != 0) return false;
+  return memcmp(back, utf8, length) == 0;
+}
