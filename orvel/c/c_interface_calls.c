@@ -66,8 +66,8 @@ bool c_matches(const char* text, const char* pattern, unsigned comparison) {
   const size_t patternLength = c_widen(pattern, patternUnits, 256);
   orvel_conversion_table table = unicharTableForWildcardComparison(comparison);
   prepareWildcardUsingUnicharTable(patternUnits, patternUnits + patternLength, table);
-  return stringMatchesUnixWildcardUsingUnicharTable(
-      textUnits, textUnits + textLength, patternUnits, patternUnits + patternLength, table);
+  return stringMatchesUnixWildcardUsingUnicharTable(textUnits, textUnits + textLength, patternUnits,
+                                                    patternUnits + patternLength, table);
 }
 
 /* optimizeWildcard of the pattern: the type, the found range and the new length. */
@@ -84,8 +84,8 @@ orvel_range c_find_word(const char* text, const char* pattern) {
   const size_t patternLength = c_widen(pattern, patternUnits, 64);
   orvel_range all = {0, textLength};
   return FindWildcardInCharacters(textUnits, textLength, all, patternUnits, patternLength,
-                                  ORVEL_WILDCARD_CASE_INSENSITIVE, 1,
-                                  defaultWildcardSeparators(), false, true, false, false);
+                                  ORVEL_WILDCARD_CASE_INSENSITIVE, 1, defaultWildcardSeparators(),
+                                  false, true, false, false);
 }
 
 /* MD5 and SHA-1 of the text fed in two parts, in hex. */

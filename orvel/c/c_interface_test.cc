@@ -1,9 +1,9 @@
 // The C interface, called from C (c_interface_calls.c) and compared with the C++ one. Both
 // headers are included here, which also proves they can share a translation unit: the
 // exported globals are declared by both and must be the same objects.
-#include <gtest/gtest.h>
-
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "orvel/orvel.h"
 #include "orvel/search/wildcard.h"

@@ -73,8 +73,7 @@ ptrdiff_t fastCompareUnicharsWithChars(const orvel_unichar* chars1, size_t lengt
                                        const char* chars2, size_t length2) {
   return orvel::fastCompareUnicharsWithChars(chars1, length1, chars2, length2);
 }
-ptrdiff_t fastCompareChars(const char* chars1, size_t length1, const char* chars2,
-                           size_t length2) {
+ptrdiff_t fastCompareChars(const char* chars1, size_t length1, const char* chars2, size_t length2) {
   return orvel::fastCompareChars(chars1, length1, chars2, length2);
 }
 ptrdiff_t fastCompareUnicharsUsingConversionTable(const orvel_unichar* chars1, size_t length1,
@@ -122,12 +121,12 @@ bool onlyWhiteCharacters(const orvel_unichar* chars, size_t length) {
 }
 
 int32_t initUnicodeConverters(void) { return orvel::initUnicodeConverters(); }
-int32_t convertUTF8ToUnicode(const uint8_t* source, size_t sourceLength,
-                             orvel_unichar* destination, size_t destinationCapacity) {
+int32_t convertUTF8ToUnicode(const uint8_t* source, size_t sourceLength, orvel_unichar* destination,
+                             size_t destinationCapacity) {
   return orvel::convertUTF8ToUnicode(source, sourceLength, destination, destinationCapacity);
 }
-int32_t convertUnicodeToUTF8(const orvel_unichar* source, size_t sourceLength,
-                             uint8_t* destination, size_t destinationCapacity) {
+int32_t convertUnicodeToUTF8(const orvel_unichar* source, size_t sourceLength, uint8_t* destination,
+                             size_t destinationCapacity) {
   return orvel::convertUnicodeToUTF8(source, sourceLength, destination, destinationCapacity);
 }
 int32_t convertEncodingToUnicode(const uint8_t* source, size_t sourceLength, uint32_t encoding,

@@ -107,10 +107,10 @@ bool onlyWhiteCharacters(const orvel_unichar* chars, size_t length);
  * number and answers 1 on success, 0 on failure (with the units converted before it in
  * *unitsWritten), or an ICU error code when no converter for the encoding could be opened. */
 int32_t initUnicodeConverters(void);
-int32_t convertUTF8ToUnicode(const uint8_t* source, size_t sourceLength,
-                             orvel_unichar* destination, size_t destinationCapacity);
-int32_t convertUnicodeToUTF8(const orvel_unichar* source, size_t sourceLength,
-                             uint8_t* destination, size_t destinationCapacity);
+int32_t convertUTF8ToUnicode(const uint8_t* source, size_t sourceLength, orvel_unichar* destination,
+                             size_t destinationCapacity);
+int32_t convertUnicodeToUTF8(const orvel_unichar* source, size_t sourceLength, uint8_t* destination,
+                             size_t destinationCapacity);
 int32_t convertEncodingToUnicode(const uint8_t* source, size_t sourceLength, uint32_t encoding,
                                  orvel_unichar* destination, size_t destinationCapacity,
                                  size_t* unitsWritten);

@@ -26,8 +26,8 @@ bool forwardToCHandler(std::u16string_view string, const orvel::unichar* charact
 
 extern "C" {
 
-bool GetTagsOfCharacters(const orvel_unichar* characters, size_t length,
-                         orvel_tag_handler handler, void* context) {
+bool GetTagsOfCharacters(const orvel_unichar* characters, size_t length, orvel_tag_handler handler,
+                         void* context) {
   if (characters == nullptr || length == 0 || handler == nullptr) return false;
   CHandler target{handler, context};
   return orvel::parseXmlWithHandler(std::u16string_view{characters, length}, forwardToCHandler,

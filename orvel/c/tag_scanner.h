@@ -21,13 +21,13 @@ extern "C" {
 #define ORVEL_TAG_KIND_COMMENT 2
 #define ORVEL_TAG_KIND_SECTION 3
 
-typedef bool (*orvel_tag_handler)(const orvel_unichar* characters, size_t length,
-                                  size_t nameStart, size_t nameLength, size_t tagStart,
-                                  size_t tagLength, size_t textStart, int kind, void* context);
+typedef bool (*orvel_tag_handler)(const orvel_unichar* characters, size_t length, size_t nameStart,
+                                  size_t nameLength, size_t tagStart, size_t tagLength,
+                                  size_t textStart, int kind, void* context);
 
 /* Scans the units; false without a call for an empty text, else true. */
-bool GetTagsOfCharacters(const orvel_unichar* characters, size_t length,
-                         orvel_tag_handler handler, void* context);
+bool GetTagsOfCharacters(const orvel_unichar* characters, size_t length, orvel_tag_handler handler,
+                         void* context);
 
 /* The range of the value of the attribute `name` (ASCII, any case) inside the tag at
  * characters[tag]; location ORVEL_NOT_FOUND when the tag has no such non-empty value. */

@@ -24,8 +24,7 @@ bool stringMatchesWildcard(const orvel_unichar* text, const orvel_unichar* textE
                            const orvel_unichar* pattern, const orvel_unichar* patternEnd) {
   return orvel::stringMatchesWildcard(text, textEnd, pattern, patternEnd);
 }
-bool stringMatchesWildcardUsingUnicharTable(const orvel_unichar* text,
-                                            const orvel_unichar* textEnd,
+bool stringMatchesWildcardUsingUnicharTable(const orvel_unichar* text, const orvel_unichar* textEnd,
                                             const orvel_unichar* pattern,
                                             const orvel_unichar* patternEnd,
                                             orvel_conversion_table table) {
@@ -95,9 +94,8 @@ orvel_range FindWildcardInCharacters(const orvel_unichar* text, size_t textLengt
 orvel_range FindWildcardStringInCharacters(const orvel_unichar* text, size_t textLength,
                                            orvel_range range, const orvel_unichar* pattern,
                                            size_t patternLength, unsigned comparison,
-                                           size_t minCharacters,
-                                           orvel_character_set_rep separators, bool backwards,
-                                           bool wholeWords) {
+                                           size_t minCharacters, orvel_character_set_rep separators,
+                                           bool backwards, bool wholeWords) {
   return fromRange(orvel::FindWildcardStringInCharacters(
       text, textLength, toRange(range), patternView(pattern, patternLength), comparison,
       minCharacters, separators, backwards, wholeWords));

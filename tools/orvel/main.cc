@@ -2,6 +2,8 @@
 #include <cstdio>
 #include <string>
 
+#include "orvel/version.h"
+
 #include "tools/orvel/command_support.h"
 #include "tools/orvel/commands.h"
 
@@ -24,6 +26,8 @@ int main(int argc, char** argv) {
 
   CLI::App app("orvel: fast, locale-free text tools over the ORVELfoundation library", "orvel");
   app.require_subcommand(1);
+  app.set_version_flag("--version", std::string("orvel ") + ORVEL_VERSION_STRING,
+                       "Print the version and exit");
   int status = 0;
   orvel::cli::registerTextCommands(app, status);
   orvel::cli::registerSearchCommands(app);
@@ -45,6 +49,8 @@ int main(int argc, char** argv) {
     return app.exit(help);
   } catch (const CLI::CallForAllHelp& help) {
     return app.exit(help);
+  } catch (const CLI::CallForVersion& version) {
+    return app.exit(version);
   } catch (const CLI::ParseError& error) {
     const std::string command = commandNamed(app, argc, argv);
     if (command.empty() && argc >= 2 && argv[1][0] != '-') {

@@ -24,6 +24,7 @@
 #include "tools/orvel/document_text.h"
 #include "tools/orvel/ordered_work.h"
 #include "tools/orvel/search_prefilter.h"
+#include "tools/orvel/search_progress.h"
 #include "tools/orvel/search_walk.h"
 
 namespace orvel::cli {
@@ -85,6 +86,9 @@ struct Query {
 struct SearchOptions {
   std::string query;
   std::vector<std::string> paths;
+  std::optional<std::string> filesFrom;  // a list of paths, one a line ("-": stdin)
+  bool nulSeparated = false;             // -0: the list's paths end with NUL bytes instead
+  bool noProgress = false;
   bool caseSensitive = false;
   bool wildcard = false;
   bool paragraphs = false;
@@ -109,6 +113,7 @@ struct FileResult {
   std::vector<Occurrence> occurrences;
   std::string error;    // non-empty: the file could not be read
   std::string notText;  // non-empty: skipped, not text
+  std::uint64_t bytesRead = 0;
   DocumentKind kind = DocumentKind::kText;
   std::optional<std::u16string> comment;  // the Finder comment, when it matched
 };
@@ -173,9 +178,11 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     if (!markup && !options.languageFilter && options.filesWithMatches && query.monotone &&
         prefixMatches(reader, query, prefilter)) {
       result.matched = true;
+      result.bytesRead = reader.readAtLeast(0).size();
       return result;
     }
     bytes = reader.readAll();
+    result.bytesRead = bytes.size();
   } catch (const CommandError& error) {
     result.error = error.what();
     return result;
@@ -264,28 +271,38 @@ std::string resultText(const fs::path& path, const FileResult& result,
 int runSearch(const SearchOptions& options) {
   const Query query(options.query, options.caseSensitive, options.wildcard);
   bool failed = false;
-  const std::vector<SearchFile> files = collectSearchFiles(options.paths, options.hidden, failed);
+  std::vector<std::string> paths = options.paths;
+  if (options.filesFrom) {
+    std::vector<std::string> listed = readPathList(*options.filesFrom, options.nulSeparated);
+    paths.insert(paths.end(), std::make_move_iterator(listed.begin()),
+                 std::make_move_iterator(listed.end()));
+  }
+  const std::vector<SearchFile> files = collectSearchFiles(paths, options.hidden, failed);
   initSeparatorsAndTables();
   const SearchPrefilter prefilter(query.tree, query.caseSensitive, query.wildcard);
   const unsigned threads = std::max(1u, std::min<unsigned>(options.threads, files.size()));
+  SearchProgress progress(progressWanted(options.noProgress) ? stderr : nullptr, files.size());
   bool anyMatch = false;
   runInOrder<FileResult>(
       files.size(), threads, 8 * std::size_t{threads},
       [&](std::size_t i) { return searchFile(files[i].path, query, prefilter, options); },
       [&](std::size_t i, const FileResult& result) {
+        progress.fileSearched(result.bytesRead);
         const std::string name = files[i].path.string();
-        if (!result.error.empty()) {
-          reportError(name, result.error);
-          failed = true;
-        } else if (!result.notText.empty() && files[i].named) {
-          reportError(name, "not searched: " + result.notText);
-          failed = true;
-        } else if (!result.notText.empty() && options.verbose) {
-          reportError(name, "skipped: " + result.notText);
-        } else if (result.matched) {
-          anyMatch = true;
-          writeOut(resultText(files[i].path, result, options));
-        }
+        progress.withoutLine([&] {
+          if (!result.error.empty()) {
+            reportError(name, result.error);
+            failed = true;
+          } else if (!result.notText.empty() && files[i].named) {
+            reportError(name, "not searched: " + result.notText);
+            failed = true;
+          } else if (!result.notText.empty() && options.verbose) {
+            reportError(name, "skipped: " + result.notText);
+          } else if (result.matched) {
+            anyMatch = true;
+            writeOut(resultText(files[i].path, result, options));
+          }
+        });
       });
   if (failed) return 2;
   return anyMatch ? 0 : 1;
@@ -298,6 +315,14 @@ void registerSearch(CLI::App& app, int& status) {
       "search", "Search documents with a query; print matching files with lines and snippets");
   CLI::Option* query = command->add_option("QUERY", options->query, "The query");
   command->add_option("PATH", options->paths, "Files and folders (default: the current folder)");
+  command
+      ->add_option("--files-from", options->filesFrom,
+                   "Also search the paths listed in FILE, one a line ('-': standard input)")
+      ->type_name("FILE");
+  command->add_flag("-0,--null", options->nulSeparated,
+                    "With --files-from: the paths end with NUL bytes, not line ends");
+  command->add_flag("--no-progress", options->noProgress,
+                    "Never show progress (shown on a terminal when a search takes a while)");
   command->add_flag("-s,--case-sensitive", options->caseSensitive, "Compare case-sensitively");
   command->add_flag("--wildcard", options->wildcard, "Terms are wildcard patterns");
   command->add_flag("--paragraphs", options->paragraphs, "Snippets are lines, not sentences");
@@ -342,7 +367,10 @@ void registerSearch(CLI::App& app, int& status) {
     for (const std::string& name : options->typeNames) {
       options->types.push_back(*documentKindNamed(name));
     }
-    if (options->paths.empty()) options->paths.push_back(".");
+    if (options->nulSeparated && !options->filesFrom) {
+      throw CLI::ValidationError("-0", "needs --files-from");
+    }
+    if (options->paths.empty() && !options->filesFrom) options->paths.push_back(".");
     if (options->language) {
       auto filter = loadLanguageFilter(options->stopWords, true);
       filter->setLanguage(decodeText(*options->language, "--lang"));

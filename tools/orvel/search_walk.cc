@@ -1,6 +1,11 @@
 #include "tools/orvel/search_walk.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
 #include <system_error>
 
 #include "orvel/formats/markdown_files.h"
@@ -73,6 +78,25 @@ std::vector<SearchFile> collectSearchFiles(const std::vector<std::string>& paths
     }
   }
   return files;
+}
+
+std::vector<std::string> readPathList(const std::string& source, bool nulSeparated) {
+  std::ifstream file;
+  if (source != "-") {
+    file.open(source, std::ios::binary);
+    if (!file)
+      throw CommandError(source,
+                         std::string("cannot read the list of files: ") + std::strerror(errno));
+  }
+  std::istream& in = source == "-" ? std::cin : file;
+  const char separator = nulSeparated ? '\0' : '\n';
+  std::vector<std::string> paths;
+  for (std::string path; std::getline(in, path, separator);) {
+    if (!nulSeparated && !path.empty() && path.back() == '\r') path.pop_back();
+    if (!path.empty()) paths.push_back(std::move(path));
+  }
+  if (in.bad()) throw CommandError(source, "cannot read the list of files");
+  return paths;
 }
 
 }  // namespace orvel::cli

@@ -21,4 +21,9 @@ struct SearchFile {
 [[nodiscard]] std::vector<SearchFile> collectSearchFiles(const std::vector<std::string>& paths,
                                                          bool hidden, bool& failed);
 
+// The paths listed in a file ("-": standard input), one a line (a CR before the line end is
+// dropped), or with nulSeparated each ended by a NUL byte, which lets names hold line ends.
+// Empty entries are skipped. A list that cannot be read throws CommandError.
+[[nodiscard]] std::vector<std::string> readPathList(const std::string& source, bool nulSeparated);
+
 }  // namespace orvel::cli

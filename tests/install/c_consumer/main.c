@@ -1,9 +1,8 @@
 /* A C11 program against the installed C interface: the CRC-32 and SHA-1 of standard input,
  * and whether its first line matches a wildcard pattern given as the argument. */
+#include <orvel/orvel.h>
 #include <stdio.h>
 #include <string.h>
-
-#include <orvel/orvel.h>
 
 int main(int argc, char** argv) {
   static unsigned char input[1 << 16];

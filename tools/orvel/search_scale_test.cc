@@ -1,0 +1,114 @@
+// What lets orvel search run under a job scheduler and at a terminal: paths given as a list
+// (lines or NUL-separated), JSON lines out, the progress line, and the version the program,
+// its manual page and the library agree on.
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "orvel/testing/temp_dir.h"
+#include "orvel/version.h"
+
+#include "tools/orvel/cli_test_support.h"
+#include "tools/orvel/search_progress.h"
+
+namespace orvel {
+namespace {
+
+TEST(SearchFilesFromTest, ReadsLinesOrNulSeparatedNamesAndSkipsEmptyEntries) {
+  testing::TempDir dir;
+  const std::string spaced = dir.writeFile("two words.txt", "harbour\n").string();
+  const std::string newline = dir.writeFile("line\nbreak.txt", "the harbour\n").string();
+  const std::string other = dir.writeFile("other.txt", "nothing here\n").string();
+  const std::string list = dir.writeFile("list", spaced + "\r\n\n" + other + "\n").string();
+
+  expectSuccess(orvel({"search", "-l", "--files-from", list, "harbour"}), spaced + "\n");
+  expectSuccess(orvel({"search", "-l", "--files-from", "-", "harbour"}, spaced + "\n" + other),
+                spaced + "\n");
+  // A name holding a line end needs NUL separation; the listed order is the output order.
+  const std::string nulList = newline + '\0' + '\0' + spaced + '\0';
+  expectSuccess(orvel({"search", "-l", "-0", "--files-from", "-", "harbour"}, nulList),
+                newline + "\n" + spaced + "\n");
+  // Paths on the command line are searched too, before the listed ones.
+  expectSuccess(orvel({"search", "-c", "--files-from", "-", "harbour", newline}, spaced),
+                newline + ":1\n" + spaced + ":1\n");
+}
+
+TEST(SearchFilesFromTest, ReportsMissingListsAndListedFilesInOneLineEach) {
+  testing::TempDir dir;
+  const std::string missing = (dir.path() / "no-such-list").string();
+  const ProgramResult noList = orvel({"search", "--files-from", missing, "x"});
+  EXPECT_NE(noList.exitCode, 0);
+  EXPECT_EQ(noList.err, "orvel: " + missing +
+                            ": cannot read the list of files: " + "No such file or directory\n");
+  const std::string gone = (dir.path() / "gone.txt").string();
+  expectFailure(orvel({"search", "--files-from", "-", "x"}, gone + "\n"), 2,
+                "orvel: " + gone + ": No such file or directory\n");
+  EXPECT_EQ(orvel({"search", "-0", "x", dir.path().string()}).exitCode, 2);  // -0 needs a list
+}
+
+TEST(SearchFilesFromTest, JsonLinesOfSeveralRunsMergeIntoOneResult) {
+  testing::TempDir dir;
+  std::string first, second;
+  for (int i = 0; i < 6; ++i) {
+    const std::string path =
+        dir.writeFile("f" + std::to_string(i) + ".txt", "quay " + std::to_string(i)).string();
+    (i % 2 == 0 ? first : second) += path + "\n";
+  }
+  const ProgramResult all = orvel({"search", "--json", "quay", dir.path().string()});
+  const ProgramResult a = orvel({"search", "--json", "--files-from", "-", "quay"}, first);
+  const ProgramResult b = orvel({"search", "--json", "--files-from", "-", "quay"}, second);
+  std::istringstream merged(a.out + b.out);
+  std::multiset<std::string> parts, whole;
+  for (std::string line; std::getline(merged, line);) parts.insert(line);
+  std::istringstream together(all.out);
+  for (std::string line; std::getline(together, line);) whole.insert(line);
+  EXPECT_EQ(parts.size(), 6u);
+  EXPECT_EQ(parts, whole);
+}
+
+TEST(SearchProgressTest, TheLineCountsFilesAndBytesAndIsErasedBeforeResults) {
+  std::FILE* terminal = std::tmpfile();
+  ASSERT_NE(terminal, nullptr);
+  {
+    // A delay longer than the test: only the explicit draws show.
+    cli::SearchProgress progress(terminal, 16686, std::chrono::hours(1));
+    progress.fileSearched(1'500'000);
+    progress.fileSearched(500'000);
+    progress.withoutLine([] {});  // nothing drawn yet: nothing to erase
+    progress.draw();
+    EXPECT_TRUE(progress.line().starts_with("2 of 16,686 files, 2.0 MB, ")) << progress.line();
+    progress.withoutLine([&] { std::fputs("RESULT", terminal); });
+  }
+  std::rewind(terminal);
+  std::string shown(4096, '\0');
+  shown.resize(std::fread(shown.data(), 1, shown.size(), terminal));
+  std::fclose(terminal);
+  EXPECT_TRUE(shown.starts_with("\r\x1b[Korvel: 2 of 16,686 files, 2.0 MB, ")) << shown;
+  EXPECT_NE(shown.find(" MB/s\r\x1b[KRESULT"), std::string::npos) << shown;
+  EXPECT_EQ(shown.size(), shown.find("RESULT") + 6);  // erased once; not again at the end
+}
+
+TEST(SearchProgressTest, NothingShowsWhenTheOutputIsNoTerminal) {
+  testing::TempDir dir;
+  const std::string file = dir.writeFile("a.txt", "quay").string();
+  // The tests' pipes are no terminals: stderr stays empty with or without the option.
+  expectSuccess(orvel({"search", "-l", "quay", file}), file + "\n");
+  expectSuccess(orvel({"search", "-l", "--no-progress", "quay", file}), file + "\n");
+}
+
+TEST(VersionTest, ProgramManualAndHeadersAgree) {
+  expectSuccess(orvel({"--version"}), std::string("orvel ") + ORVEL_VERSION_STRING + "\n");
+  std::ifstream manual(ORVEL_MANUAL_PAGE);
+  std::string header;
+  std::getline(manual, header);
+  EXPECT_NE(header.find(std::string("\"ORVELfoundation ") + ORVEL_VERSION_STRING + "\""),
+            std::string::npos)
+      << header;
+}
+
+}  // namespace
+}  // namespace orvel
