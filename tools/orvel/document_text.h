@@ -1,48 +1,14 @@
-// The text of a document, as the search commands see it. Plain text and Markdown are read
-// as UTF-8 (a leading byte-order mark is dropped). Web pages (HTML and XHTML, by their
-// extension, or files without one whose first bytes are markup) are read in their own
-// encoding and converted to their body's plain text, which line numbers and snippets then
-// refer to. Markdown files are known by their extensions (md, markdown, mdown, ...), TextBundles
-// by theirs (.textbundle folders and .textpack archives, each one document). Feeds (RSS, RDF
-// and Atom, whatever their extension) are read in their own
-// encoding as the text of their items: each item's title on a line, then its text (content,
-// else description, as plain text), then a blank line. Other document types extend this
-// one function.
+// Reading documents for the commands: a reader that can stop after a prefix, and the text
+// of an input named on the command line, with errors as the commands report them. The kinds
+// of documents and how each is read are the library's (orvel/formats/documents.h).
 #pragma once
 
 #include <filesystem>
-#include <functional>
-#include <optional>
 #include <string>
-#include <string_view>
+
+#include "orvel/formats/documents.h"
 
 namespace orvel::cli {
-
-enum class DocumentKind { kText, kMarkdown, kHtml, kFeed, kTextBundle };
-
-// The kind of a document by its first bytes when they open a feed, else by its name, and
-// for a name without an extension by its first bytes (kBytesDecidingText are enough). A
-// feed by its first bytes is confirmed by its whole text: documentText answers the kind it
-// read.
-[[nodiscard]] DocumentKind documentKind(const std::filesystem::path& path,
-                                        std::string_view firstBytes);
-// "text", "markdown", "html", "feed", "textbundle".
-[[nodiscard]] std::string_view documentKindName(DocumentKind kind);
-// The kind of a name, nullopt for none.
-[[nodiscard]] std::optional<DocumentKind> documentKindNamed(std::string_view name);
-// Each kind with what selects it, one line each, for `search --type-list`.
-[[nodiscard]] std::string documentKindList();
-
-struct DocumentText {
-  std::string bytes;  // the file as read
-  DocumentKind kind = DocumentKind::kText;
-  std::optional<std::u16string> text;  // nullopt when the bytes are not text
-  std::string notTextReason;           // why, for --verbose
-};
-
-// TextBundles: a ".textbundle" folder or a ".textpack" archive, read as one document (the
-// text of the bundle's "text.*" file, as Markdown or plain text is read).
-[[nodiscard]] DocumentText textBundleDocumentText(const std::filesystem::path& path);
 
 // Reads a document's bytes, all at once or a prefix first; throws CommandError when the
 // file cannot be opened or read.
@@ -66,35 +32,6 @@ class DocumentReader {
   std::string _bytes;
   bool _atEnd = false;
 };
-
-// A document is text when its first kTextSniffBytes bytes (after a byte-order mark) hold
-// no NUL byte and are well-formed UTF-8, a character cut by the end of that window aside:
-// the test grep tools make, so that a search that has read a few kilobytes knows what the
-// whole file is. The rest is decoded leniently: an ill-formed sequence there reads as
-// U+FFFD, and a NUL byte as U+0000 (both separate words).
-inline constexpr std::size_t kTextSniffBytes = 4096;
-// Bytes that are always enough to decide: the window, a byte-order mark before it, and a
-// character that its end may cut.
-inline constexpr std::size_t kBytesDecidingText = 3 + kTextSniffBytes + 4;
-
-// Why a document whose bytes begin so is not text (NUL bytes, or invalid UTF-8 at an
-// offset), or "" when it is; `bytes` is the whole document or at least its first
-// kBytesDecidingText bytes.
-[[nodiscard]] std::string whyNotText(std::string_view bytes);
-
-// The text of a document known to be text by the rule above, decoded leniently.
-[[nodiscard]] std::u16string decodeDocumentText(std::string_view bytes);
-
-// Why a web page's text (read in its encoding) is no page: NUL characters in its first
-// kTextSniffBytes units; nullopt when it is one.
-[[nodiscard]] std::optional<std::string> whyNotMarkup(std::u16string_view pageText);
-
-// The text of bytes read from a document of a kind, by the rules above. When mayMatch is
-// given and answers false for a text document's bytes, the text is not decoded (it stays
-// nullopt, with no reason): the caller knows it cannot hold what it looks for.
-[[nodiscard]] DocumentText documentText(
-    std::string bytes, DocumentKind kind = DocumentKind::kText,
-    const std::function<bool(std::string_view)>& mayMatch = nullptr);
 
 // The text of an input (a FILE, or stdin for "-") by the rules above; throws CommandError
 // naming it when it cannot be read or is not text.
