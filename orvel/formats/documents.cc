@@ -4,9 +4,8 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 
+#include "orvel/base/file_bytes.h"
 #include "orvel/base/utf8.h"
 #include "orvel/formats/markdown_files.h"
 #include "orvel/markup/html_to_text.h"
@@ -220,15 +219,14 @@ DocumentText documentText(std::string bytes, DocumentKind kind,
 std::optional<DocumentText> documentTextAtPath(const std::filesystem::path& path,
                                                std::string* error) {
   if (isTextBundleFile(path)) return textBundleDocumentText(path);
-  std::ifstream file(path, std::ios::binary);
-  std::string bytes;
-  if (file) bytes.assign(std::istreambuf_iterator<char>(file), {});
-  if (!file && !file.eof()) {
-    if (error != nullptr) *error = std::strerror(errno);
+  int reason = 0;
+  std::optional<std::string> bytes = bytesOfFile(path, &reason);
+  if (!bytes) {
+    if (error != nullptr) *error = std::strerror(reason);
     return std::nullopt;
   }
-  const DocumentKind kind = documentKind(path, bytes);
-  return documentText(std::move(bytes), kind);
+  const DocumentKind kind = documentKind(path, *bytes);
+  return documentText(std::move(*bytes), kind);
 }
 
 }  // namespace orvel

@@ -1,9 +1,8 @@
 #include "orvel/formats/markdown_files.h"
 
 #include <algorithm>
-#include <fstream>
-#include <sstream>
 
+#include "orvel/base/file_bytes.h"
 #include "orvel/base/utf8.h"
 #include "orvel/formats/file_operations.h"
 #include "orvel/text/encoding_converters.h"
@@ -152,12 +151,9 @@ bool isTextBundleFile(const fs::path& path) { return isTextBundleExtension(exten
 std::optional<std::u16string> stringWithContentsOfFile(const fs::path& path,
                                                        std::optional<NSStringEncoding> encoding,
                                                        NSStringEncoding* usedEncoding) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) return std::nullopt;
-  std::ostringstream bytes;
-  bytes << in.rdbuf();
-  if (in.bad()) return std::nullopt;
-  return decodeFileBytes(bytes.str(), encoding, usedEncoding);
+  const std::optional<std::string> bytes = bytesOfFile(path);
+  if (!bytes) return std::nullopt;
+  return decodeFileBytes(*bytes, encoding, usedEncoding);
 }
 
 std::optional<std::u16string> stringWithContentsOfTextBundleFile(
