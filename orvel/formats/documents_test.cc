@@ -13,16 +13,18 @@ namespace {
 // their own encoding, everything else as UTF-8 or not text at all.
 TEST(DocumentTextAtPathTest, ReadsEachKindAsItsText) {
   testing::TempDir dir;
-  const auto page = documentTextAtPath(dir.writeFile(
-      "p.html", "<html><head><meta charset=iso-8859-1><title>T</title></head>"
-                "<body><p>caf\xE9 &amp; cr\xE8me</p></body></html>"));
+  const auto page = documentTextAtPath(
+      dir.writeFile("p.html",
+                    "<html><head><meta charset=iso-8859-1><title>T</title></head>"
+                    "<body><p>caf\xE9 &amp; cr\xE8me</p></body></html>"));
   ASSERT_TRUE(page && page->text);
   EXPECT_EQ(page->kind, DocumentKind::kHtml);
   EXPECT_EQ(*page->text, u"café & crème");
 
   const auto feed = documentTextAtPath(dir.writeFile(
-      "news", "<?xml version='1.0'?><rss><channel><item><title>Quay</title>"
-              "<description>&lt;b&gt;open&lt;/b&gt; today</description></item></channel></rss>"));
+      "news",
+      "<?xml version='1.0'?><rss><channel><item><title>Quay</title>"
+      "<description>&lt;b&gt;open&lt;/b&gt; today</description></item></channel></rss>"));
   ASSERT_TRUE(feed && feed->text);
   EXPECT_EQ(feed->kind, DocumentKind::kFeed);
   EXPECT_EQ(*feed->text, u"Quay\nopen today\n\n");

@@ -18,6 +18,7 @@
 #include "orvel/search/query_terms.h"
 #include "orvel/search/query_wildcards.h"
 #include "orvel/search/separation.h"
+#include "orvel/search/text_query.h"
 
 #include "tools/orvel/command_support.h"
 #include "tools/orvel/commands.h"
@@ -32,55 +33,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr WildcardComparison kCaseInsensitive{kWildcardCaseInsensitive};
-
-// A query as the search commands use it: the tree, and how its terms compare.
-struct Query {
-  QueryTerms tree;
-  bool caseSensitive;
-  bool wildcard;
-  bool monotone;  // a match in a prefix is a match in the whole text
+// A query as the search commands use it, and whether a match in a prefix of a text is a
+// match in the whole text.
+struct Query : TextQuery {
+  bool monotone;
 
   Query(const std::string& text, bool caseSensitive, bool wildcard)
-      : tree(wildcard ? QueryTerms::withWildcard(decodeText(text, "query"))
-                      : QueryTerms(decodeText(text, "query"))),
-        caseSensitive(caseSensitive),
-        wildcard(wildcard),
-        monotone(isMonotoneQuery(tree)) {}
-
-  WildcardComparison comparison() const {
-    return caseSensitive ? WildcardComparison{0} : kCaseInsensitive;
-  }
-
-  bool matches(std::u16string_view text) const {
-    return wildcard ? tree.matchesString(text, comparison())
-                    : tree.matchesString(text, caseSensitive);
-  }
-
-  // The occurrences of the positive terms: whole words, and substring terms anywhere.
-  std::vector<Occurrence> occurrences(std::u16string_view text, bool paragraphs) const {
-    std::vector<Occurrence> found;
-    auto add = [&found](std::optional<std::vector<Occurrence>> more) {
-      if (more) found.insert(found.end(), more->begin(), more->end());
-    };
-    if (wildcard) {
-      if (const auto patterns = tree.plusWildcards()) {
-        add(getOccurrencesOfWildcards(text, *patterns, comparison(), 1, paragraphs));
-      }
-      return found;
-    }
-    add(getOccurrencesOfQueryTerm(text, tree.plusParts(1), caseSensitive, true, false, paragraphs));
-    add(getOccurrencesOfQueryTerm(text, tree.plusParts(2), caseSensitive, false, false,
-                                  paragraphs));
-    std::sort(found.begin(), found.end(), [](const Occurrence& a, const Occurrence& b) {
-      return a.range.location < b.range.location;
-    });
-    found.erase(
-        std::unique(found.begin(), found.end(),
-                    [](const Occurrence& a, const Occurrence& b) { return a.range == b.range; }),
-        found.end());
-    return found;
-  }
+      : TextQuery(decodeText(text, "query"), caseSensitive, wildcard),
+        monotone(isMonotoneQuery(tree())) {}
 };
 
 struct SearchOptions {
@@ -278,8 +238,7 @@ int runSearch(const SearchOptions& options) {
                  std::make_move_iterator(listed.end()));
   }
   const std::vector<SearchFile> files = collectSearchFiles(paths, options.hidden, failed);
-  initSeparatorsAndTables();
-  const SearchPrefilter prefilter(query.tree, query.caseSensitive, query.wildcard);
+  const SearchPrefilter prefilter(query.tree(), query.caseSensitive(), query.wildcard());
   const unsigned threads = std::max(1u, std::min<unsigned>(options.threads, files.size()));
   SearchProgress progress(progressWanted(options.noProgress) ? stderr : nullptr, files.size());
   bool anyMatch = false;
@@ -427,18 +386,8 @@ void registerSnippets(CLI::App& app, int& status) {
     const Query query(options->query, options->caseSensitive, options->wildcard);
     const std::u16string text = readDocumentText(options->file);
     const std::u16string separator = decodeText(options->separator, "separator");
-    std::optional<std::u16string> assembled;
-    if (options->wildcard) {
-      if (const auto patterns = query.tree.plusWildcards()) {
-        assembled = assembleOccurrencesOfWildcards(text, *patterns, true, options->singleWords,
-                                                   query.comparison(), 1, options->paragraphs,
-                                                   separator, options->max);
-      }
-    } else {
-      assembled = assembleOccurrencesOfQueryTerm(
-          text, query.tree.plusParts(), true, options->singleWords, options->caseSensitive, true,
-          false, options->paragraphs, separator, options->max);
-    }
+    const std::optional<std::u16string> assembled =
+        query.snippets(text, separator, options->max, options->paragraphs, options->singleWords);
     if (assembled) writeOut(*assembled + u"\n");
     status = assembled ? 0 : 1;
   });

@@ -1,0 +1,48 @@
+// A query as a search applies it to texts: the parsed tree together with how its terms
+// compare (case, wildcard patterns), answering whether a text matches, where the positive
+// terms occur, and the assembled snippets around them.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orvel/search/query_occurrences.h"
+#include "orvel/search/query_terms.h"
+#include "orvel/search/wildcard.h"
+
+namespace orvel {
+
+class TextQuery {
+ public:
+  // Parses the query; with wildcard its terms are wildcard patterns. Builds the separators
+  // and folding tables the evaluation needs, so that no caller has to.
+  TextQuery(std::u16string_view query, bool caseSensitive = false, bool wildcard = false);
+
+  [[nodiscard]] const QueryTerms& tree() const { return _tree; }
+  [[nodiscard]] bool caseSensitive() const { return _caseSensitive; }
+  [[nodiscard]] bool wildcard() const { return _wildcard; }
+  [[nodiscard]] WildcardComparison comparison() const;
+
+  [[nodiscard]] bool matches(std::u16string_view text) const;
+  // The occurrences of the positive terms in text order, each once: whole words, and
+  // substring terms anywhere; snippets are sentences, or lines with paragraphs.
+  [[nodiscard]] std::vector<Occurrence> occurrences(std::u16string_view text,
+                                                    bool paragraphs = false) const;
+  // The snippets around the positive terms joined by the separator, at most
+  // maxCharacters (0: no limit); nullopt when no term occurs.
+  [[nodiscard]] std::optional<std::u16string> snippets(std::u16string_view text,
+                                                       std::u16string_view separator = u" ",
+                                                       std::size_t maxCharacters = 0,
+                                                       bool paragraphs = false,
+                                                       bool singleWords = false) const;
+
+ private:
+  QueryTerms _tree;
+  bool _caseSensitive;
+  bool _wildcard;
+};
+
+}  // namespace orvel

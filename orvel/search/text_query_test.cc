@@ -1,0 +1,50 @@
+#include "orvel/search/text_query.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace orvel {
+namespace {
+
+std::vector<std::u16string> strings(const std::vector<Occurrence>& occurrences) {
+  std::vector<std::u16string> found;
+  for (const Occurrence& occurrence : occurrences) found.push_back(occurrence.string);
+  return found;
+}
+
+// Word terms and substring terms are found by two passes; a line holding both is reported
+// once, and the lines come in text order.
+TEST(TextQueryTest, OccurrencesOfWordsAndSubstringsComeOnceInTextOrder) {
+  const TextQuery query(u"quay *arbo* -storm");
+  const std::u16string text = u"The quay. Calm.\nThe quay and the harbour. The harbour";
+  ASSERT_TRUE(query.matches(text));
+  const auto lines = query.occurrences(text, true);
+  EXPECT_EQ(strings(lines), (std::vector<std::u16string>{
+                                u"The quay. Calm", u"The quay and the harbour. The harbour"}));
+  ASSERT_EQ(lines.size(), 2u);
+  EXPECT_EQ(lines[1].line, 1u);
+  EXPECT_EQ(lines[1].range.location, 16u);
+  EXPECT_FALSE(query.matches(u"harbour and quay in a storm"));
+}
+
+TEST(TextQueryTest, CaseAndWildcardsDecideHowTermsCompare) {
+  EXPECT_TRUE(TextQuery(u"QUAY").matches(u"the quay"));
+  EXPECT_FALSE(TextQuery(u"QUAY", true).matches(u"the quay"));
+  const TextQuery patterns(u"qu?y har*", false, true);
+  EXPECT_TRUE(patterns.matches(u"Quay of the Harbourmaster"));
+  EXPECT_EQ(strings(patterns.occurrences(u"A quay. A harbour.", true)),
+            (std::vector<std::u16string>{u"A quay. A harbour"}));
+}
+
+TEST(TextQueryTest, SnippetsAreJoinedAndLimited) {
+  const TextQuery query(u"quay");
+  const std::u16string text = u"First the quay. Then nothing. Then the quay again.";
+  EXPECT_EQ(query.snippets(text, u" | "), u"First the quay | Then the quay again");
+  EXPECT_FALSE(query.snippets(u"no such word here"));
+  EXPECT_EQ(query.snippets(text, u" ", 20), u"First the quay the quay...");
+}
+
+}  // namespace
+}  // namespace orvel
