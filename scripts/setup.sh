@@ -4,12 +4,15 @@
 set -euo pipefail
 
 packages=(
-  cmake ninja-build g++ pkg-config clang-format  # toolchain
+  cmake ninja-build g++ make pkg-config clang-format # toolchain
   clang libclang-rt-14-dev                       # libFuzzer for the fuzz targets
   libicu-dev zlib1g-dev liburiparser-dev         # the library's dependencies
   libarchive-dev                                 #   (archives: TextPacks)
   libcli11-dev nlohmann-json3-dev                # the orvel program's command line and JSON output
   libgtest-dev libgmock-dev                      # tests
+  pybind11-dev python3-dev python3-pytest        # the Python module and its tests
+  python3-distributed                            #   on a Dask cluster
+  man-db                                         # rendering the manual page in the checks
   libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL, Xapian and SQLite are
   libsqlite3-dev                                 #   peers, never linked by the library)
   ripgrep hyperfine                              # peers of the search benchmark

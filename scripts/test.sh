@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs every test: the optimised build (warnings as errors, with the
-# benchmarks compiled), the AddressSanitizer + UndefinedBehaviorSanitizer build, the
-# ThreadSanitizer run of a parallel search, a short run of every fuzz target, and the
-# formatting check.
+# benchmarks compiled, the Python module and its tests), the installed tree and its
+# consumers, the AddressSanitizer + UndefinedBehaviorSanitizer build, the ThreadSanitizer
+# run of a parallel search, a short run of every fuzz target, and the formatting check.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,6 +14,10 @@ for preset in release sanitize; do
   cmake --build --preset "$preset"
   echo "== $preset tests"
   ctest --preset "$preset"
+  if [ "$preset" = release ]; then
+    echo "== installed tree and its consumers"
+    tests/install/check.sh build/release
+  fi
 done
 
 echo "== thread sanitizer: orvel search on four threads"

@@ -52,10 +52,13 @@ echo "README examples"
 "$here/readme_examples.sh" "$root/README.md" "$work/readme"
 c++ -std=c++20 -o "$work/readme/example" "$work/readme/example.cc" \
   $(pkg-config --cflags --libs orvelfoundation)
-"$work/readme/example" >/dev/null || fail "the README's C++ example"
+expected="line 2: The ferry leaves the harbour from the north quay"
+[ "$("$work/readme/example")" = "$expected" ] || fail "the README's C++ example"
 if [ -d "$prefix/lib/python3/dist-packages/orvel" ]; then
-  PYTHONPATH="$prefix/lib/python3/dist-packages" /usr/bin/python3 "$work/readme/example.py" \
-    >/dev/null || fail "the README's Python example"
+  [ "$(PYTHONPATH="$prefix/lib/python3/dist-packages" /usr/bin/python3 "$work/readme/example.py")" \
+    = "$expected" ] || fail "the README's Python example"
+else
+  echo "(no Python module installed: pybind11 missing)"
 fi
 
 echo "manual page"

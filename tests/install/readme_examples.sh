@@ -8,7 +8,7 @@ extract() {
   awk -v fence="\`\`\`$1" '
     $0 == fence && !done { inside = 1; next }
     inside && $0 == "```" { inside = 0; done = 1; next }
-    inside { print }' "$3"
+    inside { print }' "$2"
 }
 extract cpp "$1" >"$2/example.cc"
 extract python "$1" >"$2/example.py"

@@ -3,20 +3,19 @@
 // dependency (zlib) underneath.
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "orvel/base/utf8.h"
 #include "orvel/records/compression.h"
-#include "orvel/search/query_occurrences.h"
-#include "orvel/search/query_terms.h"
+#include "orvel/search/text_query.h"
 
 int main() {
-  const orvel::QueryTerms query(u"harbour AND \"north quay\" -storm");
+  const orvel::TextQuery query(u"harbour AND \"north quay\" -storm");
   const std::u16string text = u"Calm seas.\nShips leave the harbour by the north quay at dawn.";
-  if (!query.matchesString(text, false)) return 1;
-  const auto found =
-      orvel::getOccurrencesOfQueryTerm(text, query.plusParts(1), false, true, false, true);
-  if (!found || found->size() != 2) return 2;
-  for (const orvel::Occurrence& occurrence : *found) {
+  if (!query.matches(text)) return 1;
+  const std::vector<orvel::Occurrence> found = query.occurrences(text, true);
+  if (found.size() != 1) return 2;
+  for (const orvel::Occurrence& occurrence : found) {
     std::printf("%zu: %s\n", occurrence.line + 1, orvel::utf16ToUtf8(occurrence.string).c_str());
   }
   const std::string bytes(1000, 'x');

@@ -1,0 +1,43 @@
+"""ORVELfoundation for Python: search documents with a forgiving query language, read
+HTML pages, links and feeds, tell a text's language, read the Finder's .DS_Store files,
+and checksum and store bytes.
+
+    >>> import orvel
+    >>> q = orvel.QueryTerms('harbour NEAR/3 "north quay"')
+    >>> q.matches("Ships leave the harbour by the north quay.")
+    True
+"""
+
+from ._orvel import (
+    KeyedStorage,
+    QueryTerms,
+    __version__,
+    crc32,
+    document_text,
+    ds_store_records,
+    feed_items,
+    finder_comment,
+    html_links,
+    html_to_text,
+    is_feed,
+    language_of_text,
+    md5,
+    sha1,
+)
+
+__all__ = [
+    "KeyedStorage",
+    "QueryTerms",
+    "__version__",
+    "crc32",
+    "document_text",
+    "ds_store_records",
+    "feed_items",
+    "finder_comment",
+    "html_links",
+    "html_to_text",
+    "is_feed",
+    "language_of_text",
+    "md5",
+    "sha1",
+]
