@@ -2,6 +2,7 @@
 // and snippets: the evaluator on one text.
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -43,12 +44,18 @@ struct Query : TextQuery {
         monotone(isMonotoneQuery(tree())) {}
 };
 
+// ORVEL_SEARCH_PLAIN set in the environment turns every shortcut off (the byte pre-filter,
+// deciding -l on a prefix): each file is read whole, decoded and evaluated. Tests compare
+// the two paths; a user may use it to rule the shortcuts out.
+bool plainPathForced() { return std::getenv("ORVEL_SEARCH_PLAIN") != nullptr; }
+
 struct SearchOptions {
   std::string query;
   std::vector<std::string> paths;
   std::optional<std::string> filesFrom;  // a list of paths, one a line ("-": stdin)
   bool nulSeparated = false;             // -0: the list's paths end with NUL bytes instead
   bool noProgress = false;
+  bool plainPath = plainPathForced();
   bool caseSensitive = false;
   bool wildcard = false;
   bool paragraphs = false;
@@ -135,8 +142,8 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     // encoding: neither the byte pre-filter nor a prefix of its bytes can speak for it; and
     // the language of a file is that of all its text.
     const bool markup = result.kind == DocumentKind::kHtml || result.kind == DocumentKind::kFeed;
-    if (!markup && !options.languageFilter && options.filesWithMatches && query.monotone &&
-        prefixMatches(reader, query, prefilter)) {
+    if (!markup && !options.languageFilter && !options.plainPath && options.filesWithMatches &&
+        query.monotone && prefixMatches(reader, query, prefilter)) {
       result.matched = true;
       result.bytesRead = reader.readAtLeast(0).size();
       return result;
@@ -238,7 +245,9 @@ int runSearch(const SearchOptions& options) {
                  std::make_move_iterator(listed.end()));
   }
   const std::vector<SearchFile> files = collectSearchFiles(paths, options.hidden, failed);
-  const SearchPrefilter prefilter(query.tree(), query.caseSensitive(), query.wildcard());
+  const SearchPrefilter prefilter =
+      options.plainPath ? SearchPrefilter()
+                        : SearchPrefilter(query.tree(), query.caseSensitive(), query.wildcard());
   const unsigned threads = std::max(1u, std::min<unsigned>(options.threads, files.size()));
   SearchProgress progress(progressWanted(options.noProgress) ? stderr : nullptr, files.size());
   bool anyMatch = false;

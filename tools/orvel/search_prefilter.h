@@ -30,6 +30,8 @@ namespace orvel::cli {
 
 class SearchPrefilter {
  public:
+  // A filter that lets every file through.
+  SearchPrefilter() = default;
   SearchPrefilter(const QueryTerms& tree, bool caseSensitive, bool wildcard);
 
   [[nodiscard]] bool active() const { return _active; }

@@ -1,0 +1,116 @@
+#!/usr/bin/env bash
+# orvel search against ripgrep and ugrep, every query shape, on one corpus of real text in
+# one run. The corpus (built once, ORVEL_GREP_CORPUS, default /tmp/orvel-grep-corpus) is the
+# reStructuredText sources of Debian's python3.11-doc copied 27 times and the declarations
+# of ../shared/testdata (or examples/udhr) copied 100 times: about 330 MB in about 15,500
+# files of realistic sizes, English and 20 other languages, with a rare word planted in 3.
+#
+# Rows: a frequent word, a word in about half the files, a rare word, a word that never
+# occurs, a two-word phrase (against `rg/ugrep -i -w`), and `a AND b -c`, `a OR b OR c`,
+# `a NEAR/5 b` (against `ugrep --bool --files`, which has no proximity: NEAR is its AND);
+# each with -l, with -c and with full output, on one thread and on all cores, warm cache,
+# the tools interleaved. Prints the best of $ORVEL_SEARCH_RUNS (default 3) times, the ratio
+# to the faster peer, and peak memory (GNU time's maximum resident set).
+# Usage: bench/search_vs_grep_tools.sh [ORVEL]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+orvel=$(realpath "${1:-build/release/tools/orvel/orvel}")
+corpus=${ORVEL_GREP_CORPUS:-/tmp/orvel-grep-corpus}
+runs=${ORVEL_SEARCH_RUNS:-3}
+cores=$(nproc)
+
+declarations=examples/udhr
+[ -d ../shared/testdata/lang/udhr ] && declarations=../shared/testdata/lang/udhr
+if [ ! -f "$corpus/.complete" ]; then
+  rm -rf "$corpus"
+  /usr/bin/python3 - "$corpus" /usr/share/doc/python3.11/html/_sources "$declarations" <<'PYTHON'
+import os, pathlib, shutil, sys
+corpus, sources, declarations = map(pathlib.Path, sys.argv[1:])
+rst = sorted(p for p in sources.rglob("*.txt") if p.is_file())
+udhr = sorted(p for p in declarations.glob("*.txt") if p.name != "LICENSE.txt")
+written = []
+for copy in range(27):
+    for source in rst:
+        target = corpus / f"docs{copy:02d}" / source.relative_to(sources)
+        target.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(source, target)
+        written.append(target)
+for copy in range(100):
+    for source in udhr:
+        target = corpus / f"udhr{copy:03d}" / source.name
+        target.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(source, target)
+        written.append(target)
+for k in (17, len(written) // 2, len(written) - 5):
+    with open(written[k], "a", encoding="utf-8") as out:
+        out.write("\nA quixotically rare word.\n")
+PYTHON
+  touch "$corpus/.complete"
+fi
+files=$(find "$corpus" -type f -name '*.txt' | wc -l)
+megabytes=$(du -sm --apparent-size "$corpus" | cut -f1)
+echo "corpus: $corpus, $files files, $megabytes MB; $cores cores; best of $runs runs"
+
+# The best wall-clock time (us) and the peak memory (KB) of a command. Its output goes
+# through a pipe, as a user's would: writing straight to /dev/null lets grep tools stop at
+# the first match.
+memory_file=$(mktemp)
+trap 'rm -f "$memory_file"' EXIT
+measure() {
+  local best="" peak=0 start end elapsed memory
+  { "$@" 2>/dev/null | cat >/dev/null; } || true
+  for _ in $(seq "$runs"); do
+    start=$(date +%s%N)
+    { /usr/bin/time -f '%M' -o "$memory_file" "$@" 2>/dev/null | cat >/dev/null; } || true
+    end=$(date +%s%N)
+    memory=$(tail -n 1 "$memory_file")
+    elapsed=$(((end - start) / 1000))
+    if [ -z "$best" ] || [ "$elapsed" -lt "$best" ]; then best=$elapsed; fi
+    [ "${memory:-0}" -gt "$peak" ] && peak=$memory
+  done
+  echo "$best $peak"
+}
+
+printf '%-34s %-5s %-3s %9s %9s %9s %7s %8s %8s %s\n' query mode j orvel rg ugrep ratio \
+  "mem(MB)" "rg(MB)" verdict
+status=0
+row() {  # row LABEL KIND ORVEL-QUERY RG-PATTERN UGREP-BOOL-QUERY
+  local label=$1 kind=$2 query=$3 pattern=$4 bool=$5
+  for mode in -l -c full; do
+    local flag=()
+    [ "$mode" != full ] && flag=("$mode")
+    for threads in 1 "$cores"; do
+      read -r ours ours_mem < <(measure "$orvel" search "${flag[@]}" -j "$threads" -- "$query" "$corpus")
+      local rg_time=- rg_mem=0 ug_time ug_mem peer target
+      if [ "$kind" = words ]; then
+        read -r rg_time rg_mem < <(measure rg "${flag[@]}" -j "$threads" -i -w -- "$pattern" "$corpus")
+        read -r ug_time ug_mem < <(measure ugrep -r "${flag[@]}" -J "$threads" -i -w -- "$pattern" "$corpus")
+        peer=$((rg_time < ug_time ? rg_time : ug_time))
+        target=1.0
+      else
+        read -r ug_time ug_mem < <(measure ugrep -r --bool --files "${flag[@]}" -J "$threads" -i -w -- "$bool" "$corpus")
+        peer=$ug_time
+        target=0.8
+        read -r rg_time rg_mem < <(measure rg "${flag[@]}" -j "$threads" -i -w -- "$pattern" "$corpus")
+      fi
+      awk -v l="$label" -v m="$mode" -v j="$threads" -v a="$ours" -v r="$rg_time" -v u="$ug_time" \
+        -v p="$peer" -v t="$target" -v om="$ours_mem" -v rm="$rg_mem" 'BEGIN {
+        ratio = a / p; mem_ok = (rm == 0 || om <= 2 * rm)
+        printf "%-34s %-5s %-3s %8.3fs %8.3fs %8.3fs %6.2fx %8.1f %8.1f %s\n", l, m, j, a / 1e6,
+          r / 1e6, u / 1e6, ratio, om / 1024, rm / 1024,
+          (ratio <= t && mem_ok) ? "ok" : (ratio <= t ? "MEMORY" : "MISSED (target " t "x)") }'
+      awk -v a="$ours" -v p="$peer" -v t="$target" -v om="$ours_mem" -v rm="$rg_mem" \
+        'BEGIN { exit (a / p <= t && (rm == 0 || om <= 2 * rm)) ? 0 : 1 }' || status=1
+    done
+  done
+}
+
+row "frequent word: the" words the the ""
+row "half the files: import" words import import ""
+row "rare word: quixotically" words quixotically quixotically ""
+row "never: zyzzogeton" words zyzzogeton zyzzogeton ""
+row "phrase: \"for example\"" words '"for example"' 'for\s+example' ""
+row "function AND return -deprecated" bool 'function AND return -deprecated' 'function|return' 'function return -deprecated'
+row "asyncio OR socket OR thread" bool 'asyncio OR socket OR thread' 'asyncio|socket|thread' 'asyncio|socket|thread'
+row "file NEAR/5 open" bool 'file NEAR/5 open' 'file|open' 'file open'
+exit $status

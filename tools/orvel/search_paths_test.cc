@@ -1,0 +1,91 @@
+// The shortcuts of orvel search (the byte pre-filter, -l decided on a prefix) against the
+// plain path, which reads, decodes and evaluates every file whole (ORVEL_SEARCH_PLAIN): for
+// the query shapes of the benchmark and for random queries, over generated files with
+// non-ASCII text, lookalike letters, invalid UTF-8, CR LF line ends and terms at the very
+// start and end of files, both must print the same files, counts and occurrences.
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "orvel/testing/temp_dir.h"
+
+#include "tools/orvel/cli_test_support.h"
+
+namespace orvel {
+namespace {
+
+ProgramResult plainOrvel(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), {"ORVEL_SEARCH_PLAIN=1", ORVEL_PROGRAM});
+  return testing::runProgram("/usr/bin/env", arguments);
+}
+
+const std::vector<std::string> kWords = {
+    "the",  "function", "return", "deprecated", "file",   "open",           "for",
+    "example", "asyncio", "socket", "thread",  "caf\xC3\xA9", "Stra\xC3\x9F" "e", "\xD0\xB4\xD0\xBE\xD0\xBC",
+    "l\xC4\xB1st" /* dotless i: folds to "LIST" */, "C++", "x", "list"};
+
+// Files of words from the vocabulary in random order and separators, some long enough for
+// the prefix shortcut, some with CR LF line ends, invalid UTF-8 after the first kilobytes,
+// or a term as their very first or last bytes.
+void writeFiles(const testing::TempDir& dir, std::mt19937& random) {
+  const std::vector<std::string> gaps = {" ", ", ", ". ", "\n", "\r\n", " - ", "\t", "("};
+  for (int f = 0; f < 60; ++f) {
+    std::string text;
+    const std::size_t size = f % 4 == 0 ? 9000 : 40 + random() % 400;
+    while (text.size() < size) {
+      text += kWords[random() % kWords.size()];
+      text += gaps[random() % gaps.size()];
+    }
+    if (f % 7 == 3) text += "\xFF\xFE broken";  // invalid, past the window when long
+    if (f % 5 == 1) text = "return" + text;
+    if (f % 6 == 2) text += "thread";
+    dir.writeFile("d" + std::to_string(f % 3) + "/f" + std::to_string(f) + ".txt", text);
+  }
+}
+
+std::string randomQuery(std::mt19937& random) {
+  const std::vector<std::string> joins = {" ", " AND ", " OR ", " -", " NEAR/2 ", " NEAR/5 ",
+                                          " BEFORE/3 ", " NOT "};
+  std::string query;
+  const int terms = 1 + static_cast<int>(random() % 3);
+  for (int t = 0; t < terms; ++t) {
+    if (t > 0) query += joins[random() % joins.size()];
+    std::string word = kWords[random() % kWords.size()];
+    if (random() % 6 == 0) word = "\"" + word + " " + kWords[random() % kWords.size()] + "\"";
+    query += word;
+  }
+  return random() % 5 == 0 ? "(" + query + ") OR socket" : query;
+}
+
+TEST(SearchPathsTest, ShortcutsAnswerAsThePlainPathDoes) {
+  testing::TempDir dir;
+  std::mt19937 random(2026);
+  writeFiles(dir, random);
+  std::vector<std::string> queries = {"the",
+                                      "function",
+                                      "asyncio",
+                                      "zyzzogeton",
+                                      "\"for example\"",
+                                      "function AND return -deprecated",
+                                      "asyncio OR socket OR thread",
+                                      "file NEAR/5 open",
+                                      "list",
+                                      "caf\xC3\xA9"};
+  for (int q = 0; q < 20; ++q) queries.push_back(randomQuery(random));
+  const std::string folder = dir.path().string();
+  for (const std::string& query : queries) {
+    SCOPED_TRACE(query);
+    for (const char* mode : {"-l", "-c", "--json"}) {
+      const ProgramResult fast = orvel({"search", mode, "--", query, folder});
+      const ProgramResult plain = plainOrvel({"search", mode, "--", query, folder});
+      EXPECT_EQ(fast.exitCode, plain.exitCode) << mode;
+      EXPECT_EQ(fast.out, plain.out) << mode;
+      EXPECT_EQ(fast.err, plain.err) << mode;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace orvel
