@@ -96,6 +96,13 @@ bool prefixMatches(DocumentReader& reader, const Query& query, const SearchPrefi
   return query.matches(decodeDocumentText(prefix));
 }
 
+// What a text document's bytes (all of them, or a prefix) decide of a one-word query; a
+// document that is no text is left to the plain path, which reports it.
+ByteAnswer decidedOnBytes(std::string_view bytes, const SearchPrefilter& prefilter, bool whole) {
+  if (!whyNotText(bytes).empty()) return ByteAnswer::kUnknown;
+  return prefilter.decide(bytes, whole);
+}
+
 // The file's Finder comment when it matches the query (its folder's .DS_Store, else the
 // desktop's comment attribute).
 std::optional<std::u16string> matchingComment(const fs::path& path, const Query& query) {
@@ -142,14 +149,30 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     // encoding: neither the byte pre-filter nor a prefix of its bytes can speak for it; and
     // the language of a file is that of all its text.
     const bool markup = result.kind == DocumentKind::kHtml || result.kind == DocumentKind::kFeed;
-    if (!markup && !options.languageFilter && !options.plainPath && options.filesWithMatches &&
-        query.monotone && prefixMatches(reader, query, prefilter)) {
+    const bool shortcuts = !markup && !options.languageFilter && !options.plainPath;
+    // -l of one word: its bytes decide most files, without decoding them.
+    const bool bytesDecide = shortcuts && options.filesWithMatches && prefilter.decidesWord();
+    if (bytesDecide && decidedOnBytes(reader.readAtLeast(kBytesDecidingText), prefilter,
+                                      reader.atEnd()) == ByteAnswer::kYes) {
+      result.matched = true;
+      result.bytesRead = reader.readAtLeast(0).size();
+      return result;
+    }
+    if (shortcuts && options.filesWithMatches && query.monotone &&
+        prefixMatches(reader, query, prefilter)) {
       result.matched = true;
       result.bytesRead = reader.readAtLeast(0).size();
       return result;
     }
     bytes = reader.readAll();
     result.bytesRead = bytes.size();
+    if (bytesDecide) {
+      const ByteAnswer answer = decidedOnBytes(bytes, prefilter, true);
+      if (answer != ByteAnswer::kUnknown) {
+        result.matched = answer == ByteAnswer::kYes;
+        return result;
+      }
+    }
   } catch (const CommandError& error) {
     result.error = error.what();
     return result;

@@ -21,10 +21,25 @@ ProgramResult plainOrvel(std::vector<std::string> arguments) {
   return testing::runProgram("/usr/bin/env", arguments);
 }
 
-const std::vector<std::string> kWords = {
-    "the",  "function", "return", "deprecated", "file",   "open",           "for",
-    "example", "asyncio", "socket", "thread",  "caf\xC3\xA9", "Stra\xC3\x9F" "e", "\xD0\xB4\xD0\xBE\xD0\xBC",
-    "l\xC4\xB1st" /* dotless i: folds to "LIST" */, "C++", "x", "list"};
+const std::vector<std::string> kWords = {"the",
+                                         "function",
+                                         "return",
+                                         "deprecated",
+                                         "file",
+                                         "open",
+                                         "for",
+                                         "example",
+                                         "asyncio",
+                                         "socket",
+                                         "thread",
+                                         "caf\xC3\xA9",
+                                         "Stra\xC3\x9F"
+                                         "e",
+                                         "\xD0\xB4\xD0\xBE\xD0\xBC",
+                                         "l\xC4\xB1st" /* dotless i: folds to "LIST" */,
+                                         "C++",
+                                         "x",
+                                         "list"};
 
 // Files of words from the vocabulary in random order and separators, some long enough for
 // the prefix shortcut, some with CR LF line ends, invalid UTF-8 after the first kilobytes,
@@ -39,15 +54,24 @@ void writeFiles(const testing::TempDir& dir, std::mt19937& random) {
       text += gaps[random() % gaps.size()];
     }
     if (f % 7 == 3) text += "\xFF\xFE broken";  // invalid, past the window when long
+    if (f % 8 == 0)
+      text +=
+          "\xE2"
+          "the \xC3"
+          "function\xA9 x";  // words beside broken sequences
     if (f % 5 == 1) text = "return" + text;
     if (f % 6 == 2) text += "thread";
     dir.writeFile("d" + std::to_string(f % 3) + "/f" + std::to_string(f) + ".txt", text);
   }
+  // A word spelt with a lookalike only, and words glued to non-ASCII letters and marks.
+  dir.writeFile("lookalike.txt", "a l\xC4\xB1st of things");
+  dir.writeFile("glued.txt", std::string("the\xD0\xB4\xD0\xBE\xD0\xBC \xC3\xA9") +
+                                 "function asyncio\xCC\x81 \xE2\x80\x94" + "socket\xE2\x80\x94");
 }
 
 std::string randomQuery(std::mt19937& random) {
-  const std::vector<std::string> joins = {" ", " AND ", " OR ", " -", " NEAR/2 ", " NEAR/5 ",
-                                          " BEFORE/3 ", " NOT "};
+  const std::vector<std::string> joins = {" ",        " AND ",    " OR ",       " -",
+                                          " NEAR/2 ", " NEAR/5 ", " BEFORE/3 ", " NOT "};
   std::string query;
   const int terms = 1 + static_cast<int>(random() % 3);
   for (int t = 0; t < terms; ++t) {

@@ -30,6 +30,14 @@ bool needsPositiveTerm(const QueryTerms& node) {
   });
 }
 
+// A query of one positive whole word: a word leaf, or groups of one child around it, none
+// negated.
+bool isSingleWordQuery(const QueryTerms& node) {
+  if (node.queryNot()) return false;
+  if (node.isWord()) return !node.querySubstring() && !node.queryPhrase();
+  return node.children().size() == 1 && isSingleWordQuery(node.children().front());
+}
+
 bool isAsciiTerm(const std::u16string& term) {
   return !term.empty() && term[0] != u'*' &&
          std::all_of(term.begin(), term.end(), [](char16_t c) { return c > 0 && c < 0x80; });
@@ -60,13 +68,15 @@ std::string longestPartWithout(const std::string& text, const std::string& lette
 
 }  // namespace
 
-bool containsBytes(std::string_view haystack, std::string_view needle, bool ignoreAsciiCase) {
+std::size_t findBytes(std::string_view haystack, std::string_view needle, bool ignoreAsciiCase,
+                      std::size_t from) {
   const std::size_t n = needle.size();
-  if (n == 0) return true;
-  if (n > haystack.size()) return false;
+  if (from > haystack.size()) return std::string_view::npos;
+  if (n == 0) return from;
+  if (n > haystack.size() - from) return std::string_view::npos;
   const char* text = haystack.data();
   const std::size_t last = haystack.size() - n;  // the last start position
-  std::size_t start = 0;
+  std::size_t start = from;
 #if defined(__SSE2__)
   // Candidates are positions whose first and last bytes fit (a letter either case), tested
   // sixteen at a time; only they are compared in full.
@@ -82,17 +92,19 @@ bool containsBytes(std::string_view haystack, std::string_view needle, bool igno
     auto mask = static_cast<unsigned>(_mm_movemask_epi8(
         _mm_and_si128(bytesLike(needle[0], firstBytes), bytesLike(needle[n - 1], lastBytes))));
     for (; mask != 0; mask &= mask - 1) {
-      if (equalAt(text + start + static_cast<std::size_t>(__builtin_ctz(mask)), needle,
-                  ignoreAsciiCase)) {
-        return true;
-      }
+      const std::size_t at = start + static_cast<std::size_t>(__builtin_ctz(mask));
+      if (equalAt(text + at, needle, ignoreAsciiCase)) return at;
     }
   }
 #endif
   for (; start <= last; ++start) {
-    if (equalAt(text + start, needle, ignoreAsciiCase)) return true;
+    if (equalAt(text + start, needle, ignoreAsciiCase)) return start;
   }
-  return false;
+  return std::string_view::npos;
+}
+
+bool containsBytes(std::string_view haystack, std::string_view needle, bool ignoreAsciiCase) {
+  return findBytes(haystack, needle, ignoreAsciiCase) != std::string_view::npos;
 }
 
 std::size_t safePrefixEnd(std::string_view bytes) {
@@ -138,6 +150,34 @@ SearchPrefilter::SearchPrefilter(const QueryTerms& tree, bool caseSensitive, boo
     _terms.push_back(std::move(term));
   }
   _active = true;
+  _word = isSingleWordQuery(tree) && std::all_of(terms[0].begin(), terms[0].end(), [](char16_t c) {
+            return (c >= u'0' && c <= u'9') || ((c | 0x20) >= u'a' && (c | 0x20) <= u'z');
+          });
+}
+
+ByteAnswer SearchPrefilter::decide(std::string_view bytes, bool whole) const {
+  const Term& term = _terms.front();
+  const CharacterSetRep words = queryTermCharacters();
+  // A neighbour: no word unit (true), a word unit (false), or not known from here.
+  enum class Side { kApart, kJoined, kUnknown };
+  auto side = [&](std::size_t at) {
+    if (at >= bytes.size()) return whole ? Side::kApart : Side::kUnknown;
+    const auto byte = static_cast<unsigned char>(bytes[at]);
+    if (byte >= 0x80) return Side::kUnknown;
+    return isMemberOfCharacterSetRep(words, byte) ? Side::kJoined : Side::kApart;
+  };
+  bool unknown = false;
+  for (std::size_t at = findBytes(bytes, term.bytes, !_caseSensitive); at != std::string_view::npos;
+       at = findBytes(bytes, term.bytes, !_caseSensitive, at + 1)) {
+    const Side before = at == 0 ? Side::kApart : side(at - 1);
+    const Side after = side(at + term.bytes.size());
+    if (before == Side::kApart && after == Side::kApart) return ByteAnswer::kYes;
+    unknown = unknown || (before != Side::kJoined && after != Side::kJoined);
+  }
+  const bool lookalike =
+      std::any_of(term.lookalikes.begin(), term.lookalikes.end(),
+                  [bytes](const std::string& unit) { return containsBytes(bytes, unit, false); });
+  return unknown || lookalike || !whole ? ByteAnswer::kUnknown : ByteAnswer::kNo;
 }
 
 bool SearchPrefilter::mayMatch(std::string_view bytes) const {

@@ -28,6 +28,9 @@ namespace orvel::cli {
 // word unit: «C++» is a whole word of «C++ x» but not of «C++x».
 [[nodiscard]] std::size_t safePrefixEnd(std::string_view bytes);
 
+// What the bytes of a text document tell of a query, where they tell it at all.
+enum class ByteAnswer { kNo, kYes, kUnknown };
+
 class SearchPrefilter {
  public:
   // A filter that lets every file through.
@@ -37,6 +40,17 @@ class SearchPrefilter {
   [[nodiscard]] bool active() const { return _active; }
   // False only when the bytes cannot match the query.
   [[nodiscard]] bool mayMatch(std::string_view bytes) const;
+
+  // Whether the query is one positive word of ASCII letters and digits, so that its match
+  // can be decided on the UTF-8 bytes (decide).
+  [[nodiscard]] bool decidesWord() const { return _word; }
+  // For such a query, whether the document's bytes (all of them when `whole`, else a
+  // prefix; a byte-order mark and the text test are the caller's) match: kYes at the first
+  // occurrence whose neighbours are ASCII non-word bytes or the text's edges, kNo when there
+  // is none and nothing else could be one. kUnknown when an occurrence touches a non-ASCII
+  // byte or the end of a prefix, or when a unit that folds to one of the word's letters is
+  // present: the decoded text decides those.
+  [[nodiscard]] ByteAnswer decide(std::string_view bytes, bool whole) const;
 
  private:
   struct Term {
@@ -48,6 +62,7 @@ class SearchPrefilter {
   };
 
   bool _active = false;
+  bool _word = false;
   bool _caseSensitive = false;
   std::vector<Term> _terms;
 };
@@ -55,5 +70,8 @@ class SearchPrefilter {
 // Whether `needle` occurs in `haystack`, ASCII letters compared without case when asked.
 [[nodiscard]] bool containsBytes(std::string_view haystack, std::string_view needle,
                                  bool ignoreAsciiCase);
+// Where `needle` first occurs in `haystack` at or after `from`, or npos.
+[[nodiscard]] std::size_t findBytes(std::string_view haystack, std::string_view needle,
+                                    bool ignoreAsciiCase, std::size_t from = 0);
 
 }  // namespace orvel::cli
