@@ -187,21 +187,20 @@ std::u16string feedSearchText(std::u16string_view feed) {
   return text;
 }
 
-DocumentText documentText(std::string bytes, DocumentKind kind,
+DocumentText documentText(std::string_view bytes, DocumentKind kind,
                           const std::function<bool(std::string_view)>& mayMatch) {
-  DocumentText document{std::move(bytes), kind, std::nullopt, {}};
+  DocumentText document{kind, std::nullopt, {}};
   if (kind == DocumentKind::kFeed) {
-    std::u16string feed = webPageText(document.bytes);
+    std::u16string feed = webPageText(bytes);
     if (whyNotMarkup(feed) || !isFeed(feed)) {
       // Feed-like first bytes, but no feed after all: read as text.
-      document.kind = DocumentKind::kText;
-      return documentText(std::move(document.bytes), DocumentKind::kText, mayMatch);
+      return documentText(bytes, DocumentKind::kText, mayMatch);
     }
     document.text = feedSearchText(feed);
     return document;
   }
   if (kind == DocumentKind::kHtml) {
-    std::u16string page = webPageText(document.bytes);
+    std::u16string page = webPageText(bytes);
     if (auto why = whyNotMarkup(page)) {
       document.notTextReason = std::move(*why);
     } else {
@@ -209,9 +208,9 @@ DocumentText documentText(std::string bytes, DocumentKind kind,
     }
     return document;
   }
-  document.notTextReason = whyNotText(document.bytes);
-  if (document.notTextReason.empty() && (!mayMatch || mayMatch(document.bytes))) {
-    document.text = decodeDocumentText(document.bytes);
+  document.notTextReason = whyNotText(bytes);
+  if (document.notTextReason.empty() && (!mayMatch || mayMatch(bytes))) {
+    document.text = decodeDocumentText(bytes);
   }
   return document;
 }
@@ -225,8 +224,7 @@ std::optional<DocumentText> documentTextAtPath(const std::filesystem::path& path
     if (error != nullptr) *error = std::strerror(reason);
     return std::nullopt;
   }
-  const DocumentKind kind = documentKind(path, *bytes);
-  return documentText(std::move(*bytes), kind);
+  return documentText(*bytes, documentKind(path, *bytes));
 }
 
 }  // namespace orvel

@@ -34,7 +34,6 @@ enum class DocumentKind { kText, kMarkdown, kHtml, kFeed, kTextBundle };
 [[nodiscard]] std::string documentKindList();
 
 struct DocumentText {
-  std::string bytes;  // the file as read
   DocumentKind kind = DocumentKind::kText;
   std::optional<std::u16string> text;  // nullopt when the bytes are not text
   std::string notTextReason;           // why, for --verbose
@@ -70,7 +69,7 @@ inline constexpr std::size_t kBytesDecidingText = 3 + kTextSniffBytes + 4;
 // given and answers false for a text document's bytes, the text is not decoded (it stays
 // nullopt, with no reason): the caller knows it cannot hold what it looks for.
 [[nodiscard]] DocumentText documentText(
-    std::string bytes, DocumentKind kind = DocumentKind::kText,
+    std::string_view bytes, DocumentKind kind = DocumentKind::kText,
     const std::function<bool(std::string_view)>& mayMatch = nullptr);
 
 // The document at a path (a file, or a TextBundle folder), read whole: nullopt when it cannot

@@ -5,13 +5,17 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "orvel/formats/documents.h"
 
 namespace orvel::cli {
 
 // Reads a document's bytes, all at once or a prefix first; throws CommandError when the
-// file cannot be opened or read.
+// file cannot be opened or read. The bytes go into this thread's read buffer, which is
+// reused from file to file and keeps its largest size, so that reading costs no allocation
+// and no clearing per file: the views answered stay valid until the next reader of the
+// thread reads.
 class DocumentReader {
  public:
   explicit DocumentReader(const std::filesystem::path& path);
@@ -20,16 +24,16 @@ class DocumentReader {
   DocumentReader& operator=(const DocumentReader&) = delete;
 
   // Reads on until at least `size` bytes are read or the file ends; answers the bytes so far.
-  const std::string& readAtLeast(std::size_t size);
-  // Reads the rest.
-  std::string readAll();
+  std::string_view readAtLeast(std::size_t size);
+  // Reads the rest; answers every byte.
+  std::string_view readAll();
   [[nodiscard]] bool atEnd() const { return _atEnd; }
 
  private:
   std::filesystem::path _path;
   int _fd = -1;
   std::size_t _size = 0;  // as the file reported it when opened
-  std::string _bytes;
+  std::size_t _read = 0;  // bytes in the thread's buffer
   bool _atEnd = false;
 };
 

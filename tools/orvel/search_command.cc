@@ -88,7 +88,7 @@ struct FileResult {
 // For -l with a monotone query: whether a prefix of the file already matches, so that the
 // rest need not be read. The first kilobytes decide whether the file is text at all.
 bool prefixMatches(DocumentReader& reader, const Query& query, const SearchPrefilter& prefilter) {
-  const std::string& bytes = reader.readAtLeast(kBytesDecidingText);
+  const std::string_view bytes = reader.readAtLeast(kBytesDecidingText);
   if (reader.atEnd()) return false;  // the whole file is here: search it as a whole
   if (!whyNotText(bytes).empty()) return false;
   const std::string_view prefix(bytes.data(), safePrefixEnd(bytes));
@@ -140,7 +140,7 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     }
     return result;
   }
-  std::string bytes;
+  std::string_view bytes;  // in this thread's read buffer, after the reader is gone
   try {
     DocumentReader reader(path);
     result.kind = documentKind(path, reader.readAtLeast(kBytesDecidingText));
@@ -182,7 +182,7 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
   }
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
   const DocumentText document = documentText(
-      std::move(bytes), result.kind, [&](std::string_view all) { return prefilter.mayMatch(all); });
+      bytes, result.kind, [&](std::string_view all) { return prefilter.mayMatch(all); });
   // A feed-like file that is no feed after all is text, which --type may not want.
   if (!wanted(options, document.kind)) return FileResult{};
   searchDocument(document, query, options, result);
