@@ -15,7 +15,8 @@ packages=(
   man-db                                         # rendering the manual page in the checks
   libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL, Xapian and SQLite are
   libsqlite3-dev                                 #   peers, never linked by the library)
-  ripgrep hyperfine                              # peers of the search benchmark
+  ripgrep ugrep hyperfine time                   # peers of the search benchmarks; GNU time
+                                                 #   measures their peak memory
   libxml2-dev libgumbo-dev                       # peers of the HTML benchmarks (C parsers)
   python3-html2text python3-bs4 python3-lxml     #   and the Python converters users pick
   python3.11-doc                                 # the HTML corpus of those benchmarks

@@ -71,6 +71,13 @@ bool feedRootFirst(std::u16string_view, const unichar* characters, std::size_t n
 
 bool opensFeed(std::string_view bytes) {
   bytes = withoutByteOrderMark(bytes);
+  // Text before the first tag makes no feed: most documents are told at their first byte
+  // that is no white space (each byte widened as the scan below widens it).
+  const auto white = [](char byte) {
+    return isWhiteUnit(whiteCharacterSetRep(), static_cast<char16_t>(byte));
+  };
+  const auto first = std::find_if_not(bytes.begin(), bytes.end(), white);
+  if (first == bytes.end() || *first != '<') return false;
   const std::u16string head(bytes.begin(), bytes.begin() + std::min(bytes.size(), kTextSniffBytes));
   bool opens = false;
   GetTagsOfString(head, feedRootFirst, &opens, false);

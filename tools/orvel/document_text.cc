@@ -6,7 +6,6 @@
 #include <memory>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "orvel/formats/markdown_files.h"
@@ -42,28 +41,31 @@ ReadBuffer& threadBuffer() {
 DocumentReader::DocumentReader(const std::filesystem::path& path) : _path(path) {
   _fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (_fd < 0) throw CommandError(path.string(), std::strerror(errno));
-  struct stat info {};
-  if (::fstat(_fd, &info) == 0 && info.st_size > 0) _size = static_cast<std::size_t>(info.st_size);
 }
 
 DocumentReader::~DocumentReader() { ::close(_fd); }
 
+// Each read asks for at least kReadChunk bytes, so that most files come in one call; a read
+// that brings fewer bytes than asked is the end of a regular file (a file growing meanwhile
+// is read as it was), which spares the call that would answer 0 and a stat for the size.
+constexpr std::size_t kReadChunk = std::size_t{64} << 10;
+
 std::string_view DocumentReader::readAtLeast(std::size_t size) {
   ReadBuffer& buffer = threadBuffer();
   while (!_atEnd && _read < size) {
-    buffer.reserve(size, _read);
-    const ssize_t n = ::read(_fd, buffer.bytes.get() + _read, size - _read);
+    const std::size_t want = std::max(size - _read, kReadChunk);
+    buffer.reserve(_read + want, _read);
+    const ssize_t n = ::read(_fd, buffer.bytes.get() + _read, want);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) throw CommandError(_path.string(), std::strerror(errno));
     _read += static_cast<std::size_t>(n);
-    _atEnd = n == 0;
+    _atEnd = static_cast<std::size_t>(n) < want;
   }
   return {buffer.bytes.get(), _read};
 }
 
 std::string_view DocumentReader::readAll() {
-  // One more byte than the file reported, so that the end shows at once.
-  while (!_atEnd) readAtLeast(std::max(_size + 1, _read + 4096));
+  while (!_atEnd) readAtLeast(2 * _read + kReadChunk);
   return readAtLeast(0);
 }
 

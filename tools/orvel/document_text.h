@@ -32,7 +32,6 @@ class DocumentReader {
  private:
   std::filesystem::path _path;
   int _fd = -1;
-  std::size_t _size = 0;  // as the file reported it when opened
   std::size_t _read = 0;  // bytes in the thread's buffer
   bool _atEnd = false;
 };

@@ -96,13 +96,6 @@ bool prefixMatches(DocumentReader& reader, const Query& query, const SearchPrefi
   return query.matches(decodeDocumentText(prefix));
 }
 
-// What a text document's bytes (all of them, or a prefix) decide of a one-word query; a
-// document that is no text is left to the plain path, which reports it.
-ByteAnswer decidedOnBytes(std::string_view bytes, const SearchPrefilter& prefilter, bool whole) {
-  if (!whyNotText(bytes).empty()) return ByteAnswer::kUnknown;
-  return prefilter.decide(bytes, whole);
-}
-
 // The file's Finder comment when it matches the query (its folder's .DS_Store, else the
 // desktop's comment attribute).
 std::optional<std::u16string> matchingComment(const fs::path& path, const Query& query) {
@@ -130,8 +123,10 @@ void searchDocument(const DocumentText& document, const Query& query, const Sear
   }
 }
 
+// `quiet`: whether the file is no text need not be told (it was found in a folder, and
+// --verbose is off), so a file that cannot match is passed over without that test.
 FileResult searchText(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
-                      const SearchOptions& options) {
+                      const SearchOptions& options, bool quiet) {
   FileResult result;
   if (isTextBundleFile(path)) {
     result.kind = DocumentKind::kTextBundle;
@@ -151,12 +146,20 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     const bool markup = result.kind == DocumentKind::kHtml || result.kind == DocumentKind::kFeed;
     const bool shortcuts = !markup && !options.languageFilter && !options.plainPath;
     // -l of one word: its bytes decide most files, without decoding them.
-    const bool bytesDecide = shortcuts && options.filesWithMatches && prefilter.decidesWord();
-    if (bytesDecide && decidedOnBytes(reader.readAtLeast(kBytesDecidingText), prefilter,
-                                      reader.atEnd()) == ByteAnswer::kYes) {
-      result.matched = true;
-      result.bytesRead = reader.readAtLeast(0).size();
-      return result;
+    bool bytesDecide = shortcuts && options.filesWithMatches && prefilter.decidesWord();
+    if (bytesDecide) {
+      const std::string_view first = reader.readAtLeast(kBytesDecidingText);
+      // A file that is no text cannot match either, but the plain path reports it.
+      if (quiet && reader.atEnd() && !prefilter.mayMatch(first)) return result;
+      bytesDecide = whyNotText(first).empty();
+      const ByteAnswer answer =
+          bytesDecide ? prefilter.decide(first, reader.atEnd()) : ByteAnswer::kUnknown;
+      if (answer != ByteAnswer::kUnknown) {
+        result.matched = answer == ByteAnswer::kYes;
+        result.bytesRead = first.size();
+        return result;
+      }
+      bytesDecide = bytesDecide && !reader.atEnd();  // the whole file was decided on already
     }
     if (shortcuts && options.filesWithMatches && query.monotone &&
         prefixMatches(reader, query, prefilter)) {
@@ -166,8 +169,9 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     }
     bytes = reader.readAll();
     result.bytesRead = bytes.size();
+    if (quiet && !markup && !prefilter.mayMatch(bytes)) return result;
     if (bytesDecide) {
-      const ByteAnswer answer = decidedOnBytes(bytes, prefilter, true);
+      const ByteAnswer answer = prefilter.decide(bytes, true);
       if (answer != ByteAnswer::kUnknown) {
         result.matched = answer == ByteAnswer::kYes;
         return result;
@@ -191,15 +195,17 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
 
 // A file matches by its text, or with --comments by its comment (even a file that is no
 // text: a picture is found by what was written about it).
-FileResult searchFile(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
+FileResult searchFile(const SearchFile& file, const Query& query, const SearchPrefilter& prefilter,
                       const SearchOptions& options) {
+  const fs::path& path = file.path;
   auto comment = options.comments ? matchingComment(path, query) : std::nullopt;
   if (comment && options.filesWithMatches) {
     FileResult result;
     result.matched = true;
     return result;
   }
-  FileResult result = searchText(path, query, prefilter, options);
+  FileResult result =
+      searchText(path, query, prefilter, options, !file.named && !options.verbose);
   if (comment && result.error.empty()) {
     result.matched = true;
     result.notText.clear();
@@ -276,7 +282,7 @@ int runSearch(const SearchOptions& options) {
   bool anyMatch = false;
   runInOrder<FileResult>(
       files.size(), threads, 8 * std::size_t{threads},
-      [&](std::size_t i) { return searchFile(files[i].path, query, prefilter, options); },
+      [&](std::size_t i) { return searchFile(files[i], query, prefilter, options); },
       [&](std::size_t i, const FileResult& result) {
         progress.fileSearched(result.bytesRead);
         const std::string name = files[i].path.string();

@@ -144,6 +144,19 @@ TEST(SearchInputsTest, AnUnreadableFolderIsNamedAndTheWalkGoesOn) {
   EXPECT_EQ(result.err, "orvel: " + (dir.path() / "closed").string() + ": Permission denied\n");
 }
 
+// Files come in the order of their path components: a folder's files before those of a
+// sibling whose name extends the folder's with "-" or ".".
+TEST(SearchInputsTest, FilesComeInTheOrderOfTheirComponents) {
+  testing::TempDir dir;
+  for (const char* name : {"ab/x.txt", "a.b/x.txt", "a/x.txt", "a-b/x.txt", "a/y/z.txt"}) {
+    dir.writeFile(name, "fox");
+  }
+  const std::string root = dir.path().string();
+  expectSuccess(orvel({"search", "-l", "-j", "2", "fox", root}),
+                root + "/a/x.txt\n" + root + "/a/y/z.txt\n" + root + "/a-b/x.txt\n" + root +
+                    "/a.b/x.txt\n" + root + "/ab/x.txt\n");
+}
+
 // Results come out in file order however many threads search, as each file is done.
 TEST(SearchInputsTest, ThreadsPrintInFileOrder) {
   testing::TempDir dir;

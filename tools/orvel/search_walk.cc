@@ -22,16 +22,29 @@ bool isHidden(const fs::path& path) {
   return name.size() > 1 && name[0] == '.' && name != "..";
 }
 
-// The regular files below a folder. Folders wait on an explicit stack, so a deep tree
-// costs memory, not stack; one that cannot be read is reported and passed over.
+// The regular files below a folder, in the order of their path components (as fs::path
+// compares them): a depth-first walk that takes each folder's entries sorted by name, so
+// that only siblings' names are ever compared. Entries wait on an explicit stack, so a deep
+// tree costs memory, not stack; a folder that cannot be read is reported and passed over.
 std::vector<fs::path> walkFolder(const fs::path& root, bool hidden, bool& failed) {
+  struct Entry {
+    fs::path path;
+    std::string name;
+    bool folder;
+  };
   std::vector<fs::path> files;
-  std::vector<fs::path> folders = {root};
-  while (!folders.empty()) {
-    const fs::path folder = std::move(folders.back());
-    folders.pop_back();
+  std::vector<Entry> pending = {{root, {}, true}};
+  std::vector<Entry> children;
+  while (!pending.empty()) {
+    Entry next = std::move(pending.back());
+    pending.pop_back();
+    if (!next.folder) {
+      files.push_back(std::move(next.path));
+      continue;
+    }
+    children.clear();
     std::error_code error;
-    fs::directory_iterator entries(folder, error);
+    fs::directory_iterator entries(next.path, error);
     for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
       const fs::directory_entry& entry = *entries;
       if (!hidden && isHidden(entry.path())) continue;
@@ -39,17 +52,21 @@ std::vector<fs::path> walkFolder(const fs::path& root, bool hidden, bool& failed
       const fs::file_type type = entry.symlink_status(typeError).type();
       // A .textbundle folder is one document, not a folder to walk into.
       if (type == fs::file_type::directory && !isTextBundleFile(entry.path())) {
-        folders.push_back(entry.path());
+        children.push_back({entry.path(), entry.path().filename().native(), true});
       } else if (type == fs::file_type::regular || type == fs::file_type::directory) {
-        files.push_back(entry.path());
+        children.push_back({entry.path(), entry.path().filename().native(), false});
       }
     }
     if (error) {
-      reportError(folder.string(), error.message());
+      reportError(next.path.string(), error.message());
       failed = true;
     }
+    // Reversed, so that the first name comes off the stack first.
+    std::sort(children.begin(), children.end(), [](const Entry& a, const Entry& b) {
+      return a.name > b.name;
+    });
+    for (Entry& child : children) pending.push_back(std::move(child));
   }
-  std::sort(files.begin(), files.end());
   return files;
 }
 
