@@ -33,6 +33,24 @@ bool needsPositiveTerm(const QueryTerms& node) {
   });
 }
 
+// The texts of the leaves every match needs: positive leaves reached from the root through
+// positive groups whose children must all hold (AND, or a proximity operator).
+void collectRequiredLeaves(const QueryTerms& node, std::vector<std::u16string>& required) {
+  if (node.queryNot()) return;
+  if (node.isWord()) {
+    required.push_back(node.string());
+    return;
+  }
+  const QueryOperator common = node.commonOperator();
+  const bool allRequired = common == QueryOperatorAND ||
+                           (common >= QueryOperatorNEAR && common <= QueryOperatorNEXT) ||
+                           node.children().size() == 1;
+  if (!allRequired) return;
+  for (const QueryTerms& child : node.children()) {
+    if (child.queryOperator() != QueryOperatorOPT) collectRequiredLeaves(child, required);
+  }
+}
+
 // A query of one positive whole word: a word leaf, or groups of one child around it, none
 // negated.
 bool isSingleWordQuery(const QueryTerms& node) {
@@ -192,6 +210,14 @@ SearchPrefilter::SearchPrefilter(const QueryTerms& tree, bool caseSensitive, boo
     }
     _terms.push_back(std::move(term));
   }
+  // Leaves every match needs, found among the positive parts (the same text, folded alike).
+  std::vector<std::u16string> required;
+  collectRequiredLeaves(tree, required);
+  for (std::size_t k = 0; k < terms.size(); ++k) {
+    if (std::find(required.begin(), required.end(), terms[k]) != required.end()) {
+      _required.push_back(k);
+    }
+  }
   _active = true;
   _word = isSingleWordQuery(tree) && std::all_of(terms[0].begin(), terms[0].end(), [](char16_t c) {
             return (c >= u'0' && c <= u'9') || ((c | 0x20) >= u'a' && (c | 0x20) <= u'z');
@@ -223,14 +249,22 @@ ByteAnswer SearchPrefilter::decide(std::string_view bytes, bool whole) const {
   return unknown || lookalike || !whole ? ByteAnswer::kUnknown : ByteAnswer::kNo;
 }
 
+bool SearchPrefilter::mayOccur(const Term& term, std::string_view bytes) const {
+  if (containsBytes(bytes, term.bytes, !_caseSensitive)) return true;
+  const bool lookalike =
+      std::any_of(term.lookalikes.begin(), term.lookalikes.end(),
+                  [bytes](const std::string& unit) { return containsBytes(bytes, unit, false); });
+  return lookalike && (term.anchor.empty() || containsBytes(bytes, term.anchor, true));
+}
+
 bool SearchPrefilter::mayMatch(std::string_view bytes) const {
   if (!_active) return true;
-  return std::any_of(_terms.begin(), _terms.end(), [&](const Term& term) {
-    if (containsBytes(bytes, term.bytes, !_caseSensitive)) return true;
-    const bool lookalike =
-        std::any_of(term.lookalikes.begin(), term.lookalikes.end(),
-                    [bytes](const std::string& unit) { return containsBytes(bytes, unit, false); });
-    return lookalike && (term.anchor.empty() || containsBytes(bytes, term.anchor, true));
+  if (!std::all_of(_required.begin(), _required.end(),
+                   [&](std::size_t k) { return mayOccur(_terms[k], bytes); })) {
+    return false;
+  }
+  return !_required.empty() || std::any_of(_terms.begin(), _terms.end(), [&](const Term& term) {
+    return mayOccur(term, bytes);
   });
 }
 

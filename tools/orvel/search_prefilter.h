@@ -1,6 +1,7 @@
 // A byte-level test that lets the search skip a file before decoding it: when every match
 // of the query needs one of its positive terms to occur, a file holding none of them (as
-// bytes, ASCII case folded as the search folds it) cannot match.
+// bytes, ASCII case folded as the search folds it) cannot match; nor can one that lacks a
+// term that every match needs (one joined to the rest by AND or a proximity operator).
 //
 // It only decides for queries whose positive terms are plain ASCII words or phrases, and
 // never for wildcard queries; otherwise every file "may match". Units outside ASCII that
@@ -61,10 +62,13 @@ class SearchPrefilter {
     std::string anchor;
   };
 
+  [[nodiscard]] bool mayOccur(const Term& term, std::string_view bytes) const;
+
   bool _active = false;
   bool _word = false;
   bool _caseSensitive = false;
   std::vector<Term> _terms;
+  std::vector<std::size_t> _required;  // terms every match needs (indexes into _terms)
 };
 
 // Whether `needle` occurs in `haystack`, ASCII letters compared without case when asked.
