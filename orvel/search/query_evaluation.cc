@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <atomic>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "orvel/search/wildcard_find.h"
 #include "orvel/text/character_set_builder.h"
 #include "orvel/text/conversion_tables.h"
@@ -22,6 +26,48 @@ bool equalAt(const unichar* text, std::u16string_view word, ConversionTable fold
     if (fold[text[k]] != fold[word[k]]) return false;
   }
   return true;
+}
+
+// Which units may equal `target` once folded: exactly when there is no folding; with the
+// upper-case table, either case of an ASCII letter, and any unit outside ASCII (a few fold
+// to ASCII letters: U+0131 to I, U+017F to S), which the caller then tests in full.
+struct UnitFilter {
+  unichar target;
+  bool folded;
+
+#if defined(__SSE2__)
+  // One bit per unit of the eight at `units`.
+  [[nodiscard]] unsigned mask(const unichar* units) const {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units));
+    if (!folded) {
+      return static_cast<unsigned>(
+          _mm_movemask_epi8(_mm_cmpeq_epi16(v, _mm_set1_epi16(static_cast<short>(target)))));
+    }
+    const bool letter = target >= u'A' && target <= u'Z';
+    const __m128i caseless = letter ? _mm_or_si128(v, _mm_set1_epi16(0x20)) : v;
+    const unichar wanted = letter ? static_cast<unichar>(target | 0x20) : target;
+    const __m128i equal = _mm_cmpeq_epi16(caseless, _mm_set1_epi16(static_cast<short>(wanted)));
+    const __m128i ascii = _mm_cmpeq_epi16(
+        _mm_and_si128(v, _mm_set1_epi16(static_cast<short>(0xFF80))), _mm_setzero_si128());
+    // Outside ASCII: the complement of `ascii`.
+    return static_cast<unsigned>(
+        _mm_movemask_epi8(_mm_or_si128(equal, _mm_andnot_si128(ascii, _mm_set1_epi16(-1)))));
+  }
+#endif
+};
+
+// The first start position from `from` up to `last` whose first and last units may be
+// those of a word of `length` units, or last + 1: only such positions are compared.
+std::size_t nextCandidate(const unichar* units, std::size_t from, std::size_t last,
+                          std::size_t length, UnitFilter first, UnitFilter final) {
+#if defined(__SSE2__)
+  for (; from + 8 <= last + 1; from += 8) {
+    const unsigned bits = first.mask(units + from) & final.mask(units + from + length - 1);
+    if (bits != 0) return from + static_cast<std::size_t>(__builtin_ctz(bits)) / 2;
+  }
+#endif
+  (void)first, (void) final, (void)units, (void)length;
+  return from;  // the scalar loop tests the rest
 }
 
 // Whether a match at [location, location + length) stands as a whole word; the range's own
@@ -245,7 +291,11 @@ std::size_t FindWordInString(std::u16string_view text, CharacterSetRep wordChara
                                                end - n, end, word[0], wholeWord);
     }
     const unichar first = fold != nullptr ? fold[word[0]] : word[0];
+    const UnitFilter firstUnits{first, fold != nullptr};
+    const UnitFilter lastUnits{fold != nullptr ? fold[word[n - 1]] : word[n - 1], fold != nullptr};
     for (std::size_t p = rangeStart; p + n <= end; ++p) {
+      p = nextCandidate(units, p, end - n, n, firstUnits, lastUnits);
+      if (p + n > end) break;
       if ((fold != nullptr ? fold[units[p]] : units[p]) != first ||
           !equalAt(units + p, word, fold)) {
         continue;

@@ -71,8 +71,7 @@ void runInOrder(std::size_t count, unsigned threads, std::size_t window, Work wo
   // for room, since it is the one that makes room.
   auto claimWithinWindow = [&]() -> std::optional<std::size_t> {
     std::size_t item = next.load();
-    while (item < count && item < emitted + window &&
-           !next.compare_exchange_weak(item, item + 1)) {
+    while (item < count && item < emitted + window && !next.compare_exchange_weak(item, item + 1)) {
     }
     if (item < count && item < emitted + window) return item;
     return std::nullopt;

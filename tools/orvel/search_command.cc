@@ -204,8 +204,7 @@ FileResult searchFile(const SearchFile& file, const Query& query, const SearchPr
     result.matched = true;
     return result;
   }
-  FileResult result =
-      searchText(path, query, prefilter, options, !file.named && !options.verbose);
+  FileResult result = searchText(path, query, prefilter, options, !file.named && !options.verbose);
   if (comment && result.error.empty()) {
     result.matched = true;
     result.notText.clear();

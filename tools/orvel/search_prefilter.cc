@@ -91,8 +91,7 @@ std::string longestPartWithout(const std::string& text, const std::string& lette
 // The AVX2 form of the candidate scan in findBytes, 32 start positions at a time: the first
 // match, or npos with `start` moved to where the narrower loops go on.
 __attribute__((target("avx2"))) std::size_t findBytesAvx2(const char* text, std::size_t& start,
-                                                          std::size_t last,
-                                                          std::string_view needle,
+                                                          std::size_t last, std::string_view needle,
                                                           bool ignoreAsciiCase) {
   const std::size_t n = needle.size();
   // A letter compared without case: both cases OR 0x20 to the lower one.
@@ -263,9 +262,8 @@ bool SearchPrefilter::mayMatch(std::string_view bytes) const {
                    [&](std::size_t k) { return mayOccur(_terms[k], bytes); })) {
     return false;
   }
-  return !_required.empty() || std::any_of(_terms.begin(), _terms.end(), [&](const Term& term) {
-    return mayOccur(term, bytes);
-  });
+  return !_required.empty() || std::any_of(_terms.begin(), _terms.end(),
+                                           [&](const Term& term) { return mayOccur(term, bytes); });
 }
 
 }  // namespace orvel::cli

@@ -62,9 +62,8 @@ std::vector<fs::path> walkFolder(const fs::path& root, bool hidden, bool& failed
       failed = true;
     }
     // Reversed, so that the first name comes off the stack first.
-    std::sort(children.begin(), children.end(), [](const Entry& a, const Entry& b) {
-      return a.name > b.name;
-    });
+    std::sort(children.begin(), children.end(),
+              [](const Entry& a, const Entry& b) { return a.name > b.name; });
     for (Entry& child : children) pending.push_back(std::move(child));
   }
   return files;
