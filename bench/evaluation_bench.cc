@@ -64,8 +64,7 @@ void BM_matchesString_NEAR_Documentation(benchmark::State& state, const char16_t
 }
 BENCHMARK_CAPTURE(BM_matchesString_NEAR_Documentation, file_near_never, u"file NEAR/5 zyzzogeton")
     ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_matchesString_NEAR_Documentation, never_near_open,
-                  u"zyzzogeton NEAR/5 open")
+BENCHMARK_CAPTURE(BM_matchesString_NEAR_Documentation, never_near_open, u"zyzzogeton NEAR/5 open")
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace

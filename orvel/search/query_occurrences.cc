@@ -2,6 +2,10 @@
 
 #include <unordered_set>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "orvel/search/query_evaluation.h"
 #include "orvel/search/separation.h"
 
@@ -38,17 +42,46 @@ class LineCounter {
   explicit LineCounter(std::u16string_view text) : _text(text) {}
 
   std::size_t lineAt(std::size_t position) {
-    CharacterSetRep lines = defaultLineSeparators();
-    for (; _position < position; ++_position) {
-      const unichar c = _text[_position];
-      if (!isMemberOfCharacterSetRep(lines, c)) continue;
-      if (c == u'\n' && _position > 0 && _text[_position - 1] == u'\r') continue;
-      ++_line;
+    while (_position < position) {
+      skipPrintableAscii(position);
+      // Then one unit at a time, at least until the next block of eight.
+      const std::size_t blockEnd = std::min(position, _position + 8);
+      for (; _position < blockEnd; ++_position) countLineEnd();
     }
     return _line;
   }
 
  private:
+  void countLineEnd() {
+    const unichar c = _text[_position];
+    if (!isMemberOfCharacterSetRep(defaultLineSeparators(), c)) return;
+    if (c == u'\n' && _position > 0 && _text[_position - 1] == u'\r') return;
+    ++_line;
+  }
+
+  // Passes over whole blocks of eight units of printable ASCII (U+0020 to U+007F), none of
+  // which ends a line, before `position`.
+  void skipPrintableAscii(std::size_t position) {
+#if defined(__SSE2__)
+    static const bool printableNeverEndsLines = [] {
+      for (unichar c = 0x20; c < 0x80; ++c) {
+        if (isMemberOfCharacterSetRep(defaultLineSeparators(), c)) return false;
+      }
+      return true;
+    }();
+    if (!printableNeverEndsLines) return;
+    for (; _position + 8 <= position; _position += 8) {
+      const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_text.data() + _position));
+      // As signed 16-bit numbers, units from U+8000 are negative: both tests fail for them.
+      const __m128i printable = _mm_and_si128(_mm_cmpgt_epi16(v, _mm_set1_epi16(0x1F)),
+                                              _mm_cmplt_epi16(v, _mm_set1_epi16(0x80)));
+      if (_mm_movemask_epi8(printable) != 0xFFFF) return;
+    }
+#else
+    (void)position;
+#endif
+  }
+
   std::u16string_view _text;
   std::size_t _position = 0;
   std::size_t _line = 0;

@@ -1,6 +1,7 @@
 #include "orvel/search/query_occurrences.h"
 
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -25,6 +26,24 @@ TEST(OccurrencesTest, SnippetsWithLineNumbers) {
   EXPECT_EQ((*occurrences)[1].line, 1u);  // CR LF counts once
   EXPECT_EQ((*occurrences)[2].string, u"fox");
   EXPECT_EQ((*occurrences)[2].line, 3u);
+}
+
+// Line numbers over long lines of every kind of line end (LF, CR LF, CR, U+2029, U+2028,
+// form feed), with runs of printable ASCII longer and shorter than the blocks skipped at once.
+TEST(OccurrencesTest, LineNumbersCountEveryKindOfLineEnd) {
+  const std::u16string ends[] = {u"\n", u"\r\n", u"\r", u"\u2029", u"\u2028", u"\f"};
+  std::u16string text;
+  std::vector<std::size_t> expected;
+  for (std::size_t line = 0; line < 60; ++line) {
+    text += std::u16string(line % 13, u'x') + u" mark " + std::u16string(line % 29, u'y');
+    if (line % 4 == 0) text += u"\u00e9";  // not printable ASCII: a block not skipped
+    expected.push_back(line);
+    text += ends[line % 6];
+  }
+  const auto found = getOccurrencesOfQueryTerm(text, {u"mark"}, false, true, false, true);
+  ASSERT_TRUE(found);
+  ASSERT_EQ(found->size(), expected.size());
+  for (std::size_t k = 0; k < expected.size(); ++k) EXPECT_EQ((*found)[k].line, expected[k]) << k;
 }
 
 TEST(OccurrencesTest, ParagraphsCutAtLineBreaksOnly) {
