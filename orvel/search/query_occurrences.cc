@@ -42,47 +42,41 @@ class LineCounter {
   explicit LineCounter(std::u16string_view text) : _text(text) {}
 
   std::size_t lineAt(std::size_t position) {
-    while (_position < position) {
-      skipPrintableAscii(position);
-      // Then one unit at a time, at least until the next block of eight.
-      const std::size_t blockEnd = std::min(position, _position + 8);
-      for (; _position < blockEnd; ++_position) countLineEnd();
-    }
-    return _line;
-  }
-
- private:
-  void countLineEnd() {
-    const unichar c = _text[_position];
-    if (!isMemberOfCharacterSetRep(defaultLineSeparators(), c)) return;
-    if (c == u'\n' && _position > 0 && _text[_position - 1] == u'\r') return;
-    ++_line;
-  }
-
-  // Passes over whole blocks of eight units of printable ASCII (U+0020 to U+007F), none of
-  // which ends a line, before `position`.
-  void skipPrintableAscii(std::size_t position) {
 #if defined(__SSE2__)
+    // Eight units at a time: only those outside printable ASCII (U+0020 to U+007F, none of
+    // which ends a line) are looked at.
     static const bool printableNeverEndsLines = [] {
       for (unichar c = 0x20; c < 0x80; ++c) {
         if (isMemberOfCharacterSetRep(defaultLineSeparators(), c)) return false;
       }
       return true;
     }();
-    if (!printableNeverEndsLines) return;
-    for (; _position + 8 <= position; _position += 8) {
+    for (; printableNeverEndsLines && _position + 8 <= position; _position += 8) {
       const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_text.data() + _position));
       // As signed 16-bit numbers, units from U+8000 are negative: both tests fail for them.
       const __m128i printable = _mm_and_si128(_mm_cmpgt_epi16(v, _mm_set1_epi16(0x1F)),
                                               _mm_cmplt_epi16(v, _mm_set1_epi16(0x80)));
-      if (_mm_movemask_epi8(printable) != 0xFFFF) return;
+      // Two mask bits per unit: keep one.
+      auto others = static_cast<unsigned>(~_mm_movemask_epi8(printable)) & 0x5555u;
+      for (; others != 0; others &= others - 1) {
+        countLineEndAt(_position + static_cast<std::size_t>(__builtin_ctz(others)) / 2);
+      }
     }
-#else
-    (void)position;
 #endif
+    for (; _position < position; ++_position) countLineEndAt(_position);
+    return _line;
+  }
+
+ private:
+  void countLineEndAt(std::size_t at) {
+    const unichar c = _text[at];
+    if (!isMemberOfCharacterSetRep(_lines, c)) return;
+    if (c == u'\n' && at > 0 && _text[at - 1] == u'\r') return;
+    ++_line;
   }
 
   std::u16string_view _text;
+  CharacterSetRep _lines = defaultLineSeparators();
   std::size_t _position = 0;
   std::size_t _line = 0;
 };
