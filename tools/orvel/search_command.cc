@@ -197,7 +197,7 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
 // text: a picture is found by what was written about it).
 FileResult searchFile(const SearchFile& file, const Query& query, const SearchPrefilter& prefilter,
                       const SearchOptions& options) {
-  const fs::path& path = file.path;
+  const fs::path path = file.path;
   auto comment = options.comments ? matchingComment(path, query) : std::nullopt;
   if (comment && options.filesWithMatches) {
     FileResult result;
@@ -222,7 +222,7 @@ std::u16string snippetLine(const Occurrence& occurrence, std::size_t characters)
   return characters > 0 ? stringByEllipsizingAfterNCharacters(line, characters) : line;
 }
 
-std::string fileJson(const fs::path& path, const FileResult& result) {
+std::string fileJson(const std::string& path, const FileResult& result) {
   nlohmann::json occurrences = nlohmann::json::array();
   if (result.comment) {
     occurrences.push_back({{"range", {0, result.comment->size()}},
@@ -234,20 +234,19 @@ std::string fileJson(const fs::path& path, const FileResult& result) {
                            {"line", occurrence.line + 1},
                            {"string", utf16ToUtf8(occurrence.string)}});
   }
-  const nlohmann::json object = {{"path", path.string()},
-                                 {"kind", documentKindName(result.kind)},
-                                 {"occurrences", occurrences}};
+  const nlohmann::json object = {
+      {"path", path}, {"kind", documentKindName(result.kind)}, {"occurrences", occurrences}};
   return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
 // What a file's result prints: its path, then per format counts, snippets or JSON.
-std::string resultText(const fs::path& path, const FileResult& result,
+std::string resultText(const std::string& path, const FileResult& result,
                        const SearchOptions& options) {
   if (options.json) return fileJson(path, result);
-  if (options.filesWithMatches) return path.string() + "\n";
+  if (options.filesWithMatches) return path + "\n";
   const std::size_t count = result.occurrences.size() + (result.comment ? 1 : 0);
-  if (options.count) return path.string() + ":" + std::to_string(count) + "\n";
-  std::string out = path.string() + "\n";
+  if (options.count) return path + ":" + std::to_string(count) + "\n";
+  std::string out = path + "\n";
   if (result.comment) {
     out += "0:" +
            utf16ToUtf8(snippetLine(Occurrence{{0, result.comment->size()}, 0, *result.comment},
@@ -284,7 +283,7 @@ int runSearch(const SearchOptions& options) {
       [&](std::size_t i) { return searchFile(files[i], query, prefilter, options); },
       [&](std::size_t i, const FileResult& result) {
         progress.fileSearched(result.bytesRead);
-        const std::string name = files[i].path.string();
+        const std::string& name = files[i].path;
         progress.withoutLine([&] {
           if (!result.error.empty()) {
             reportError(name, result.error);

@@ -26,13 +26,13 @@ bool isHidden(const fs::path& path) {
 // compares them): a depth-first walk that takes each folder's entries sorted by name, so
 // that only siblings' names are ever compared. Entries wait on an explicit stack, so a deep
 // tree costs memory, not stack; a folder that cannot be read is reported and passed over.
-std::vector<fs::path> walkFolder(const fs::path& root, bool hidden, bool& failed) {
+std::vector<std::string> walkFolder(const std::string& root, bool hidden, bool& failed) {
   struct Entry {
-    fs::path path;
+    std::string path;
     std::string name;
     bool folder;
   };
-  std::vector<fs::path> files;
+  std::vector<std::string> files;
   std::vector<Entry> pending = {{root, {}, true}};
   std::vector<Entry> children;
   while (!pending.empty()) {
@@ -52,13 +52,13 @@ std::vector<fs::path> walkFolder(const fs::path& root, bool hidden, bool& failed
       const fs::file_type type = entry.symlink_status(typeError).type();
       // A .textbundle folder is one document, not a folder to walk into.
       if (type == fs::file_type::directory && !isTextBundleFile(entry.path())) {
-        children.push_back({entry.path(), entry.path().filename().native(), true});
+        children.push_back({entry.path().native(), entry.path().filename().native(), true});
       } else if (type == fs::file_type::regular || type == fs::file_type::directory) {
-        children.push_back({entry.path(), entry.path().filename().native(), false});
+        children.push_back({entry.path().native(), entry.path().filename().native(), false});
       }
     }
     if (error) {
-      reportError(next.path.string(), error.message());
+      reportError(next.path, error.message());
       failed = true;
     }
     // Reversed, so that the first name comes off the stack first.
@@ -83,7 +83,7 @@ std::vector<SearchFile> collectSearchFiles(const std::vector<std::string>& paths
     } else if (fs::is_directory(status) && isTextBundleFile(root)) {
       files.push_back({root, true});
     } else if (fs::is_directory(status)) {
-      for (fs::path& path : walkFolder(root, hidden, failed)) {
+      for (std::string& path : walkFolder(root, hidden, failed)) {
         files.push_back({std::move(path), false});
       }
     } else if (fs::is_regular_file(status)) {

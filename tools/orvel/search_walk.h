@@ -7,8 +7,10 @@
 
 namespace orvel::cli {
 
+// Paths are kept as strings: a std::filesystem::path also keeps its components, which for
+// a tree of many files costs more memory than everything else a search holds.
 struct SearchFile {
-  std::filesystem::path path;
+  std::string path;
   bool named;  // given on the command line, not found in a folder
 };
 
