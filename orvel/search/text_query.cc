@@ -9,7 +9,11 @@ namespace orvel {
 TextQuery::TextQuery(std::u16string_view query, bool caseSensitive, bool wildcard)
     : _tree(wildcard ? QueryTerms::withWildcard(query) : QueryTerms(query)),
       _caseSensitive(caseSensitive),
-      _wildcard(wildcard) {
+      _wildcard(wildcard),
+      _words(_tree.plusParts(1)),
+      _substrings(_tree.plusParts(2)),
+      _patterns(wildcard ? _tree.plusWildcards() : std::nullopt),
+      _allParts(_tree.plusParts()) {
   initSeparatorsAndTables();
 }
 
@@ -28,14 +32,11 @@ std::vector<Occurrence> TextQuery::occurrences(std::u16string_view text, bool pa
     if (more) found.insert(found.end(), more->begin(), more->end());
   };
   if (_wildcard) {
-    if (const auto patterns = _tree.plusWildcards()) {
-      add(getOccurrencesOfWildcards(text, *patterns, comparison(), 1, paragraphs));
-    }
+    if (_patterns) add(getOccurrencesOfWildcards(text, *_patterns, comparison(), 1, paragraphs));
     return found;
   }
-  add(getOccurrencesOfQueryTerm(text, _tree.plusParts(1), _caseSensitive, true, false, paragraphs));
-  add(getOccurrencesOfQueryTerm(text, _tree.plusParts(2), _caseSensitive, false, false,
-                                paragraphs));
+  add(getOccurrencesOfQueryTerm(text, _words, _caseSensitive, true, false, paragraphs));
+  add(getOccurrencesOfQueryTerm(text, _substrings, _caseSensitive, false, false, paragraphs));
   std::sort(found.begin(), found.end(), [](const Occurrence& a, const Occurrence& b) {
     return a.range.location < b.range.location;
   });
@@ -51,13 +52,12 @@ std::optional<std::u16string> TextQuery::snippets(std::u16string_view text,
                                                   std::size_t maxCharacters, bool paragraphs,
                                                   bool singleWords) const {
   if (_wildcard) {
-    const auto patterns = _tree.plusWildcards();
-    if (!patterns) return std::nullopt;
-    return assembleOccurrencesOfWildcards(text, *patterns, true, singleWords, comparison(), 1,
+    if (!_patterns) return std::nullopt;
+    return assembleOccurrencesOfWildcards(text, *_patterns, true, singleWords, comparison(), 1,
                                           paragraphs, separator, maxCharacters);
   }
-  return assembleOccurrencesOfQueryTerm(text, _tree.plusParts(), true, singleWords, _caseSensitive,
-                                        true, false, paragraphs, separator, maxCharacters);
+  return assembleOccurrencesOfQueryTerm(text, _allParts, true, singleWords, _caseSensitive, true,
+                                        false, paragraphs, separator, maxCharacters);
 }
 
 }  // namespace orvel

@@ -43,6 +43,12 @@ class TextQuery {
   QueryTerms _tree;
   bool _caseSensitive;
   bool _wildcard;
+  // The positive terms, worked out once for all the texts a query meets: whole words (and
+  // phrases), substring terms, and the patterns of a wildcard query.
+  std::vector<std::u16string> _words;
+  std::vector<std::u16string> _substrings;
+  std::optional<std::vector<std::u16string>> _patterns;
+  std::vector<std::u16string> _allParts;
 };
 
 }  // namespace orvel
