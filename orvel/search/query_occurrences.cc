@@ -127,23 +127,80 @@ Range findQueryTerm(QueryTermArray& terms, bool isMutable, std::u16string_view t
   return best;
 }
 
-struct TermSearch {
-  QueryTermArray terms;
-  std::u16string_view text;
-  bool caseSensitive, anchored, exactPhrase;
+// The search behind getOccurrencesOfQueryTerm and assembleOccurrencesOfQueryTerm: the next
+// occurrence of any term from a position that only moves forwards. A term made of word
+// units alone keeps its next occurrence between calls: while that lies at or after the
+// position asked for (where no match can start in the middle of a word), it is still the
+// next one, so each such term's search moves through the text once instead of once per
+// occurrence of the others: "zebra OR the" over a text of many "the" and one final "zebra"
+// would otherwise read the text once per "the". Other terms are searched each time as
+// findNextQueryTerm searches them.
+class TermSearch {
+ public:
+  TermSearch(const std::vector<std::u16string>& terms, std::u16string_view text, bool caseSensitive,
+             bool anchored, bool exactPhrase)
+      : _text(text),
+        _flags(caseSensitive ? 0u : kCompareCaseInsensitive),
+        _anchored(anchored),
+        _exactPhrase(exactPhrase) {
+    const CharacterSetRep words = queryTermCharacters();
+    for (const std::u16string& term : terms) {
+      const bool wordUnitsOnly =
+          !term.empty() && std::all_of(term.begin(), term.end(), [words](unichar c) {
+            return isMemberOfCharacterSetRep(words, c);
+          });
+      _terms.push_back(Term{&term, wordUnitsOnly});
+    }
+  }
+
+  Range next(std::size_t from) {
+    const std::size_t size = _text.size();
+    if (from >= size) return Range::notFound();
+    // Where no match of a word-units-only term can start at `from` merely because a search
+    // starting there does not look before it: at the start, after a non-word unit, or on one.
+    const CharacterSetRep words = queryTermCharacters();
+    const bool atBoundary = from == 0 || !isMemberOfCharacterSetRep(words, _text[from - 1]) ||
+                            !isMemberOfCharacterSetRep(words, _text[from]);
+    Range best = Range::notFound();
+    for (Term& term : _terms) {
+      if (term.hopeless || term.text->empty() || *term.text == u"*") continue;
+      Range hit;
+      if (term.wordUnitsOnly && atBoundary) {
+        if (!term.searched || (term.next.found() && term.next.location < from)) {
+          term.next =
+              findTerm(*term.text, _text, from, size - from, _flags, _anchored, _exactPhrase);
+          term.searched = true;
+        }
+        hit = term.next;
+      } else {
+        const std::size_t limit = best.found() ? best.location - from : size - from;
+        if (term.text->size() > limit) continue;
+        hit = findTerm(*term.text, _text, from, limit, _flags, _anchored, _exactPhrase);
+        // Not found in the whole rest: it cannot occur later either.
+        term.hopeless = !hit.found() && !best.found();
+      }
+      if (hit.found() && (!best.found() || hit.location < best.location)) best = hit;
+    }
+    return best;
+  }
+
+ private:
+  struct Term {
+    const std::u16string* text;
+    bool wordUnitsOnly;
+    bool searched = false;
+    bool hopeless = false;
+    Range next = Range::notFound();
+  };
+
+  std::u16string_view _text;
+  unsigned _flags;
+  bool _anchored, _exactPhrase;
+  std::vector<Term> _terms;
 };
 
 Range nextTerm(void* context, std::size_t from) {
-  auto* search = static_cast<TermSearch*>(context);
-  return findNextQueryTerm(search->terms, true, search->text,
-                           Range{from, search->text.size() - from}, search->caseSensitive,
-                           search->anchored, search->exactPhrase);
-}
-
-QueryTermArray termArray(const std::vector<std::u16string>& terms) {
-  QueryTermArray array(terms.size());
-  for (const std::u16string& term : terms) array.addObject(&term);
-  return array;
+  return static_cast<TermSearch*>(context)->next(from);
 }
 
 }  // namespace
@@ -237,7 +294,7 @@ std::optional<std::vector<Occurrence>> getOccurrencesOfQueryTerm(
     std::u16string_view text, const std::vector<std::u16string>& terms, bool caseSensitive,
     bool anchored, bool exactPhrase, bool paragraphs) {
   if (terms.empty() || text.empty()) return std::nullopt;
-  TermSearch search{termArray(terms), text, caseSensitive, anchored, exactPhrase};
+  TermSearch search(terms, text, caseSensitive, anchored, exactPhrase);
   return internal::collectOccurrences(text, paragraphs, nextTerm, &search);
 }
 
@@ -245,7 +302,7 @@ std::optional<std::u16string> assembleOccurrencesOfQueryTerm(
     std::u16string_view text, const std::vector<std::u16string>& terms, bool onlyOccurrences,
     bool singleWords, bool caseSensitive, bool anchored, bool exactPhrase, bool paragraphs,
     std::optional<std::u16string_view> separator, std::size_t ellipsizeAfterNCharacters) {
-  TermSearch search{termArray(terms), text, caseSensitive, anchored, exactPhrase};
+  TermSearch search(terms, text, caseSensitive, anchored, exactPhrase);
   const internal::AssemblyOptions options{onlyOccurrences, singleWords, paragraphs,
                                           separator.value_or(u" "), ellipsizeAfterNCharacters};
   if (terms.empty()) {

@@ -1,5 +1,6 @@
 #include "orvel/search/query_occurrences.h"
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -125,6 +126,61 @@ TEST(AssemblyTest, NothingFound) {
             "short");
   EXPECT_FALSE(assembleOccurrencesOfQueryTerm(u"", {u"cat"}, false, false, false, true, false,
                                               false, std::nullopt, 8));
+}
+
+}  // namespace
+}  // namespace orvel
+
+namespace orvel {
+namespace {
+
+// The occurrences found with terms that keep their next occurrence between calls against
+// the same walk with every step a fresh findNextQueryTerm of every term, over random texts in
+// which terms sit at word edges, inside words and beside punctuation.
+struct FreshSearch {
+  const std::vector<std::u16string>* terms;
+  std::u16string_view text;
+  bool caseSensitive, anchored;
+};
+
+Range freshNext(void* context, std::size_t from) {
+  const auto* search = static_cast<const FreshSearch*>(context);
+  QueryTermArray array(search->terms->size());
+  for (const std::u16string& term : *search->terms) array.addObject(&term);
+  return findNextQueryTerm(array, false, search->text, Range{from, search->text.size() - from},
+                           search->caseSensitive, search->anchored, false);
+}
+
+TEST(OccurrencesTest, RememberedTermsFindWhatAFreshSearchFinds) {
+  std::mt19937 random(7);
+  const std::vector<std::u16string> vocabulary = {u"the", u"zebra", u"thezebra", u"c++",
+                                                  u"a.b", u"Zebra", u"x",        u"the zebra"};
+  const std::vector<std::u16string> gaps = {u" ", u". ", u"\n", u"", u"-", u", "};
+  for (int round = 0; round < 300; ++round) {
+    std::u16string text;
+    for (int w = 0; w < 40; ++w) {
+      text += vocabulary[random() % vocabulary.size()] + gaps[random() % gaps.size()];
+    }
+    std::vector<std::u16string> terms;
+    for (int t = 0; t < 1 + static_cast<int>(random() % 3); ++t) {
+      terms.push_back(vocabulary[random() % vocabulary.size()]);
+    }
+    const bool caseSensitive = random() % 2 == 0;
+    const bool anchored = random() % 3 != 0;
+    const bool paragraphs = round % 2 == 0;
+    FreshSearch fresh{&terms, text, caseSensitive, anchored};
+    const auto expected = internal::collectOccurrences(text, paragraphs, freshNext, &fresh);
+    const auto found =
+        getOccurrencesOfQueryTerm(text, terms, caseSensitive, anchored, false, paragraphs);
+    SCOPED_TRACE(utf16ToUtf8(text));
+    ASSERT_EQ(found.has_value(), expected.has_value());
+    if (!found) continue;
+    ASSERT_EQ(found->size(), expected->size());
+    for (std::size_t k = 0; k < found->size(); ++k) {
+      EXPECT_EQ((*found)[k].range, (*expected)[k].range);
+      EXPECT_EQ((*found)[k].line, (*expected)[k].line);
+    }
+  }
 }
 
 }  // namespace
