@@ -11,6 +11,7 @@
 #include <benchmark/benchmark.h>
 
 #include "orvel/base/utf8.h"
+#include "orvel/search/query_occurrences.h"
 #include "orvel/search/query_terms.h"
 #include "orvel/testing/files.h"
 
@@ -66,6 +67,23 @@ BENCHMARK_CAPTURE(BM_matchesString_NEAR_Documentation, file_near_never, u"file N
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_matchesString_NEAR_Documentation, never_near_open, u"zyzzogeton NEAR/5 open")
     ->Unit(benchmark::kMillisecond);
+
+// The occurrences of "zebra" or "the" in 1 to 4 MB of "the. " with one "zebra" at the end:
+// each term's search reads the text once, so the time grows linearly (a search of every term
+// afresh at each occurrence read the text once per "the").
+void BM_occurrencesOfAFarTerm(benchmark::State& state) {
+  std::u16string text;
+  const std::size_t units = static_cast<std::size_t>(state.range(0)) * (1u << 20) / 2;
+  while (text.size() < units) text += u"the. ";
+  text += u"zebra.";
+  const std::vector<std::u16string> terms = {u"zebra", u"the"};
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        orvel::getOccurrencesOfQueryTerm(text, terms, false, true, false, false));
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size() * 2));
+}
+BENCHMARK(BM_occurrencesOfAFarTerm)->Arg(1)->Arg(2)->Arg(4)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
