@@ -145,21 +145,23 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     // the language of a file is that of all its text.
     const bool markup = result.kind == DocumentKind::kHtml || result.kind == DocumentKind::kFeed;
     const bool shortcuts = !markup && !options.languageFilter && !options.plainPath;
-    // -l of one word: its bytes decide most files, without decoding them.
-    bool bytesDecide = shortcuts && options.filesWithMatches && prefilter.decidesWord();
+    // -l of words joined by AND and OR: the bytes decide most files, without decoding them.
+    bool bytesDecide = shortcuts && options.filesWithMatches && prefilter.decides();
     if (bytesDecide) {
       const std::string_view first = reader.readAtLeast(kBytesDecidingText);
-      // A file that is no text cannot match either, but the plain path reports it.
-      if (quiet && reader.atEnd() && !prefilter.mayMatch(first)) return result;
-      bytesDecide = whyNotText(first).empty();
-      const ByteAnswer answer =
-          bytesDecide ? prefilter.decide(first, reader.atEnd()) : ByteAnswer::kUnknown;
-      if (answer != ByteAnswer::kUnknown) {
-        result.matched = answer == ByteAnswer::kYes;
-        result.bytesRead = first.size();
+      const ByteAnswer answer = prefilter.decide(first, reader.atEnd());
+      result.bytesRead = first.size();
+      // No match either way, and where it is no text that need not be told.
+      if (answer == ByteAnswer::kNo && quiet) return result;
+      const bool text = whyNotText(first).empty();
+      if (answer == ByteAnswer::kNo && text) return result;
+      if (answer == ByteAnswer::kYes && text) {
+        result.matched = true;
         return result;
       }
-      bytesDecide = bytesDecide && !reader.atEnd();  // the whole file was decided on already
+      // Still open: the rest of the file decides, unless it is no text (the plain path
+      // reports that) or was all read already.
+      bytesDecide = text && !reader.atEnd();
     }
     if (shortcuts && options.filesWithMatches && query.monotone &&
         prefixMatches(reader, query, prefilter)) {
@@ -169,13 +171,14 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     }
     bytes = reader.readAll();
     result.bytesRead = bytes.size();
-    if (quiet && !markup && !prefilter.mayMatch(bytes)) return result;
     if (bytesDecide) {
       const ByteAnswer answer = prefilter.decide(bytes, true);
       if (answer != ByteAnswer::kUnknown) {
         result.matched = answer == ByteAnswer::kYes;
         return result;
       }
+    } else if (quiet && !markup && !prefilter.mayMatch(bytes)) {
+      return result;
     }
   } catch (const CommandError& error) {
     result.error = error.what();

@@ -51,14 +51,6 @@ void collectRequiredLeaves(const QueryTerms& node, std::vector<std::u16string>& 
   }
 }
 
-// A query of one positive whole word: a word leaf, or groups of one child around it, none
-// negated.
-bool isSingleWordQuery(const QueryTerms& node) {
-  if (node.queryNot()) return false;
-  if (node.isWord()) return !node.querySubstring() && !node.queryPhrase();
-  return node.children().size() == 1 && isSingleWordQuery(node.children().front());
-}
-
 bool isAsciiTerm(const std::u16string& term) {
   return !term.empty() && term[0] != u'*' &&
          std::all_of(term.begin(), term.end(), [](char16_t c) { return c > 0 && c < 0x80; });
@@ -218,13 +210,58 @@ SearchPrefilter::SearchPrefilter(const QueryTerms& tree, bool caseSensitive, boo
     }
   }
   _active = true;
-  _word = isSingleWordQuery(tree) && std::all_of(terms[0].begin(), terms[0].end(), [](char16_t c) {
-            return (c >= u'0' && c <= u'9') || ((c | 0x20) >= u'a' && (c | 0x20) <= u'z');
-          });
+  _decision = decisionOf(tree, terms);
+}
+
+std::optional<SearchPrefilter::Decision> SearchPrefilter::decisionOf(
+    const QueryTerms& node, const std::vector<std::u16string>& terms) {
+  if (node.queryNot()) return std::nullopt;
+  if (node.isWord()) {
+    const std::u16string& word = node.string();
+    const bool plain =
+        !node.querySubstring() && !node.queryPhrase() && !word.empty() &&
+        std::all_of(word.begin(), word.end(), [](char16_t c) {
+          return (c >= u'0' && c <= u'9') || ((c | 0x20) >= u'a' && (c | 0x20) <= u'z');
+        });
+    const auto found = std::find(terms.begin(), terms.end(), word);
+    if (!plain || found == terms.end()) return std::nullopt;
+    return Decision{Decision::Kind::kWord, static_cast<std::size_t>(found - terms.begin()), {}};
+  }
+  const auto& children = node.children();
+  if (children.size() == 1) return decisionOf(children.front(), terms);
+  const QueryOperator common = node.commonOperator();
+  if (children.empty() || (common != QueryOperatorAND && common != QueryOperatorOR)) {
+    return std::nullopt;
+  }
+  Decision group{common == QueryOperatorAND ? Decision::Kind::kAll : Decision::Kind::kAny, 0, {}};
+  for (const QueryTerms& child : children) {
+    auto decision = decisionOf(child, terms);
+    if (!decision) return std::nullopt;
+    group.children.push_back(std::move(*decision));
+  }
+  return group;
 }
 
 ByteAnswer SearchPrefilter::decide(std::string_view bytes, bool whole) const {
-  const Term& term = _terms.front();
+  return combine(*_decision, bytes, whole);
+}
+
+ByteAnswer SearchPrefilter::combine(const Decision& node, std::string_view bytes,
+                                    bool whole) const {
+  if (node.kind == Decision::Kind::kWord) return wordAnswer(_terms[node.term], bytes, whole);
+  // All of: no when one is no, yes when all are; any of: yes when one is, no when all are no.
+  const ByteAnswer settles = node.kind == Decision::Kind::kAll ? ByteAnswer::kNo : ByteAnswer::kYes;
+  bool unknown = false;
+  for (const Decision& child : node.children) {
+    const ByteAnswer answer = combine(child, bytes, whole);
+    if (answer == settles) return settles;
+    unknown = unknown || answer == ByteAnswer::kUnknown;
+  }
+  if (unknown) return ByteAnswer::kUnknown;
+  return settles == ByteAnswer::kNo ? ByteAnswer::kYes : ByteAnswer::kNo;
+}
+
+ByteAnswer SearchPrefilter::wordAnswer(const Term& term, std::string_view bytes, bool whole) const {
   const CharacterSetRep words = queryTermCharacters();
   // A neighbour: no word unit (true), a word unit (false), or not known from here.
   enum class Side { kApart, kJoined, kUnknown };

@@ -12,6 +12,7 @@
 // a prefix of a text (cut after a non-word unit) is a match in the whole text.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -42,15 +43,17 @@ class SearchPrefilter {
   // False only when the bytes cannot match the query.
   [[nodiscard]] bool mayMatch(std::string_view bytes) const;
 
-  // Whether the query is one positive word of ASCII letters and digits, so that its match
-  // can be decided on the UTF-8 bytes (decide).
-  [[nodiscard]] bool decidesWord() const { return _word; }
+  // Whether the query is positive words of ASCII letters and digits joined by AND and OR
+  // alone (in groups whose words share one operator), so that its match can be decided on
+  // the UTF-8 bytes (decide).
+  [[nodiscard]] bool decides() const { return _decision.has_value(); }
   // For such a query, whether the document's bytes (all of them when `whole`, else a
-  // prefix; a byte-order mark and the text test are the caller's) match: kYes at the first
-  // occurrence whose neighbours are ASCII non-word bytes or the text's edges, kNo when there
-  // is none and nothing else could be one. kUnknown when an occurrence touches a non-ASCII
-  // byte or the end of a prefix, or when a unit that folds to one of the word's letters is
-  // present: the decoded text decides those.
+  // prefix; a byte-order mark and the text test are the caller's) match. A word is there
+  // (kYes) at an occurrence whose neighbours are ASCII non-word bytes or the text's edges,
+  // and absent (kNo) when there is none and nothing else could be one; it is kUnknown when
+  // an occurrence touches a non-ASCII byte or the end of a prefix, or when a unit that folds
+  // to one of its letters is present. The words' answers are combined as the operators
+  // combine them, kUnknown where they do not settle it: the decoded text decides those.
   [[nodiscard]] ByteAnswer decide(std::string_view bytes, bool whole) const;
 
  private:
@@ -62,10 +65,21 @@ class SearchPrefilter {
     std::string anchor;
   };
 
+  // The query as words combined by all-of and any-of, over the terms.
+  struct Decision {
+    enum class Kind { kWord, kAll, kAny } kind;
+    std::size_t term = 0;            // kWord: index into _terms
+    std::vector<Decision> children;  // kAll and kAny
+  };
+
+  [[nodiscard]] static std::optional<Decision> decisionOf(const QueryTerms& node,
+                                                          const std::vector<std::u16string>& terms);
   [[nodiscard]] bool mayOccur(const Term& term, std::string_view bytes) const;
+  [[nodiscard]] ByteAnswer wordAnswer(const Term& term, std::string_view bytes, bool whole) const;
+  [[nodiscard]] ByteAnswer combine(const Decision& node, std::string_view bytes, bool whole) const;
 
   bool _active = false;
-  bool _word = false;
+  std::optional<Decision> _decision;
   bool _caseSensitive = false;
   std::vector<Term> _terms;
   std::vector<std::size_t> _required;  // terms every match needs (indexes into _terms)
