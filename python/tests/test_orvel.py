@@ -45,7 +45,11 @@ class TestQueryTerms:
         assert query.snippets("no such word") is None
 
     def test_bad_input_is_repaired_or_refused_by_type(self):
-        assert orvel.QueryTerms('"unclosed ( OR').matches("unclosed") in (True, False)
+        for broken, repaired in [("harbour AND (quay", "harbour AND quay"), ("AND harbour OR", "harbour"),
+                                 (")harbour(", "harbour")]:
+            query = orvel.QueryTerms(broken)
+            assert query.text == repaired
+            assert query.matches("the harbour quay") and not query.matches("nothing")
         with pytest.raises(TypeError):
             orvel.QueryTerms(b"bytes are not a query")
 

@@ -123,8 +123,19 @@ void searchDocument(const DocumentText& document, const Query& query, const Sear
   }
 }
 
-// `quiet`: whether the file is no text need not be told (it was found in a folder, and
-// --verbose is off), so a file that cannot match is passed over without that test.
+// For -l of words joined by AND and OR: whether the first bytes settle the file, without
+// decoding it (a match, or none). nullopt leaves it to the rest of the file, or to the plain
+// path where the file is no text (which reports that). `quiet`: whether being no text need
+// not be told (the file was found in a folder, and --verbose is off).
+std::optional<bool> settledOnFirstBytes(DocumentReader& reader, const SearchPrefilter& prefilter,
+                                        bool quiet) {
+  const std::string_view first = reader.readAtLeast(kBytesDecidingText);
+  const ByteAnswer answer = prefilter.decide(first, reader.atEnd());
+  if (answer == ByteAnswer::kNo && quiet) return false;
+  if (answer == ByteAnswer::kUnknown || !whyNotText(first).empty()) return std::nullopt;
+  return answer == ByteAnswer::kYes;
+}
+
 FileResult searchText(const fs::path& path, const Query& query, const SearchPrefilter& prefilter,
                       const SearchOptions& options, bool quiet) {
   FileResult result;
@@ -136,6 +147,7 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     return result;
   }
   std::string_view bytes;  // in this thread's read buffer, after the reader is gone
+  bool possible = false;   // the byte tests found that the file may match: no need to repeat
   try {
     DocumentReader reader(path);
     result.kind = documentKind(path, reader.readAtLeast(kBytesDecidingText));
@@ -145,40 +157,36 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     // the language of a file is that of all its text.
     const bool markup = result.kind == DocumentKind::kHtml || result.kind == DocumentKind::kFeed;
     const bool shortcuts = !markup && !options.languageFilter && !options.plainPath;
-    // -l of words joined by AND and OR: the bytes decide most files, without decoding them.
-    bool bytesDecide = shortcuts && options.filesWithMatches && prefilter.decides();
+    const bool listing = shortcuts && options.filesWithMatches;
+    bool bytesDecide = listing && prefilter.decides();
     if (bytesDecide) {
-      const std::string_view first = reader.readAtLeast(kBytesDecidingText);
-      const ByteAnswer answer = prefilter.decide(first, reader.atEnd());
-      result.bytesRead = first.size();
-      // No match either way, and where it is no text that need not be told.
-      if (answer == ByteAnswer::kNo && quiet) return result;
-      const bool text = whyNotText(first).empty();
-      if (answer == ByteAnswer::kNo && text) return result;
-      if (answer == ByteAnswer::kYes && text) {
-        result.matched = true;
+      if (const auto settled = settledOnFirstBytes(reader, prefilter, quiet)) {
+        result.matched = *settled;
+        result.bytesRead = reader.readAtLeast(0).size();
         return result;
       }
-      // Still open: the rest of the file decides, unless it is no text (the plain path
-      // reports that) or was all read already.
-      bytesDecide = text && !reader.atEnd();
+      // A file read whole already was decided on as a whole: left open, it may match.
+      possible = reader.atEnd();
+      bytesDecide = !possible;
     }
-    if (shortcuts && options.filesWithMatches && query.monotone &&
-        prefixMatches(reader, query, prefilter)) {
+    if (listing && query.monotone && prefixMatches(reader, query, prefilter)) {
       result.matched = true;
       result.bytesRead = reader.readAtLeast(0).size();
       return result;
     }
     bytes = reader.readAll();
     result.bytesRead = bytes.size();
-    if (bytesDecide) {
+    if (bytesDecide && whyNotText(bytes).empty()) {
+      // Over the whole file an open answer means every word it needs may be there.
       const ByteAnswer answer = prefilter.decide(bytes, true);
       if (answer != ByteAnswer::kUnknown) {
         result.matched = answer == ByteAnswer::kYes;
         return result;
       }
-    } else if (quiet && !markup && !prefilter.mayMatch(bytes)) {
-      return result;
+      possible = true;
+    } else if (quiet && !markup && !possible) {
+      if (!prefilter.mayMatch(bytes)) return result;
+      possible = true;
     }
   } catch (const CommandError& error) {
     result.error = error.what();
@@ -188,8 +196,10 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     return result;
   }
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
-  const DocumentText document = documentText(
-      bytes, result.kind, [&](std::string_view all) { return prefilter.mayMatch(all); });
+  const DocumentText document =
+      possible ? documentText(bytes, result.kind)
+               : documentText(bytes, result.kind,
+                              [&](std::string_view all) { return prefilter.mayMatch(all); });
   // A feed-like file that is no feed after all is text, which --type may not want.
   if (!wanted(options, document.kind)) return FileResult{};
   searchDocument(document, query, options, result);
