@@ -216,22 +216,40 @@ bool isValidUtf8(std::string_view utf8, std::size_t* invalidOffset) {
 
 std::string utf16ToUtf8(std::u16string_view utf16) {
   std::string out;
-  constexpr std::size_t kPiece = 1u << 28;
-  std::size_t done = 0;
-  while (done < utf16.size()) {
-    std::size_t take = std::min(kPiece, utf16.size() - done);
-    if (done + take < utf16.size() && U16_IS_LEAD(utf16[done + take - 1])) --take;
-    const std::size_t base = out.size();
-    out.resize(base + 3 * take);
-    int32_t written = 0;
-    UErrorCode status = U_ZERO_ERROR;
-    u_strToUTF8WithSub(out.data() + base, static_cast<int32_t>(3 * take), &written,
-                       reinterpret_cast<const UChar*>(utf16.data() + done),
-                       static_cast<int32_t>(take), 0xFFFD, nullptr, &status);
-    out.resize(base + (U_FAILURE(status) ? 0 : static_cast<std::size_t>(written)));
-    done += take;
-  }
+  appendUtf16AsUtf8(out, utf16);
   return out;
+}
+
+void appendUtf16AsUtf8(std::string& out, std::u16string_view utf16) {
+  // At most three bytes a unit: a pair of surrogates (two units) takes four.
+  const std::size_t base = out.size();
+  out.resize(base + 3 * utf16.size());
+  auto* to = reinterpret_cast<std::uint8_t*>(out.data() + base);
+  const std::size_t size = utf16.size();
+  for (std::size_t i = 0; i < size;) {
+    const char32_t unit = utf16[i++];
+    if (unit < 0x80) {
+      *to++ = static_cast<std::uint8_t>(unit);
+      continue;
+    }
+    char32_t c = unit;
+    if (U16_IS_SURROGATE(unit)) {
+      const bool paired = U16_IS_SURROGATE_LEAD(unit) && i < size && U16_IS_TRAIL(utf16[i]);
+      c = paired ? U16_GET_SUPPLEMENTARY(unit, utf16[i++]) : 0xFFFD;
+    }
+    if (c < 0x800) {
+      *to++ = static_cast<std::uint8_t>(0xC0 | (c >> 6));
+    } else if (c < 0x10000) {
+      *to++ = static_cast<std::uint8_t>(0xE0 | (c >> 12));
+      *to++ = static_cast<std::uint8_t>(0x80 | ((c >> 6) & 0x3F));
+    } else {
+      *to++ = static_cast<std::uint8_t>(0xF0 | (c >> 18));
+      *to++ = static_cast<std::uint8_t>(0x80 | ((c >> 12) & 0x3F));
+      *to++ = static_cast<std::uint8_t>(0x80 | ((c >> 6) & 0x3F));
+    }
+    *to++ = static_cast<std::uint8_t>(0x80 | (c & 0x3F));
+  }
+  out.resize(static_cast<std::size_t>(reinterpret_cast<char*>(to) - out.data()));
 }
 
 }  // namespace orvel

@@ -23,5 +23,7 @@ namespace orvel {
 
 // Encodes UTF-16 as UTF-8; an unpaired surrogate becomes U+FFFD.
 [[nodiscard]] std::string utf16ToUtf8(std::u16string_view utf16);
+// The same encoding appended to `out`, for a caller building one output of many pieces.
+void appendUtf16AsUtf8(std::string& out, std::u16string_view utf16);
 
 }  // namespace orvel

@@ -104,6 +104,31 @@ TEST(Utf8Test, SliceBoundariesChangeNothing) {
   }
 }
 
+TEST(Utf8Test, EncodingAgreesWithIcuOnRandomUnits) {
+  std::mt19937 random(11);
+  // Units from every range that encodes differently, surrogates paired, lone and reversed.
+  const std::vector<char16_t> units = {u'a',   u'\n',  0x7F,   0x80,   0x7FF,  0x800,  0xE9,
+                                       0xFFFF, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xFFFD, 0x20AC};
+  for (int round = 0; round < 2000; ++round) {
+    std::u16string text;
+    for (int k = 0; k < 1 + static_cast<int>(random() % 12); ++k) {
+      text += units[random() % units.size()];
+    }
+    std::string expected(4 * text.size(), '\0');
+    int32_t written = 0;
+    UErrorCode status = U_ZERO_ERROR;
+    u_strToUTF8WithSub(expected.data(), static_cast<int32_t>(expected.size()), &written,
+                       reinterpret_cast<const UChar*>(text.data()),
+                       static_cast<int32_t>(text.size()), 0xFFFD, nullptr, &status);
+    ASSERT_TRUE(U_SUCCESS(status));
+    expected.resize(static_cast<std::size_t>(written));
+    ASSERT_EQ(utf16ToUtf8(text), expected);
+    std::string appended = "prefix";
+    appendUtf16AsUtf8(appended, text);
+    ASSERT_EQ(appended, "prefix" + expected);
+  }
+}
+
 TEST(Utf8Test, UnpairedSurrogatesBecomeReplacementCharacters) {
   const std::u16string lone = {u'a', static_cast<char16_t>(0xD800), u'b'};
   EXPECT_EQ(utf16ToUtf8(lone),

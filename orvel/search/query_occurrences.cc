@@ -217,26 +217,23 @@ Range findPreviousQueryTerm(QueryTermArray& terms, bool isMutable, std::u16strin
 
 namespace internal {
 
-std::optional<std::vector<Occurrence>> collectOccurrences(std::u16string_view text, bool paragraphs,
-                                                          OccurrenceFinder findNext,
-                                                          void* context) {
+std::vector<OccurrencePlace> collectOccurrencePlaces(std::u16string_view text, bool paragraphs,
+                                                     bool countLines, OccurrenceFinder findNext,
+                                                     void* context) {
   CharacterSetRep words = queryTermCharacters();
   CharacterSetRep boundaries = boundariesFor(paragraphs);
   LineCounter lines(text);
-  std::vector<Occurrence> occurrences;
+  std::vector<OccurrencePlace> places;
   for (std::size_t position = 0; position < text.size();) {
     const Range found = findNext(context, position);
     if (!found.found()) break;
     const Snippet snippet = snippetAround(text, found, words, boundaries);
     if (snippet.range.length > 0) {
-      occurrences.push_back(
-          Occurrence{snippet.range, lines.lineAt(snippet.range.location),
-                     std::u16string(text.substr(snippet.range.location, snippet.range.length))});
+      places.push_back({snippet.range, countLines ? lines.lineAt(snippet.range.location) : 0});
     }
     position = std::max(snippet.resume, found.location + 1);
   }
-  if (occurrences.empty()) return std::nullopt;
-  return occurrences;
+  return places;
 }
 
 std::optional<std::u16string> assembleOccurrences(std::u16string_view text,
@@ -294,8 +291,29 @@ std::optional<std::vector<Occurrence>> getOccurrencesOfQueryTerm(
     std::u16string_view text, const std::vector<std::u16string>& terms, bool caseSensitive,
     bool anchored, bool exactPhrase, bool paragraphs) {
   if (terms.empty() || text.empty()) return std::nullopt;
+  return occurrencesAtPlaces(
+      text, getOccurrencePlacesOfQueryTerm(text, terms, caseSensitive, anchored, exactPhrase,
+                                           paragraphs));
+}
+
+std::vector<OccurrencePlace> getOccurrencePlacesOfQueryTerm(
+    std::u16string_view text, const std::vector<std::u16string>& terms, bool caseSensitive,
+    bool anchored, bool exactPhrase, bool paragraphs, bool countLines) {
+  if (terms.empty() || text.empty()) return {};
   TermSearch search(terms, text, caseSensitive, anchored, exactPhrase);
-  return internal::collectOccurrences(text, paragraphs, nextTerm, &search);
+  return internal::collectOccurrencePlaces(text, paragraphs, countLines, nextTerm, &search);
+}
+
+std::optional<std::vector<Occurrence>> occurrencesAtPlaces(
+    std::u16string_view text, const std::vector<OccurrencePlace>& places) {
+  if (places.empty()) return std::nullopt;
+  std::vector<Occurrence> occurrences;
+  occurrences.reserve(places.size());
+  for (const OccurrencePlace& place : places) {
+    occurrences.push_back({place.range, place.line,
+                           std::u16string(text.substr(place.range.location, place.range.length))});
+  }
+  return occurrences;
 }
 
 std::optional<std::u16string> assembleOccurrencesOfQueryTerm(

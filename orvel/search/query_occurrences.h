@@ -23,6 +23,13 @@ struct Occurrence {
   std::u16string string;  // the snippet's text
 };
 
+// Where an occurrence lies, without a copy of its text: for a caller that counts
+// occurrences, or writes the snippets out of the text itself.
+struct OccurrencePlace {
+  Range range;           // the snippet's range in the text
+  std::size_t line = 0;  // 0-based line of the snippet's start
+};
+
 using QueryTermArray = FastArray<const std::u16string*>;
 
 // The earliest occurrence of any of the terms inside range: {location, length} or not
@@ -43,6 +50,15 @@ using QueryTermArray = FastArray<const std::u16string*>;
 [[nodiscard]] std::optional<std::vector<Occurrence>> getOccurrencesOfQueryTerm(
     std::u16string_view text, const std::vector<std::u16string>& terms, bool caseSensitive,
     bool anchored, bool exactPhrase, bool paragraphs);
+// The same occurrences as places (empty when there are none). Without countLines every
+// line is 0, which spares reading the text for line ends.
+[[nodiscard]] std::vector<OccurrencePlace> getOccurrencePlacesOfQueryTerm(
+    std::u16string_view text, const std::vector<std::u16string>& terms, bool caseSensitive,
+    bool anchored, bool exactPhrase, bool paragraphs, bool countLines = true);
+
+// The occurrences at places in text, each with its snippet's text; nullopt for no places.
+[[nodiscard]] std::optional<std::vector<Occurrence>> occurrencesAtPlaces(
+    std::u16string_view text, const std::vector<OccurrencePlace>& places);
 
 // One text of the distinct snippets joined by `separator` (default " "): snippets that are
 // only the occurrence itself are left out unless singleWords. With a length limit n > 0 the
@@ -62,10 +78,10 @@ namespace internal {
 // the next occurrence at or after `from`.
 using OccurrenceFinder = Range (*)(void* context, std::size_t from);
 
-[[nodiscard]] std::optional<std::vector<Occurrence>> collectOccurrences(std::u16string_view text,
-                                                                        bool paragraphs,
-                                                                        OccurrenceFinder findNext,
-                                                                        void* context);
+[[nodiscard]] std::vector<OccurrencePlace> collectOccurrencePlaces(std::u16string_view text,
+                                                                   bool paragraphs, bool countLines,
+                                                                   OccurrenceFinder findNext,
+                                                                   void* context);
 
 struct AssemblyOptions {
   bool onlyOccurrences = false;

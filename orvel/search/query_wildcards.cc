@@ -296,9 +296,16 @@ Range rangeOfWildcardWords(std::u16string_view text, const std::vector<std::u16s
 std::optional<std::vector<Occurrence>> getOccurrencesOfWildcards(
     std::u16string_view text, const std::vector<std::u16string>& patterns,
     WildcardComparison comparison, std::size_t minCharacters, bool paragraphs) {
-  if (patterns.empty() || text.empty()) return std::nullopt;
+  return occurrencesAtPlaces(
+      text, getOccurrencePlacesOfWildcards(text, patterns, comparison, minCharacters, paragraphs));
+}
+
+std::vector<OccurrencePlace> getOccurrencePlacesOfWildcards(
+    std::u16string_view text, const std::vector<std::u16string>& patterns,
+    WildcardComparison comparison, std::size_t minCharacters, bool paragraphs, bool countLines) {
+  if (patterns.empty() || text.empty()) return {};
   WildcardSearch search{&patterns, text, comparison, minCharacters};
-  return internal::collectOccurrences(text, paragraphs, nextWildcard, &search);
+  return internal::collectOccurrencePlaces(text, paragraphs, countLines, nextWildcard, &search);
 }
 
 std::optional<std::u16string> assembleOccurrencesOfWildcards(

@@ -87,6 +87,10 @@ namespace orvel {
 [[nodiscard]] std::optional<std::vector<Occurrence>> getOccurrencesOfWildcards(
     std::u16string_view text, const std::vector<std::u16string>& patterns,
     WildcardComparison comparison, std::size_t minCharacters, bool paragraphs);
+[[nodiscard]] std::vector<OccurrencePlace> getOccurrencePlacesOfWildcards(
+    std::u16string_view text, const std::vector<std::u16string>& patterns,
+    WildcardComparison comparison, std::size_t minCharacters, bool paragraphs,
+    bool countLines = true);
 [[nodiscard]] std::optional<std::u16string> assembleOccurrencesOfWildcards(
     std::u16string_view text, const std::vector<std::u16string>& patterns, bool onlyOccurrences,
     bool singleWords, WildcardComparison comparison, std::size_t minCharacters, bool paragraphs,

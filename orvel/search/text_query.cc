@@ -1,6 +1,7 @@
 #include "orvel/search/text_query.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "orvel/search/query_wildcards.h"
 
@@ -27,24 +28,36 @@ bool TextQuery::matches(std::u16string_view text) const {
 }
 
 std::vector<Occurrence> TextQuery::occurrences(std::u16string_view text, bool paragraphs) const {
-  std::vector<Occurrence> found;
-  auto add = [&found](std::optional<std::vector<Occurrence>> more) {
-    if (more) found.insert(found.end(), more->begin(), more->end());
-  };
+  auto found = occurrencesAtPlaces(text, occurrencePlaces(text, paragraphs));
+  return found ? std::move(*found) : std::vector<Occurrence>{};
+}
+
+std::vector<OccurrencePlace> TextQuery::occurrencePlaces(std::u16string_view text, bool paragraphs,
+                                                         bool countLines) const {
   if (_wildcard) {
-    if (_patterns) add(getOccurrencesOfWildcards(text, *_patterns, comparison(), 1, paragraphs));
-    return found;
+    if (!_patterns) return {};
+    return getOccurrencePlacesOfWildcards(text, *_patterns, comparison(), 1, paragraphs,
+                                          countLines);
   }
-  add(getOccurrencesOfQueryTerm(text, _words, _caseSensitive, true, false, paragraphs));
-  add(getOccurrencesOfQueryTerm(text, _substrings, _caseSensitive, false, false, paragraphs));
-  std::sort(found.begin(), found.end(), [](const Occurrence& a, const Occurrence& b) {
+  std::vector<OccurrencePlace> words = getOccurrencePlacesOfQueryTerm(
+      text, _words, _caseSensitive, true, false, paragraphs, countLines);
+  if (_substrings.empty()) return words;
+  const std::vector<OccurrencePlace> substrings = getOccurrencePlacesOfQueryTerm(
+      text, _substrings, _caseSensitive, false, false, paragraphs, countLines);
+  // Both lists are in text order: merged, a snippet both found counts once.
+  std::vector<OccurrencePlace> merged;
+  merged.reserve(words.size() + substrings.size());
+  const auto before = [](const OccurrencePlace& a, const OccurrencePlace& b) {
     return a.range.location < b.range.location;
-  });
-  found.erase(
-      std::unique(found.begin(), found.end(),
-                  [](const Occurrence& a, const Occurrence& b) { return a.range == b.range; }),
-      found.end());
-  return found;
+  };
+  std::merge(words.begin(), words.end(), substrings.begin(), substrings.end(),
+             std::back_inserter(merged), before);
+  merged.erase(std::unique(merged.begin(), merged.end(),
+                           [](const OccurrencePlace& a, const OccurrencePlace& b) {
+                             return a.range == b.range;
+                           }),
+               merged.end());
+  return merged;
 }
 
 std::optional<std::u16string> TextQuery::snippets(std::u16string_view text,

@@ -31,6 +31,16 @@ class TextQuery {
   // substring terms anywhere; snippets are sentences, or lines with paragraphs.
   [[nodiscard]] std::vector<Occurrence> occurrences(std::u16string_view text,
                                                     bool paragraphs = false) const;
+  // Where those occurrences are, without copies of their snippets; without countLines
+  // every line is 0.
+  [[nodiscard]] std::vector<OccurrencePlace> occurrencePlaces(std::u16string_view text,
+                                                              bool paragraphs = false,
+                                                              bool countLines = true) const;
+  // How many occurrences there are: the size of occurrences(), found as cheaply as possible.
+  [[nodiscard]] std::size_t occurrenceCount(std::u16string_view text,
+                                            bool paragraphs = false) const {
+    return occurrencePlaces(text, paragraphs, false).size();
+  }
   // The snippets around the positive terms joined by the separator, at most
   // maxCharacters (0: no limit); nullopt when no term occurs.
   [[nodiscard]] std::optional<std::u16string> snippets(std::u16string_view text,

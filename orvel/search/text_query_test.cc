@@ -29,6 +29,27 @@ TEST(TextQueryTest, OccurrencesOfWordsAndSubstringsComeOnceInTextOrder) {
   EXPECT_FALSE(query.matches(u"harbour and quay in a storm"));
 }
 
+// Counting and placing find the occurrences that occurrences() lists, for words alone,
+// substrings alone, both (the merged passes) and wildcard patterns.
+TEST(TextQueryTest, PlacesAndCountsAgreeWithOccurrences) {
+  const std::u16string text =
+      u"The quay. Calm.\nThe quay and the harbour. The harbour.\r\nHarbours, quays; quay!";
+  for (const TextQuery& query : {TextQuery(u"quay"), TextQuery(u"*arbo*"),
+                                 TextQuery(u"quay *arbo*"), TextQuery(u"qu?y", false, true)}) {
+    for (const bool paragraphs : {false, true}) {
+      const auto occurrences = query.occurrences(text, paragraphs);
+      const auto places = query.occurrencePlaces(text, paragraphs);
+      EXPECT_EQ(query.occurrenceCount(text, paragraphs), occurrences.size());
+      ASSERT_EQ(places.size(), occurrences.size());
+      for (std::size_t k = 0; k < places.size(); ++k) {
+        EXPECT_EQ(places[k].range, occurrences[k].range);
+        EXPECT_EQ(places[k].line, occurrences[k].line);
+      }
+    }
+  }
+  EXPECT_EQ(TextQuery(u"quay *arbo*").occurrenceCount(text), 5u);
+}
+
 TEST(TextQueryTest, CaseAndWildcardsDecideHowTermsCompare) {
   EXPECT_TRUE(TextQuery(u"QUAY").matches(u"the quay"));
   EXPECT_FALSE(TextQuery(u"QUAY", true).matches(u"the quay"));

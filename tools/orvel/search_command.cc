@@ -77,12 +77,17 @@ struct SearchOptions {
 
 struct FileResult {
   bool matched = false;
-  std::vector<Occurrence> occurrences;
   std::string error;    // non-empty: the file could not be read
   std::string notText;  // non-empty: skipped, not text
   std::uint64_t bytesRead = 0;
   DocumentKind kind = DocumentKind::kText;
   std::optional<std::u16string> comment;  // the Finder comment, when it matched
+  std::size_t count = 0;                  // with -c: the occurrences in the text
+  // Otherwise, for the snippets: where the occurrences are, in the text kept until the
+  // searching thread has written what the file prints.
+  std::vector<OccurrencePlace> places;
+  std::u16string text;
+  std::string output;  // what a matching file prints
 };
 
 // For -l with a monotone query: whether a prefix of the file already matches, so that the
@@ -110,16 +115,20 @@ bool wanted(const SearchOptions& options, DocumentKind kind) {
          std::find(options.types.begin(), options.types.end(), kind) != options.types.end();
 }
 
-// Tests a document's text and collects its occurrences, unless its language is filtered out.
-void searchDocument(const DocumentText& document, const Query& query, const SearchOptions& options,
+// Tests a document's text and finds its occurrences, unless its language is filtered out.
+void searchDocument(DocumentText document, const Query& query, const SearchOptions& options,
                     FileResult& result) {
   result.kind = document.kind;
   result.notText = document.notTextReason;
   if (!document.text) return;
   if (options.languageFilter && options.languageFilter->filterText(*document.text)) return;
   result.matched = query.matches(*document.text);
-  if (result.matched && !options.filesWithMatches) {
-    result.occurrences = query.occurrences(*document.text, options.paragraphs);
+  if (!result.matched || options.filesWithMatches) return;
+  if (options.count && !options.json) {
+    result.count = query.occurrenceCount(*document.text, options.paragraphs);
+  } else {
+    result.places = query.occurrencePlaces(*document.text, options.paragraphs);
+    result.text = std::move(*document.text);
   }
 }
 
@@ -196,14 +205,71 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
     return result;
   }
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
-  const DocumentText document =
-      possible ? documentText(bytes, result.kind)
-               : documentText(bytes, result.kind,
-                              [&](std::string_view all) { return prefilter.mayMatch(all); });
+  DocumentText document = possible ? documentText(bytes, result.kind)
+                                   : documentText(bytes, result.kind, [&](std::string_view all) {
+                                       return prefilter.mayMatch(all);
+                                     });
   // A feed-like file that is no feed after all is text, which --type may not want.
   if (!wanted(options, document.kind)) return FileResult{};
-  searchDocument(document, query, options, result);
+  searchDocument(std::move(document), query, options, result);
   return result;
+}
+
+// Appends a snippet on one line: line breaks and tabs become spaces; shortened after
+// `characters` when that is not 0.
+void appendSnippetLine(std::string& out, std::u16string_view snippet, std::size_t characters) {
+  thread_local std::u16string line;
+  line.assign(snippet);
+  static const CharacterSetRep lineSeparators = defaultLineSeparators();
+  for (char16_t& unit : line) {
+    if (unit == u'\t' || isMemberOfCharacterSetRep(lineSeparators, unit)) unit = u' ';
+  }
+  appendUtf16AsUtf8(out, characters > 0 ? stringByEllipsizingAfterNCharacters(line, characters)
+                                        : std::u16string_view(line));
+}
+
+std::u16string_view snippetOf(const FileResult& result, const OccurrencePlace& place) {
+  return std::u16string_view(result.text).substr(place.range.location, place.range.length);
+}
+
+std::string fileJson(const std::string& path, const FileResult& result) {
+  nlohmann::json occurrences = nlohmann::json::array();
+  if (result.comment) {
+    occurrences.push_back({{"range", {0, result.comment->size()}},
+                           {"line", 0},
+                           {"string", utf16ToUtf8(*result.comment)}});
+  }
+  for (const OccurrencePlace& place : result.places) {
+    occurrences.push_back({{"range", {place.range.location, place.range.length}},
+                           {"line", place.line + 1},
+                           {"string", utf16ToUtf8(snippetOf(result, place))}});
+  }
+  const nlohmann::json object = {
+      {"path", path}, {"kind", documentKindName(result.kind)}, {"occurrences", occurrences}};
+  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+// What a matching file prints: its path, then per format counts, snippets or JSON.
+std::string resultText(const std::string& path, const FileResult& result,
+                       const SearchOptions& options) {
+  if (options.json) return fileJson(path, result);
+  if (options.filesWithMatches) return path + "\n";
+  if (options.count) {
+    return path + ":" + std::to_string(result.count + (result.comment ? 1 : 0)) + "\n";
+  }
+  std::string out = path + "\n";
+  if (result.comment) {
+    out += "0:";
+    appendSnippetLine(out, *result.comment, options.snippetCharacters);
+    out += '\n';
+  }
+  for (const OccurrencePlace& place : result.places) {
+    out += std::to_string(place.line + 1);
+    out += ':';
+    appendSnippetLine(out, snippetOf(result, place), options.snippetCharacters);
+    out += '\n';
+  }
+  return out;
 }
 
 // A file matches by its text, or with --comments by its comment (even a file that is no
@@ -215,6 +281,7 @@ FileResult searchFile(const SearchFile& file, const Query& query, const SearchPr
   if (comment && options.filesWithMatches) {
     FileResult result;
     result.matched = true;
+    result.output = resultText(file.path, result, options);
     return result;
   }
   FileResult result = searchText(path, query, prefilter, options, !file.named && !options.verbose);
@@ -223,54 +290,13 @@ FileResult searchFile(const SearchFile& file, const Query& query, const SearchPr
     result.notText.clear();
     result.comment = std::move(comment);
   }
+  // Written here, on the searching thread, so that the text need not wait to be printed.
+  if (result.matched && result.error.empty()) {
+    result.output = resultText(file.path, result, options);
+    result.text = std::u16string();
+    result.places = {};
+  }
   return result;
-}
-
-// A snippet on one line: line breaks become spaces; shortened when asked.
-std::u16string snippetLine(const Occurrence& occurrence, std::size_t characters) {
-  std::u16string line = occurrence.string;
-  for (char16_t& unit : line) {
-    if (isMemberOfCharacterSetRep(defaultLineSeparators(), unit) || unit == u'\t') unit = u' ';
-  }
-  return characters > 0 ? stringByEllipsizingAfterNCharacters(line, characters) : line;
-}
-
-std::string fileJson(const std::string& path, const FileResult& result) {
-  nlohmann::json occurrences = nlohmann::json::array();
-  if (result.comment) {
-    occurrences.push_back({{"range", {0, result.comment->size()}},
-                           {"line", 0},
-                           {"string", utf16ToUtf8(*result.comment)}});
-  }
-  for (const Occurrence& occurrence : result.occurrences) {
-    occurrences.push_back({{"range", {occurrence.range.location, occurrence.range.length}},
-                           {"line", occurrence.line + 1},
-                           {"string", utf16ToUtf8(occurrence.string)}});
-  }
-  const nlohmann::json object = {
-      {"path", path}, {"kind", documentKindName(result.kind)}, {"occurrences", occurrences}};
-  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-}
-
-// What a file's result prints: its path, then per format counts, snippets or JSON.
-std::string resultText(const std::string& path, const FileResult& result,
-                       const SearchOptions& options) {
-  if (options.json) return fileJson(path, result);
-  if (options.filesWithMatches) return path + "\n";
-  const std::size_t count = result.occurrences.size() + (result.comment ? 1 : 0);
-  if (options.count) return path + ":" + std::to_string(count) + "\n";
-  std::string out = path + "\n";
-  if (result.comment) {
-    out += "0:" +
-           utf16ToUtf8(snippetLine(Occurrence{{0, result.comment->size()}, 0, *result.comment},
-                                   options.snippetCharacters)) +
-           "\n";
-  }
-  for (const Occurrence& occurrence : result.occurrences) {
-    out += std::to_string(occurrence.line + 1) + ":" +
-           utf16ToUtf8(snippetLine(occurrence, options.snippetCharacters)) + "\n";
-  }
-  return out;
 }
 
 // Searches the files on the threads asked for and prints each file's results as soon as
@@ -308,7 +334,7 @@ int runSearch(const SearchOptions& options) {
             reportError(name, "skipped: " + result.notText);
           } else if (result.matched) {
             anyMatch = true;
-            writeOut(resultText(files[i].path, result, options));
+            writeOut(result.output);
           }
         });
       });
