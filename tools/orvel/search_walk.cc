@@ -6,7 +6,12 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <string_view>
 #include <system_error>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 #include "orvel/formats/markdown_files.h"
 
@@ -17,9 +22,59 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool isHidden(const fs::path& path) {
-  const std::string name = path.filename().string();
-  return name.size() > 1 && name[0] == '.' && name != "..";
+bool isHiddenName(std::string_view name) { return name.size() > 1 && name[0] == '.'; }
+
+// What a folder entry is, from the type the folder itself records, so that a walk costs
+// no stat per file; only a file system that records no types is asked per entry.
+fs::file_type entryType(DIR* folder, const dirent& entry) {
+  switch (entry.d_type) {
+    case DT_REG: return fs::file_type::regular;
+    case DT_DIR: return fs::file_type::directory;
+    case DT_UNKNOWN: break;
+    default: return fs::file_type::unknown;  // links, FIFOs, devices, sockets: not searched
+  }
+  struct stat info {};
+  if (::fstatat(::dirfd(folder), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
+    return fs::file_type::unknown;
+  }
+  if (S_ISREG(info.st_mode)) return fs::file_type::regular;
+  return S_ISDIR(info.st_mode) ? fs::file_type::directory : fs::file_type::unknown;
+}
+
+struct WalkEntry {
+  std::string path;
+  std::size_t nameStart;  // where the entry's own name begins in path
+  bool folder;
+
+  [[nodiscard]] std::string_view name() const { return std::string_view(path).substr(nameStart); }
+};
+
+// Adds a folder's regular files and folders to `children`; answers the error that ended
+// the reading (0 when none).
+int readFolder(const std::string& folderPath, bool hidden, std::vector<WalkEntry>& children) {
+  DIR* folder = ::opendir(folderPath.c_str());
+  if (folder == nullptr) return errno;
+  const std::string prefix = folderPath.back() == '/' ? folderPath : folderPath + '/';
+  int error = 0;
+  for (;;) {
+    errno = 0;
+    const dirent* entry = ::readdir(folder);
+    if (entry == nullptr) {
+      error = errno;
+      break;
+    }
+    const std::string_view name = entry->d_name;
+    if (name == "." || name == ".." || (!hidden && isHiddenName(name))) continue;
+    const fs::file_type type = entryType(folder, *entry);
+    if (type != fs::file_type::regular && type != fs::file_type::directory) continue;
+    std::string path = prefix;
+    path += name;
+    // A .textbundle folder is one document, not a folder to walk into.
+    const bool walkInto = type == fs::file_type::directory && !isTextBundleFile(path);
+    children.push_back({std::move(path), prefix.size(), walkInto});
+  }
+  ::closedir(folder);
+  return error;
 }
 
 // The regular files below a folder, in the order of their path components (as fs::path
@@ -27,44 +82,25 @@ bool isHidden(const fs::path& path) {
 // that only siblings' names are ever compared. Entries wait on an explicit stack, so a deep
 // tree costs memory, not stack; a folder that cannot be read is reported and passed over.
 std::vector<std::string> walkFolder(const std::string& root, bool hidden, bool& failed) {
-  struct Entry {
-    std::string path;
-    std::string name;
-    bool folder;
-  };
   std::vector<std::string> files;
-  std::vector<Entry> pending = {{root, {}, true}};
-  std::vector<Entry> children;
+  std::vector<WalkEntry> pending = {{root, 0, true}};
+  std::vector<WalkEntry> children;
   while (!pending.empty()) {
-    Entry next = std::move(pending.back());
+    WalkEntry next = std::move(pending.back());
     pending.pop_back();
     if (!next.folder) {
       files.push_back(std::move(next.path));
       continue;
     }
     children.clear();
-    std::error_code error;
-    fs::directory_iterator entries(next.path, error);
-    for (; !error && entries != fs::directory_iterator(); entries.increment(error)) {
-      const fs::directory_entry& entry = *entries;
-      if (!hidden && isHidden(entry.path())) continue;
-      std::error_code typeError;
-      const fs::file_type type = entry.symlink_status(typeError).type();
-      // A .textbundle folder is one document, not a folder to walk into.
-      if (type == fs::file_type::directory && !isTextBundleFile(entry.path())) {
-        children.push_back({entry.path().native(), entry.path().filename().native(), true});
-      } else if (type == fs::file_type::regular || type == fs::file_type::directory) {
-        children.push_back({entry.path().native(), entry.path().filename().native(), false});
-      }
-    }
-    if (error) {
-      reportError(next.path, error.message());
+    if (const int error = readFolder(next.path, hidden, children); error != 0) {
+      reportError(next.path, std::strerror(error));
       failed = true;
     }
     // Reversed, so that the first name comes off the stack first.
     std::sort(children.begin(), children.end(),
-              [](const Entry& a, const Entry& b) { return a.name > b.name; });
-    for (Entry& child : children) pending.push_back(std::move(child));
+              [](const WalkEntry& a, const WalkEntry& b) { return a.name() > b.name(); });
+    for (WalkEntry& child : children) pending.push_back(std::move(child));
   }
   return files;
 }
