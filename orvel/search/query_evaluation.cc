@@ -6,7 +6,11 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
+#include "orvel/search/internal/rare_units.h"
 #include "orvel/search/wildcard_find.h"
 #include "orvel/text/character_set_builder.h"
 #include "orvel/text/conversion_tables.h"
@@ -30,23 +34,27 @@ bool equalAt(const unichar* text, std::u16string_view word, ConversionTable fold
 
 // Which units may equal `target` once folded: exactly when there is no folding; with the
 // upper-case table, either case of an ASCII letter, and any unit outside ASCII (a few fold
-// to ASCII letters: U+0131 to I, U+017F to S), which the caller then tests in full.
+// to ASCII letters: U+0131 to I, U+017F to S), which the caller then tests in full. The
+// filter looks at the unit `offset` units after each start position.
 struct UnitFilter {
   unichar target;
   bool folded;
+  std::size_t offset;
+
+  [[nodiscard]] bool letter() const { return folded && target >= u'A' && target <= u'Z'; }
+  [[nodiscard]] short wanted() const {
+    return static_cast<short>(letter() ? (target | 0x20) : target);
+  }
 
 #if defined(__SSE2__)
-  // One bit per unit of the eight at `units`.
+  // Two bits per start position of the eight at `units`.
   [[nodiscard]] unsigned mask(const unichar* units) const {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units));
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(units + offset));
     if (!folded) {
-      return static_cast<unsigned>(
-          _mm_movemask_epi8(_mm_cmpeq_epi16(v, _mm_set1_epi16(static_cast<short>(target)))));
+      return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(v, _mm_set1_epi16(wanted()))));
     }
-    const bool letter = target >= u'A' && target <= u'Z';
-    const __m128i caseless = letter ? _mm_or_si128(v, _mm_set1_epi16(0x20)) : v;
-    const unichar wanted = letter ? static_cast<unichar>(target | 0x20) : target;
-    const __m128i equal = _mm_cmpeq_epi16(caseless, _mm_set1_epi16(static_cast<short>(wanted)));
+    const __m128i caseless = letter() ? _mm_or_si128(v, _mm_set1_epi16(0x20)) : v;
+    const __m128i equal = _mm_cmpeq_epi16(caseless, _mm_set1_epi16(wanted()));
     const __m128i ascii = _mm_cmpeq_epi16(
         _mm_and_si128(v, _mm_set1_epi16(static_cast<short>(0xFF80))), _mm_setzero_si128());
     // Outside ASCII: the complement of `ascii`.
@@ -56,17 +64,54 @@ struct UnitFilter {
 #endif
 };
 
-// The first start position from `from` up to `last` whose first and last units may be
-// those of a word of `length` units, or last + 1: only such positions are compared.
+#if defined(__x86_64__)
+// The AVX2 form of UnitFilter::mask: two bits per start position of the sixteen at `units`.
+__attribute__((target("avx2"))) unsigned maskAvx2(const UnitFilter& filter, const unichar* units) {
+  const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(units + filter.offset));
+  const __m256i wanted = _mm256_set1_epi16(filter.wanted());
+  if (!filter.folded) {
+    return static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi16(v, wanted)));
+  }
+  const __m256i caseless = filter.letter() ? _mm256_or_si256(v, _mm256_set1_epi16(0x20)) : v;
+  const __m256i equal = _mm256_cmpeq_epi16(caseless, wanted);
+  const __m256i ascii = _mm256_cmpeq_epi16(
+      _mm256_and_si256(v, _mm256_set1_epi16(static_cast<short>(0xFF80))), _mm256_setzero_si256());
+  return static_cast<unsigned>(_mm256_movemask_epi8(
+      _mm256_or_si256(equal, _mm256_andnot_si256(ascii, _mm256_set1_epi16(-1)))));
+}
+
+// Sixteen start positions at a time; `from` is left where the narrower loop goes on.
+__attribute__((target("avx2"))) std::size_t nextCandidateAvx2(const unichar* units,
+                                                              std::size_t& from, std::size_t last,
+                                                              const UnitFilter& first,
+                                                              const UnitFilter& second) {
+  for (; from + 16 <= last + 1; from += 16) {
+    const unsigned bits = maskAvx2(first, units + from) & maskAvx2(second, units + from);
+    if (bits != 0) return from + static_cast<std::size_t>(__builtin_ctz(bits)) / 2;
+  }
+  return NSNotFound;
+}
+
+const bool kHaveAvx2 = __builtin_cpu_supports("avx2");
+#endif
+
+// The first start position from `from` up to `last` where both filters let the word's
+// units through, or last + 1: only such positions are compared in full.
 std::size_t nextCandidate(const unichar* units, std::size_t from, std::size_t last,
-                          std::size_t length, UnitFilter first, UnitFilter final) {
+                          const UnitFilter& first, const UnitFilter& second) {
+#if defined(__x86_64__)
+  if (kHaveAvx2) {
+    const std::size_t found = nextCandidateAvx2(units, from, last, first, second);
+    if (found != NSNotFound) return found;
+  }
+#endif
 #if defined(__SSE2__)
   for (; from + 8 <= last + 1; from += 8) {
-    const unsigned bits = first.mask(units + from) & final.mask(units + from + length - 1);
+    const unsigned bits = first.mask(units + from) & second.mask(units + from);
     if (bits != 0) return from + static_cast<std::size_t>(__builtin_ctz(bits)) / 2;
   }
 #endif
-  (void)first, (void) final, (void)units, (void)length;
+  (void)first, (void)second, (void)units;
   return from;  // the scalar loop tests the rest
 }
 
@@ -290,16 +335,16 @@ std::size_t FindWordInString(std::u16string_view text, CharacterSetRep wordChara
       return FindCaseSensitiveWordInCharacters(units, wordCharacters, word.data(), n, rangeStart,
                                                end - n, end, word[0], wholeWord);
     }
-    const unichar first = fold != nullptr ? fold[word[0]] : word[0];
-    const UnitFilter firstUnits{first, fold != nullptr};
-    const UnitFilter lastUnits{fold != nullptr ? fold[word[n - 1]] : word[n - 1], fold != nullptr};
+    const bool folded = fold != nullptr;
+    const internal::RareOffsets rare = internal::rarestOffsets(word, folded);
+    const auto filterAt = [&](std::size_t offset) {
+      return UnitFilter{folded ? fold[word[offset]] : word[offset], folded, offset};
+    };
+    const UnitFilter firstUnits = filterAt(rare.first), secondUnits = filterAt(rare.second);
     for (std::size_t p = rangeStart; p + n <= end; ++p) {
-      p = nextCandidate(units, p, end - n, n, firstUnits, lastUnits);
+      p = nextCandidate(units, p, end - n, firstUnits, secondUnits);
       if (p + n > end) break;
-      if ((fold != nullptr ? fold[units[p]] : units[p]) != first ||
-          !equalAt(units + p, word, fold)) {
-        continue;
-      }
+      if (!equalAt(units + p, word, fold)) continue;
       if (!wholeWord || isWholeWord(text, wordCharacters, rangeStart, end, p, n)) return p;
       p += n - 1;  // resume at the end of the rejected match
     }

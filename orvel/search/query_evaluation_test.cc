@@ -1,11 +1,14 @@
 #include "orvel/search/query_evaluation.h"
 
+#include <algorithm>
+#include <random>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "orvel/base/utf8.h"
 #include "orvel/text/character_set_builder.h"
+#include "orvel/text/conversion_tables.h"
 
 namespace orvel {
 namespace {
@@ -105,6 +108,44 @@ TEST(FindWordTest, WholeWordsResumeAfterARejectedMatch) {
   EXPECT_EQ(FindWordInString(triple, words, 0, triple.size(), u"ABC", 1, true), 7u);
   EXPECT_EQ(FindWordInString(triple, words, 0, triple.size(), u"abc", kCompareBackwards, true), 7u);
   EXPECT_EQ(FindWordInString(triple, words, 0, 6, u"abc", kCompareBackwards, true), NSNotFound);
+}
+
+// The vector scans (sixteen and eight start positions at a time, filtering on two of the
+// word's units) and the scalar tail against a plain search, forwards, in random ranges, with
+// letters either case and units outside ASCII that fold to ASCII letters (U+0131 to I).
+TEST(FindWordTest, EqualsAPlainSearchAtEveryLengthAndRange) {
+  std::mt19937 random(5);
+  const std::u16string letters = u"impqIMP \u0131\u00e9-";
+  const ConversionTable upper = initUpperCharsTable();
+  CharacterSetRep words = alphaNumCharacterSetRep();
+  for (int round = 0; round < 4000; ++round) {
+    std::u16string text(random() % 90, u' ');
+    for (char16_t& c : text) c = letters[random() % letters.size()];
+    std::u16string word(1 + random() % 5, u' ');
+    for (char16_t& c : word) c = letters[random() % 9];  // letters, either case, and U+0131
+    const unsigned flags = random() % 2 == 0 ? kCompareCaseInsensitive : 0;
+    const bool wholeWord = random() % 2 == 0;
+    const std::size_t start = random() % (text.size() + 1);
+    const std::size_t length = random() % (text.size() + 2);
+    const std::size_t end = std::min(text.size(), start + length);
+    auto fold = [&](char16_t c) { return flags != 0 ? upper[c] : c; };
+    auto isWord = [&](std::size_t k) { return isMemberOfCharacterSetRep(words, text[k]); };
+    std::size_t expected = NSNotFound;
+    for (std::size_t p = start; p + word.size() <= end; ++p) {
+      std::size_t k = 0;
+      while (k < word.size() && fold(text[p + k]) == fold(word[k])) ++k;
+      if (k < word.size()) continue;
+      const std::size_t after = p + word.size();
+      if (!wholeWord || ((p == start || !isWord(p - 1)) && (after >= end || !isWord(after)))) {
+        expected = p;
+        break;
+      }
+      p = after - 1;  // a rejected match: the search resumes after it
+    }
+    SCOPED_TRACE(utf16ToUtf8(text) + " / " + utf16ToUtf8(word));
+    EXPECT_EQ(FindWordInString(text, words, start, length, word, flags, wholeWord),
+              start >= text.size() || length == 0 ? NSNotFound : expected);
+  }
 }
 
 TEST(FindWordTest, RangeEdgesCountAsBoundaries) {

@@ -1,10 +1,10 @@
 #include "tools/orvel/search_prefilter.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 #include "orvel/base/utf8.h"
+#include "orvel/search/internal/rare_units.h"
 #include "orvel/search/query_evaluation.h"
 #include "orvel/text/conversion_tables.h"
 
@@ -80,48 +80,13 @@ std::string longestPartWithout(const std::string& text, const std::string& lette
   return longest;
 }
 
-// How often a byte turns up in text, roughly (per mille of English prose and code, letters
-// either case): the candidate scan below tests a needle's two rarest bytes, which leaves
-// fewer false candidates than its first and last ones would ("quixotically": q and x).
-constexpr std::array<unsigned char, 256> kByteFrequency = [] {
-  std::array<unsigned char, 256> frequency{};
-  for (auto& f : frequency) f = 5;  // punctuation, digits, bytes of other scripts
-  frequency[' '] = 180;
-  frequency['\n'] = 30;
-  const char letters[] = "etaoinshrdlcumwfgypbvkjxqz";
-  const unsigned char perMille[] = {127, 91, 82, 75, 70, 67, 63, 61, 60, 43, 40, 28, 28,
-                                    24,  24, 22, 20, 20, 19, 15, 10, 8,  2,  2,  1,  1};
-  for (std::size_t k = 0; k < 26; ++k)
-    frequency[static_cast<unsigned char>(letters[k])] = perMille[k];
-  return frequency;
-}();
-
-// The offsets of the needle's two rarest bytes (the same offset for a one-byte needle).
-struct RareOffsets {
-  std::size_t first = 0, second = 0;
-};
-
-RareOffsets rareOffsets(std::string_view needle) {
-  const auto frequency = [&needle](std::size_t k) {
-    return kByteFrequency[static_cast<unsigned char>(lowerAscii(needle[k]))];
-  };
-  RareOffsets rare;
-  for (std::size_t k = 1; k < needle.size(); ++k) {
-    if (frequency(k) < frequency(rare.first)) rare.first = k;
-  }
-  rare.second = rare.first == 0 ? needle.size() - 1 : 0;
-  for (std::size_t k = 0; k < needle.size(); ++k) {
-    if (k != rare.first && frequency(k) < frequency(rare.second)) rare.second = k;
-  }
-  return rare;
-}
-
 #if defined(__x86_64__)
 // The AVX2 form of the candidate scan in findBytes, 32 start positions at a time: the first
 // match, or npos with `start` moved to where the narrower loops go on.
 __attribute__((target("avx2"))) std::size_t findBytesAvx2(const char* text, std::size_t& start,
                                                           std::size_t last, std::string_view needle,
-                                                          RareOffsets rare, bool ignoreAsciiCase) {
+                                                          internal::RareOffsets rare,
+                                                          bool ignoreAsciiCase) {
   // A letter compared without case: both cases OR 0x20 to the lower one.
   const auto foldBit = [ignoreAsciiCase](char c) {
     return static_cast<char>(ignoreAsciiCase && c >= 'a' && c <= 'z' ? 0x20 : 0);
@@ -161,7 +126,7 @@ std::size_t findBytes(std::string_view haystack, std::string_view needle, bool i
   const char* text = haystack.data();
   const std::size_t last = haystack.size() - n;  // the last start position
   std::size_t start = from;
-  const RareOffsets rare = rareOffsets(needle);
+  const internal::RareOffsets rare = internal::rarestOffsets(needle);
 #if defined(__x86_64__)
   if (kHaveAvx2) {
     const std::size_t found = findBytesAvx2(text, start, last, needle, rare, ignoreAsciiCase);
