@@ -5,6 +5,9 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
 
 #include "orvel/search/query_evaluation.h"
 #include "orvel/search/separation.h"
@@ -35,6 +38,10 @@ Snippet snippetAround(std::u16string_view text, Range occurrence, CharacterSetRe
   return Snippet{Range{start, end - start}, i};
 }
 
+#if defined(__x86_64__)
+const bool kHaveAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+#endif
+
 // Counts lines incrementally: the line separators between the last counted position and
 // `position`, a CR followed by an LF counting once.
 class LineCounter {
@@ -43,14 +50,17 @@ class LineCounter {
 
   std::size_t lineAt(std::size_t position) {
 #if defined(__SSE2__)
-    // Eight units at a time: only those outside printable ASCII (U+0020 to U+007F, none of
-    // which ends a line) are looked at.
+    // Blocks of units at a time: only those outside printable ASCII (U+0020 to U+007F, none
+    // of which ends a line) are looked at.
     static const bool printableNeverEndsLines = [] {
       for (unichar c = 0x20; c < 0x80; ++c) {
         if (isMemberOfCharacterSetRep(defaultLineSeparators(), c)) return false;
       }
       return true;
     }();
+#if defined(__x86_64__)
+    if (printableNeverEndsLines && kHaveAvx2) countBlocksAvx2(position);
+#endif
     for (; printableNeverEndsLines && _position + 8 <= position; _position += 8) {
       const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_text.data() + _position));
       // As signed 16-bit numbers, units from U+8000 are negative: both tests fail for them.
@@ -68,6 +78,32 @@ class LineCounter {
   }
 
  private:
+#if defined(__x86_64__)
+  // Sixteen units at a time; LFs alone among printable ASCII are counted at once, since an
+  // LF ends a line unless a CR comes before it.
+  __attribute__((target("avx2,popcnt"))) void countBlocksAvx2(std::size_t position) {
+    static const bool lfEndsLines = isMemberOfCharacterSetRep(defaultLineSeparators(), u'\n');
+    for (; _position + 16 <= position; _position += 16) {
+      const __m256i v =
+          _mm256_loadu_si256(reinterpret_cast<const __m256i*>(_text.data() + _position));
+      const __m256i printable = _mm256_and_si256(_mm256_cmpgt_epi16(v, _mm256_set1_epi16(0x1F)),
+                                                 _mm256_cmpgt_epi16(_mm256_set1_epi16(0x80), v));
+      auto others = ~static_cast<unsigned>(_mm256_movemask_epi8(printable));
+      if (others == 0) continue;
+      const auto lf = static_cast<unsigned>(
+          _mm256_movemask_epi8(_mm256_cmpeq_epi16(v, _mm256_set1_epi16(u'\n'))));
+      const bool afterCr = _position > 0 && _text[_position - 1] == u'\r';
+      if (lfEndsLines && others == lf && !afterCr) {
+        _line += static_cast<std::size_t>(_mm_popcnt_u32(lf)) / 2;  // two mask bits per unit
+        continue;
+      }
+      for (others &= 0x55555555u; others != 0; others &= others - 1) {
+        countLineEndAt(_position + static_cast<std::size_t>(__builtin_ctz(others)) / 2);
+      }
+    }
+  }
+#endif
+
   void countLineEndAt(std::size_t at) {
     const unichar c = _text[at];
     if (!isMemberOfCharacterSetRep(_lines, c)) return;

@@ -30,21 +30,30 @@ TEST(OccurrencesTest, SnippetsWithLineNumbers) {
 }
 
 // Line numbers over long lines of every kind of line end (LF, CR LF, CR, U+2029, U+2028,
-// form feed), with runs of printable ASCII longer and shorter than the blocks skipped at once.
+// form feed), with runs of printable ASCII longer and shorter than the blocks counted at
+// once; the term on every line, and on every seventh, so that many line ends (a CR LF split
+// between two blocks among them) are counted between two occurrences.
 TEST(OccurrencesTest, LineNumbersCountEveryKindOfLineEnd) {
   const std::u16string ends[] = {u"\n", u"\r\n", u"\r", u"\u2029", u"\u2028", u"\f"};
-  std::u16string text;
-  std::vector<std::size_t> expected;
-  for (std::size_t line = 0; line < 60; ++line) {
-    text += std::u16string(line % 13, u'x') + u" mark " + std::u16string(line % 29, u'y');
-    if (line % 4 == 0) text += u"\u00e9";  // not printable ASCII: a block not skipped
-    expected.push_back(line);
-    text += ends[line % 6];
+  for (const std::size_t every : {1, 7}) {
+    std::u16string text;
+    std::vector<std::size_t> expected;
+    for (std::size_t line = 0; line < 90; ++line) {
+      text += std::u16string(line % 13, u'x') + u" " + std::u16string(line % 29, u'y');
+      if (line % 4 == 0) text += u" \u00e9";  // not printable ASCII
+      if (line % every == 0) {
+        text += u" mark";
+        expected.push_back(line);
+      }
+      text += ends[line % 6];
+    }
+    const auto found = getOccurrencesOfQueryTerm(text, {u"mark"}, false, true, false, true);
+    ASSERT_TRUE(found);
+    ASSERT_EQ(found->size(), expected.size());
+    for (std::size_t k = 0; k < expected.size(); ++k) {
+      EXPECT_EQ((*found)[k].line, expected[k]) << every << " " << k;
+    }
   }
-  const auto found = getOccurrencesOfQueryTerm(text, {u"mark"}, false, true, false, true);
-  ASSERT_TRUE(found);
-  ASSERT_EQ(found->size(), expected.size());
-  for (std::size_t k = 0; k < expected.size(); ++k) EXPECT_EQ((*found)[k].line, expected[k]) << k;
 }
 
 TEST(OccurrencesTest, ParagraphsCutAtLineBreaksOnly) {
