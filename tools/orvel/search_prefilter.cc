@@ -1,6 +1,7 @@
 #include "tools/orvel/search_prefilter.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include "orvel/base/utf8.h"
@@ -81,8 +82,27 @@ std::string longestPartWithout(const std::string& text, const std::string& lette
 }
 
 #if defined(__x86_64__)
-// The AVX2 form of the candidate scan in findBytes, 32 start positions at a time: the first
-// match, or npos with `start` moved to where the narrower loops go on.
+// The candidates among the 32 start positions from `start`: bit k set when the needle's
+// two rarest bytes are where a match at start + k would have them.
+struct CandidateMasks {
+  __m256i firstFold, secondFold, firstWanted, secondWanted;
+  std::size_t firstOffset, secondOffset;
+
+  __attribute__((target("avx2"), always_inline)) unsigned at(const char* text,
+                                                             std::size_t start) const {
+    const __m256i firstBytes = _mm256_or_si256(
+        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + start + firstOffset)),
+        firstFold);
+    const __m256i secondBytes = _mm256_or_si256(
+        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + start + secondOffset)),
+        secondFold);
+    return static_cast<unsigned>(_mm256_movemask_epi8(_mm256_and_si256(
+        _mm256_cmpeq_epi8(firstBytes, firstWanted), _mm256_cmpeq_epi8(secondBytes, secondWanted))));
+  }
+};
+
+// The AVX2 form of the candidate scan in findBytes, 64 and then 32 start positions at a
+// time: the first match, or npos with `start` moved to where the narrower loops go on.
 __attribute__((target("avx2"))) std::size_t findBytesAvx2(const char* text, std::size_t& start,
                                                           std::size_t last, std::string_view needle,
                                                           internal::RareOffsets rare,
@@ -92,21 +112,31 @@ __attribute__((target("avx2"))) std::size_t findBytesAvx2(const char* text, std:
     return static_cast<char>(ignoreAsciiCase && c >= 'a' && c <= 'z' ? 0x20 : 0);
   };
   const char firstByte = needle[rare.first], secondByte = needle[rare.second];
-  const __m256i firstFold = _mm256_set1_epi8(foldBit(firstByte));
-  const __m256i secondFold = _mm256_set1_epi8(foldBit(secondByte));
-  const __m256i firstWanted = _mm256_set1_epi8(firstByte);
-  const __m256i secondWanted = _mm256_set1_epi8(secondByte);
-  for (; start + 32 <= last + 1; start += 32) {
-    const __m256i firstBytes = _mm256_or_si256(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + start + rare.first)), firstFold);
-    const __m256i secondBytes = _mm256_or_si256(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + start + rare.second)),
-        secondFold);
-    auto mask = static_cast<unsigned>(_mm256_movemask_epi8(_mm256_and_si256(
-        _mm256_cmpeq_epi8(firstBytes, firstWanted), _mm256_cmpeq_epi8(secondBytes, secondWanted))));
+  const CandidateMasks candidates{_mm256_set1_epi8(foldBit(firstByte)),
+                                  _mm256_set1_epi8(foldBit(secondByte)),
+                                  _mm256_set1_epi8(firstByte),
+                                  _mm256_set1_epi8(secondByte),
+                                  rare.first,
+                                  rare.second};
+  const auto firstMatch = [&](std::uint64_t mask, std::size_t from) {
     for (; mask != 0; mask &= mask - 1) {
-      const std::size_t at = start + static_cast<std::size_t>(__builtin_ctz(mask));
+      const std::size_t at = from + static_cast<std::size_t>(__builtin_ctzll(mask));
       if (equalAt(text + at, needle, ignoreAsciiCase)) return at;
+    }
+    return std::string_view::npos;
+  };
+  for (; start + 64 <= last + 1; start += 64) {
+    const std::uint64_t mask =
+        candidates.at(text, start) | (std::uint64_t{candidates.at(text, start + 32)} << 32);
+    if (mask == 0) continue;
+    if (const std::size_t found = firstMatch(mask, start); found != std::string_view::npos) {
+      return found;
+    }
+  }
+  for (; start + 32 <= last + 1; start += 32) {
+    if (const std::size_t found = firstMatch(candidates.at(text, start), start);
+        found != std::string_view::npos) {
+      return found;
     }
   }
   return std::string_view::npos;
