@@ -4,8 +4,32 @@
 #include <iterator>
 
 #include "orvel/search/query_wildcards.h"
+#include "orvel/search/separation.h"
 
 namespace orvel {
+namespace {
+
+// Whether a text matches the query exactly when one of its positive words has an
+// occurrence: the query is one positive word, or positive words joined by OR, each found by
+// the evaluation and by the occurrence search alike (as a whole word; a term that
+// separation splits into several words is searched as a phrase by the one and literally by
+// the other).
+bool everyMatchIsAnOccurrence(const QueryTerms& node) {
+  if (node.queryNot()) return false;
+  if (node.isWord()) {
+    const std::u16string& word = node.string();
+    return !word.empty() && !node.querySubstring() &&
+           (word.size() < 3 || wordsUsingDefaultSeparation(word).size() < 2);
+  }
+  const auto& children = node.children();
+  if (children.size() == 1) return everyMatchIsAnOccurrence(children.front());
+  return !children.empty() && node.commonOperator() == QueryOperatorOR &&
+         std::all_of(children.begin(), children.end(), [](const QueryTerms& child) {
+           return child.isWord() && everyMatchIsAnOccurrence(child);
+         });
+}
+
+}  // namespace
 
 TextQuery::TextQuery(std::u16string_view query, bool caseSensitive, bool wildcard)
     : _tree(wildcard ? QueryTerms::withWildcard(query) : QueryTerms(query)),
@@ -14,7 +38,8 @@ TextQuery::TextQuery(std::u16string_view query, bool caseSensitive, bool wildcar
       _words(_tree.plusParts(1)),
       _substrings(_tree.plusParts(2)),
       _patterns(wildcard ? _tree.plusWildcards() : std::nullopt),
-      _allParts(_tree.plusParts()) {
+      _allParts(_tree.plusParts()),
+      _everyMatchIsAnOccurrence(!wildcard && everyMatchIsAnOccurrence(_tree)) {
   initSeparatorsAndTables();
 }
 
@@ -58,6 +83,14 @@ std::vector<OccurrencePlace> TextQuery::occurrencePlaces(std::u16string_view tex
                            }),
                merged.end());
   return merged;
+}
+
+std::optional<std::vector<OccurrencePlace>> TextQuery::matchingOccurrencePlaces(
+    std::u16string_view text, bool paragraphs, bool countLines) const {
+  if (!_everyMatchIsAnOccurrence && !matches(text)) return std::nullopt;
+  std::vector<OccurrencePlace> places = occurrencePlaces(text, paragraphs, countLines);
+  if (_everyMatchIsAnOccurrence && places.empty()) return std::nullopt;
+  return places;
 }
 
 std::optional<std::u16string> TextQuery::snippets(std::u16string_view text,

@@ -36,11 +36,12 @@ class TextQuery {
   [[nodiscard]] std::vector<OccurrencePlace> occurrencePlaces(std::u16string_view text,
                                                               bool paragraphs = false,
                                                               bool countLines = true) const;
-  // How many occurrences there are: the size of occurrences(), found as cheaply as possible.
-  [[nodiscard]] std::size_t occurrenceCount(std::u16string_view text,
-                                            bool paragraphs = false) const {
-    return occurrencePlaces(text, paragraphs, false).size();
-  }
+  // The places of a matching text's occurrences, nullopt when the text does not match. A
+  // query whose every match is an occurrence of one of its words (a word, or words joined
+  // by OR) is tested by the search for occurrences itself, which spares reading the text
+  // twice; any other is tested first.
+  [[nodiscard]] std::optional<std::vector<OccurrencePlace>> matchingOccurrencePlaces(
+      std::u16string_view text, bool paragraphs = false, bool countLines = true) const;
   // The snippets around the positive terms joined by the separator, at most
   // maxCharacters (0: no limit); nullopt when no term occurs.
   [[nodiscard]] std::optional<std::u16string> snippets(std::u16string_view text,
@@ -59,6 +60,7 @@ class TextQuery {
   std::vector<std::u16string> _substrings;
   std::optional<std::vector<std::u16string>> _patterns;
   std::vector<std::u16string> _allParts;
+  bool _everyMatchIsAnOccurrence;
 };
 
 }  // namespace orvel

@@ -29,25 +29,35 @@ TEST(TextQueryTest, OccurrencesOfWordsAndSubstringsComeOnceInTextOrder) {
   EXPECT_FALSE(query.matches(u"harbour and quay in a storm"));
 }
 
-// Counting and placing find the occurrences that occurrences() lists, for words alone,
-// substrings alone, both (the merged passes) and wildcard patterns.
-TEST(TextQueryTest, PlacesAndCountsAgreeWithOccurrences) {
+// Placing finds the occurrences that occurrences() lists, for words alone, substrings alone,
+// both (the merged passes) and wildcard patterns; the places of a matching text are those,
+// and a text that does not match has none, whether or not the query is tested by its
+// occurrences.
+TEST(TextQueryTest, PlacesAgreeWithOccurrencesAndMatches) {
   const std::u16string text =
       u"The quay. Calm.\nThe quay and the harbour. The harbour.\r\nHarbours, quays; quay!";
-  for (const TextQuery& query : {TextQuery(u"quay"), TextQuery(u"*arbo*"),
-                                 TextQuery(u"quay *arbo*"), TextQuery(u"qu?y", false, true)}) {
-    for (const bool paragraphs : {false, true}) {
-      const auto occurrences = query.occurrences(text, paragraphs);
-      const auto places = query.occurrencePlaces(text, paragraphs);
-      EXPECT_EQ(query.occurrenceCount(text, paragraphs), occurrences.size());
-      ASSERT_EQ(places.size(), occurrences.size());
-      for (std::size_t k = 0; k < places.size(); ++k) {
-        EXPECT_EQ(places[k].range, occurrences[k].range);
-        EXPECT_EQ(places[k].line, occurrences[k].line);
+  for (const TextQuery& query :
+       {TextQuery(u"quay"), TextQuery(u"*arbo*"), TextQuery(u"quay *arbo*"),
+        TextQuery(u"qu?y", false, true), TextQuery(u"calm OR harbour"), TextQuery(u"calm -quay"),
+        TextQuery(u"zebra OR (quay AND harbour)"), TextQuery(u"\"the quay\" OR zebra")}) {
+    for (const std::u16string& probe : {text, std::u16string(u"The Harbour"),
+                                        std::u16string(u"On the\nquay, here"), std::u16string()}) {
+      for (const bool paragraphs : {false, true}) {
+        const auto occurrences = query.occurrences(probe, paragraphs);
+        const auto places = query.occurrencePlaces(probe, paragraphs);
+        ASSERT_EQ(places.size(), occurrences.size());
+        for (std::size_t k = 0; k < places.size(); ++k) {
+          EXPECT_EQ(places[k].range, occurrences[k].range);
+          EXPECT_EQ(places[k].line, occurrences[k].line);
+        }
+        const auto matching = query.matchingOccurrencePlaces(probe, paragraphs, false);
+        ASSERT_EQ(matching.has_value(), query.matches(probe));
+        if (matching) {
+          EXPECT_EQ(matching->size(), places.size());
+        }
       }
     }
   }
-  EXPECT_EQ(TextQuery(u"quay *arbo*").occurrenceCount(text), 5u);
 }
 
 TEST(TextQueryTest, CaseAndWildcardsDecideHowTermsCompare) {

@@ -122,12 +122,18 @@ void searchDocument(DocumentText document, const Query& query, const SearchOptio
   result.notText = document.notTextReason;
   if (!document.text) return;
   if (options.languageFilter && options.languageFilter->filterText(*document.text)) return;
-  result.matched = query.matches(*document.text);
-  if (!result.matched || options.filesWithMatches) return;
-  if (options.count && !options.json) {
-    result.count = query.occurrenceCount(*document.text, options.paragraphs);
+  if (options.filesWithMatches) {
+    result.matched = query.matches(*document.text);
+    return;
+  }
+  const bool countOnly = options.count && !options.json;
+  auto places = query.matchingOccurrencePlaces(*document.text, options.paragraphs, !countOnly);
+  result.matched = places.has_value();
+  if (!places) return;
+  if (countOnly) {
+    result.count = places->size();
   } else {
-    result.places = query.occurrencePlaces(*document.text, options.paragraphs);
+    result.places = std::move(*places);
     result.text = std::move(*document.text);
   }
 }
