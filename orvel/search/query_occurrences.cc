@@ -1,5 +1,6 @@
 #include "orvel/search/query_occurrences.h"
 
+#include <array>
 #include <unordered_set>
 
 #if defined(__SSE2__)
@@ -15,32 +16,113 @@
 namespace orvel {
 namespace {
 
-struct Snippet {
-  Range range;         // word character to word character, within the boundaries
-  std::size_t resume;  // where the forward walk stopped
-};
-
-Snippet snippetAround(std::u16string_view text, Range occurrence, CharacterSetRep words,
-                      CharacterSetRep boundaries) {
-  std::size_t start = occurrence.location;
-  for (std::size_t i = occurrence.location; i > 0; --i) {
-    const unichar c = text[i - 1];
-    if (isMemberOfCharacterSetRep(boundaries, c)) break;
-    if (isMemberOfCharacterSetRep(words, c)) start = i - 1;
-  }
-  std::size_t end = occurrence.end();
-  std::size_t i = occurrence.end();
-  for (; i < text.size(); ++i) {
-    const unichar c = text[i];
-    if (isMemberOfCharacterSetRep(boundaries, c)) break;
-    if (isMemberOfCharacterSetRep(words, c)) end = i + 1;
-  }
-  return Snippet{Range{start, end - start}, i};
-}
-
 #if defined(__x86_64__)
 const bool kHaveAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
 #endif
+
+// Finds the members of a set of boundaries in text. A unit can only be one when it is a
+// control unit (below U+0020), outside ASCII, or one of the set's few printable ASCII
+// members: with AVX2 sixteen units are tested for that at a time, and only those that are
+// looked up in the set. A set with more printable members is searched unit by unit.
+class BoundaryScan {
+ public:
+  explicit BoundaryScan(CharacterSetRep set) : _set(set) {
+    std::size_t count = 0;
+    for (unichar c = 0x20; c < 0x80; ++c) {
+      if (!isMemberOfCharacterSetRep(set, c)) continue;
+      if (count == _printable.size()) {
+        _blocks = false;
+        break;
+      }
+      _printable[count++] = c;
+    }
+  }
+
+  // The first member at or after `from`, or the text's end.
+  [[nodiscard]] std::size_t next(std::u16string_view text, std::size_t from) const {
+#if defined(__x86_64__)
+    if (_blocks && kHaveAvx2) from = nextInBlocks(text, from);
+#endif
+    while (from < text.size() && !isMember(text[from])) ++from;
+    return from;
+  }
+
+  // Where the text after the last member before `before` starts (0 when there is none).
+  [[nodiscard]] std::size_t startAfterPrevious(std::u16string_view text, std::size_t before) const {
+#if defined(__x86_64__)
+    if (_blocks && kHaveAvx2) before = previousInBlocks(text, before);
+#endif
+    while (before > 0 && !isMember(text[before - 1])) --before;
+    return before;
+  }
+
+ private:
+  [[nodiscard]] bool isMember(unichar c) const { return isMemberOfCharacterSetRep(_set, c); }
+
+#if defined(__x86_64__)
+  // Two bits per unit of the sixteen at `units` that may be members.
+  __attribute__((target("avx2"))) unsigned candidates(const unichar* units) const {
+    const __m256i v = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(units));
+    // As signed numbers units from U+8000 are negative, so below 0x20 too: candidates.
+    __m256i may = _mm256_or_si256(_mm256_cmpgt_epi16(_mm256_set1_epi16(0x20), v),
+                                  _mm256_cmpgt_epi16(v, _mm256_set1_epi16(0x7F)));
+    for (const unichar member : _printable) {
+      may = _mm256_or_si256(may,
+                            _mm256_cmpeq_epi16(v, _mm256_set1_epi16(static_cast<short>(member))));
+    }
+    return static_cast<unsigned>(_mm256_movemask_epi8(may));
+  }
+
+  // Passes over blocks without members; answers where the unit-by-unit search goes on.
+  __attribute__((target("avx2"))) std::size_t nextInBlocks(std::u16string_view text,
+                                                           std::size_t from) const {
+    for (; from + 16 <= text.size(); from += 16) {
+      for (unsigned bits = candidates(text.data() + from) & 0x55555555u; bits != 0;
+           bits &= bits - 1) {
+        const std::size_t at = from + static_cast<std::size_t>(__builtin_ctz(bits)) / 2;
+        if (isMember(text[at])) return at;
+      }
+    }
+    return from;
+  }
+
+  __attribute__((target("avx2"))) std::size_t previousInBlocks(std::u16string_view text,
+                                                               std::size_t before) const {
+    for (; before >= 16; before -= 16) {
+      // Bit 2k+1 of the mask is unit k's upper bit: the highest set bit is the last unit.
+      for (unsigned bits = candidates(text.data() + before - 16) & 0xAAAAAAAAu; bits != 0;
+           bits &= ~(1u << (31 - __builtin_clz(bits)))) {
+        const std::size_t at = before - 16 + static_cast<std::size_t>(31 - __builtin_clz(bits)) / 2;
+        if (isMember(text[at])) return at + 1;
+      }
+    }
+    return before;
+  }
+#endif
+
+  CharacterSetRep _set;
+  // Unused places hold U+0000, a control unit and so a candidate anyway.
+  std::array<unichar, 4> _printable{};
+  bool _blocks = true;
+};
+
+struct Snippet {
+  Range range;         // word character to word character, within the boundaries
+  std::size_t resume;  // where the forward walk stopped: the boundary after, or the end
+};
+
+// The boundaries are found first; the word characters within them are looked for from the
+// ends inwards, which only passes over the few units between a boundary and a word.
+Snippet snippetAround(std::u16string_view text, Range occurrence, CharacterSetRep words,
+                      const BoundaryScan& boundaries) {
+  const auto isWord = [&](std::size_t i) { return isMemberOfCharacterSetRep(words, text[i]); };
+  std::size_t start = boundaries.startAfterPrevious(text, occurrence.location);
+  while (start < occurrence.location && !isWord(start)) ++start;
+  const std::size_t boundary = boundaries.next(text, occurrence.end());
+  std::size_t end = boundary;
+  while (end > occurrence.end() && !isWord(end - 1)) --end;
+  return Snippet{Range{start, end - start}, boundary};
+}
 
 // Counts lines incrementally: the line separators between the last counted position and
 // `position`, a CR followed by an LF counting once.
@@ -257,7 +339,7 @@ std::vector<OccurrencePlace> collectOccurrencePlaces(std::u16string_view text, b
                                                      bool countLines, OccurrenceFinder findNext,
                                                      void* context) {
   CharacterSetRep words = queryTermCharacters();
-  CharacterSetRep boundaries = boundariesFor(paragraphs);
+  const BoundaryScan boundaries(boundariesFor(paragraphs));
   LineCounter lines(text);
   std::vector<OccurrencePlace> places;
   for (std::size_t position = 0; position < text.size();) {
@@ -279,7 +361,7 @@ std::optional<std::u16string> assembleOccurrences(std::u16string_view text,
   const std::size_t limit = options.limit;
   if (!options.onlyOccurrences && limit > 0 && text.size() <= limit) return std::u16string(text);
   CharacterSetRep words = queryTermCharacters();
-  CharacterSetRep boundaries = boundariesFor(options.paragraphs);
+  const BoundaryScan boundaries(boundariesFor(options.paragraphs));
   std::u16string assembled;
   std::unordered_set<std::u16string> seen;
   seen.reserve(32);
