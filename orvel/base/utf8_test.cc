@@ -110,10 +110,12 @@ TEST(Utf8Test, EncodingAgreesWithIcuOnRandomUnits) {
   const std::vector<char16_t> units = {u'a',   u'\n',  0x7F,   0x80,   0x7FF,  0x800,  0xE9,
                                        0xFFFF, 0xD800, 0xDBFF, 0xDC00, 0xDFFF, 0xFFFD, 0x20AC};
   for (int round = 0; round < 2000; ++round) {
+    // Long runs of ASCII too, which are encoded in blocks, cut anywhere by other units.
     std::u16string text;
-    for (int k = 0; k < 1 + static_cast<int>(random() % 12); ++k) {
-      text += units[random() % units.size()];
+    for (int k = 0; k < 1 + static_cast<int>(random() % 80); ++k) {
+      text += random() % 4 == 0 ? units[random() % units.size()] : u'x';
     }
+    if (round % 100 == 0) text = std::u16string(700 + random() % 100, u'y') + text;
     std::string expected(4 * text.size(), '\0');
     int32_t written = 0;
     UErrorCode status = U_ZERO_ERROR;
