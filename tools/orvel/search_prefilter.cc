@@ -5,19 +5,15 @@
 #include <cstring>
 
 #include "orvel/base/utf8.h"
-#include "orvel/search/internal/rare_units.h"
+#include "orvel/search/internal/byte_search.h"
 #include "orvel/search/query_evaluation.h"
 #include "orvel/text/conversion_tables.h"
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
 namespace orvel::cli {
 namespace {
+
+using internal::containsBytes;
+using internal::findBytes;
 
 // Whether evaluating the node can only succeed when one of its positive leaves is found.
 bool needsPositiveTerm(const QueryTerms& node) {
@@ -60,14 +56,6 @@ bool isAsciiTerm(const std::u16string& term) {
 
 char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
-bool equalAt(const char* text, std::string_view needle, bool ignoreCase) {
-  if (!ignoreCase) return std::memcmp(text, needle.data(), needle.size()) == 0;
-  for (std::size_t k = 0; k < needle.size(); ++k) {
-    if (lowerAscii(text[k]) != needle[k]) return false;
-  }
-  return true;
-}
-
 // The longest run of `text` holding none of `letters`.
 std::string longestPartWithout(const std::string& text, const std::string& letters) {
   std::string longest;
@@ -81,118 +69,7 @@ std::string longestPartWithout(const std::string& text, const std::string& lette
   return longest;
 }
 
-#if defined(__x86_64__)
-// The candidates among the 32 start positions from `start`: bit k set when the needle's
-// two rarest bytes are where a match at start + k would have them.
-struct CandidateMasks {
-  __m256i firstFold, secondFold, firstWanted, secondWanted;
-  std::size_t firstOffset, secondOffset;
-
-  __attribute__((target("avx2"), always_inline)) unsigned at(const char* text,
-                                                             std::size_t start) const {
-    const __m256i firstBytes = _mm256_or_si256(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + start + firstOffset)),
-        firstFold);
-    const __m256i secondBytes = _mm256_or_si256(
-        _mm256_loadu_si256(reinterpret_cast<const __m256i*>(text + start + secondOffset)),
-        secondFold);
-    return static_cast<unsigned>(_mm256_movemask_epi8(_mm256_and_si256(
-        _mm256_cmpeq_epi8(firstBytes, firstWanted), _mm256_cmpeq_epi8(secondBytes, secondWanted))));
-  }
-};
-
-// The AVX2 form of the candidate scan in findBytes, 64 and then 32 start positions at a
-// time: the first match, or npos with `start` moved to where the narrower loops go on.
-__attribute__((target("avx2"))) std::size_t findBytesAvx2(const char* text, std::size_t& start,
-                                                          std::size_t last, std::string_view needle,
-                                                          internal::RareOffsets rare,
-                                                          bool ignoreAsciiCase) {
-  // A letter compared without case: both cases OR 0x20 to the lower one.
-  const auto foldBit = [ignoreAsciiCase](char c) {
-    return static_cast<char>(ignoreAsciiCase && c >= 'a' && c <= 'z' ? 0x20 : 0);
-  };
-  const char firstByte = needle[rare.first], secondByte = needle[rare.second];
-  const CandidateMasks candidates{_mm256_set1_epi8(foldBit(firstByte)),
-                                  _mm256_set1_epi8(foldBit(secondByte)),
-                                  _mm256_set1_epi8(firstByte),
-                                  _mm256_set1_epi8(secondByte),
-                                  rare.first,
-                                  rare.second};
-  const auto firstMatch = [&](std::uint64_t mask, std::size_t from) {
-    for (; mask != 0; mask &= mask - 1) {
-      const std::size_t at = from + static_cast<std::size_t>(__builtin_ctzll(mask));
-      if (equalAt(text + at, needle, ignoreAsciiCase)) return at;
-    }
-    return std::string_view::npos;
-  };
-  for (; start + 64 <= last + 1; start += 64) {
-    const std::uint64_t mask =
-        candidates.at(text, start) | (std::uint64_t{candidates.at(text, start + 32)} << 32);
-    if (mask == 0) continue;
-    if (const std::size_t found = firstMatch(mask, start); found != std::string_view::npos) {
-      return found;
-    }
-  }
-  for (; start + 32 <= last + 1; start += 32) {
-    if (const std::size_t found = firstMatch(candidates.at(text, start), start);
-        found != std::string_view::npos) {
-      return found;
-    }
-  }
-  return std::string_view::npos;
-}
-
-const bool kHaveAvx2 = __builtin_cpu_supports("avx2");
-#endif
-
 }  // namespace
-
-std::size_t findBytes(std::string_view haystack, std::string_view needle, bool ignoreAsciiCase,
-                      std::size_t from) {
-  const std::size_t n = needle.size();
-  if (from > haystack.size()) return std::string_view::npos;
-  if (n == 0) return from;
-  if (n > haystack.size() - from) return std::string_view::npos;
-  const char* text = haystack.data();
-  const std::size_t last = haystack.size() - n;  // the last start position
-  std::size_t start = from;
-  const internal::RareOffsets rare = internal::rarestOffsets(needle);
-#if defined(__x86_64__)
-  if (kHaveAvx2) {
-    const std::size_t found = findBytesAvx2(text, start, last, needle, rare, ignoreAsciiCase);
-    if (found != std::string_view::npos) return found;
-  }
-#endif
-#if defined(__SSE2__)
-  // Candidates are positions whose two rarest bytes fit (a letter either case), tested
-  // sixteen at a time; only they are compared in full.
-  auto bytesLike = [ignoreAsciiCase](char c, __m128i block) {
-    const bool letter = ignoreAsciiCase && c >= 'a' && c <= 'z';
-    const __m128i folded = letter ? _mm_or_si128(block, _mm_set1_epi8(0x20)) : block;
-    return _mm_cmpeq_epi8(folded, _mm_set1_epi8(c));
-  };
-  for (; start + 16 <= last + 1; start += 16) {
-    const __m128i firstBytes =
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + start + rare.first));
-    const __m128i secondBytes =
-        _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + start + rare.second));
-    auto mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(
-        bytesLike(needle[rare.first], firstBytes), bytesLike(needle[rare.second], secondBytes))));
-    for (; mask != 0; mask &= mask - 1) {
-      const std::size_t at = start + static_cast<std::size_t>(__builtin_ctz(mask));
-      if (equalAt(text + at, needle, ignoreAsciiCase)) return at;
-    }
-  }
-#endif
-  for (; start <= last; ++start) {
-    if (equalAt(text + start, needle, ignoreAsciiCase)) return start;
-  }
-  return std::string_view::npos;
-}
-
-bool containsBytes(std::string_view haystack, std::string_view needle, bool ignoreAsciiCase) {
-  return findBytes(haystack, needle, ignoreAsciiCase) != std::string_view::npos;
-}
 
 std::size_t safePrefixEnd(std::string_view bytes) {
   CharacterSetRep words = queryTermCharacters();

@@ -85,11 +85,4 @@ class SearchPrefilter {
   std::vector<std::size_t> _required;  // terms every match needs (indexes into _terms)
 };
 
-// Whether `needle` occurs in `haystack`, ASCII letters compared without case when asked.
-[[nodiscard]] bool containsBytes(std::string_view haystack, std::string_view needle,
-                                 bool ignoreAsciiCase);
-// Where `needle` first occurs in `haystack` at or after `from`, or npos.
-[[nodiscard]] std::size_t findBytes(std::string_view haystack, std::string_view needle,
-                                    bool ignoreAsciiCase, std::size_t from = 0);
-
 }  // namespace orvel::cli

@@ -85,33 +85,3 @@ TEST(SearchPrefilterTest, PrefixMatchesAreWholeTextMatches) {
 
 }  // namespace
 }  // namespace orvel::cli
-
-namespace orvel::cli {
-namespace {
-
-// The vector scans (32 and 16 positions at a time) and the scalar tail against a plain
-// search of the lower-cased text, at every length around the vector widths and from every
-// start.
-TEST(FindBytesTest, EqualsAPlainSearchAtEveryLengthAndStart) {
-  std::mt19937 random(41);
-  const std::string letters = "abqAB_ \xC3";
-  for (int round = 0; round < 3000; ++round) {
-    std::string haystack(random() % 100, 'a');
-    for (char& c : haystack) c = letters[random() % letters.size()];
-    std::string needle(1 + random() % 5, 'a');
-    for (char& c : needle) c = letters[random() % 4];  // a, b, q and A: lower-cased below
-    const bool ignoreCase = random() % 2 == 0;
-    std::string wanted = needle, text = haystack;
-    if (ignoreCase) {
-      for (char& c : wanted) c = static_cast<char>(c == 'A' ? 'a' : c);
-      for (char& c : text) c = static_cast<char>(c == 'A' ? 'a' : c == 'B' ? 'b' : c);
-    }
-    const std::size_t from = random() % (haystack.size() + 2);
-    SCOPED_TRACE(haystack + " / " + wanted);
-    EXPECT_EQ(findBytes(haystack, wanted, ignoreCase, from),
-              from > text.size() ? std::string::npos : text.find(wanted, from));
-  }
-}
-
-}  // namespace
-}  // namespace orvel::cli
