@@ -1,0 +1,102 @@
+// The pieces of the occurrence walk that read the text around each occurrence: where the
+// sentence or line holding it begins and ends (its snippet), and on which line it starts.
+// Each reads UTF-16 text, and the bytes of plain ASCII text (every byte from 1 to 0x7F),
+// which are the same characters at the same offsets.
+//
+// A snippet reaches from the first word character after the boundary before the occurrence
+// to the last word character before the boundary after it. Lines are counted by line
+// separators, a CR followed by an LF counting once.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+#include "orvel/base/range.h"
+#include "orvel/search/separators.h"
+#include "orvel/text/character_sets.h"
+
+namespace orvel::internal {
+
+// Finds the members of a set of boundaries. A unit can only be one when it is a control
+// unit (below U+0020), outside ASCII, or one of the set's few printable ASCII members:
+// blocks of units are tested for that at a time (sixteen with AVX2 in UTF-16, sixteen
+// bytes with SSE2), and only those are looked up in the set. A set with more printable
+// members is searched unit by unit.
+class BoundaryScan {
+ public:
+  explicit BoundaryScan(CharacterSetRep set);
+
+  // The first member at or after `from`, or the text's end.
+  [[nodiscard]] std::size_t next(std::u16string_view text, std::size_t from) const;
+  [[nodiscard]] std::size_t next(std::string_view ascii, std::size_t from) const;
+  // Where the text after the last member before `before` starts (0 when there is none).
+  [[nodiscard]] std::size_t startAfterPrevious(std::u16string_view text, std::size_t before) const;
+  [[nodiscard]] std::size_t startAfterPrevious(std::string_view ascii, std::size_t before) const;
+
+ private:
+  [[nodiscard]] bool isMember(unichar c) const { return isMemberOfCharacterSetRep(_set, c); }
+  [[nodiscard]] unsigned candidates(const unichar* units) const;  // two bits a unit, AVX2
+  [[nodiscard]] unsigned candidates(const char* bytes) const;     // a bit a byte, SSE2
+  [[nodiscard]] std::size_t nextInBlocks(std::u16string_view text, std::size_t from) const;
+  [[nodiscard]] std::size_t previousInBlocks(std::u16string_view text, std::size_t before) const;
+
+  CharacterSetRep _set;
+  // Unused places hold U+0000, a control unit and so a candidate anyway.
+  std::array<unichar, 4> _printable{};
+  bool _blocks = true;
+};
+
+struct Snippet {
+  Range range;         // word character to word character, within the boundaries
+  std::size_t resume;  // where the forward walk stopped: the boundary after, or the end
+};
+
+// The boundaries are found first; the word characters within them are looked for from the
+// ends inwards, which only passes over the few units between a boundary and a word.
+template <typename Text>
+[[nodiscard]] Snippet snippetAround(Text text, Range occurrence, CharacterSetRep words,
+                                    const BoundaryScan& boundaries) {
+  const auto isWord = [&](std::size_t i) {
+    return isMemberOfCharacterSetRep(words, static_cast<unichar>(text[i]));
+  };
+  std::size_t start = boundaries.startAfterPrevious(text, occurrence.location);
+  while (start < occurrence.location && !isWord(start)) ++start;
+  const std::size_t boundary = boundaries.next(text, occurrence.end());
+  std::size_t end = boundary;
+  while (end > occurrence.end() && !isWord(end - 1)) --end;
+  return Snippet{Range{start, end - start}, boundary};
+}
+
+// Counts lines incrementally: the line separators between the last counted position and
+// the one asked for. Positions asked for never go back.
+class LineCounter {
+ public:
+  explicit LineCounter(std::u16string_view text) : _text(text) {}
+  [[nodiscard]] std::size_t lineAt(std::size_t position);
+
+ private:
+  void countBlocksAvx2(std::size_t position);
+  void countLineEndAt(std::size_t at);
+
+  std::u16string_view _text;
+  CharacterSetRep _lines = defaultLineSeparators();
+  std::size_t _position = 0;
+  std::size_t _line = 0;
+};
+
+class AsciiLineCounter {
+ public:
+  explicit AsciiLineCounter(std::string_view ascii) : _text(ascii) {}
+  [[nodiscard]] std::size_t lineAt(std::size_t position);
+
+ private:
+  void countLineEndAt(std::size_t at);
+
+  std::string_view _text;
+  CharacterSetRep _lines = defaultLineSeparators();
+  std::size_t _position = 0;
+  std::size_t _line = 0;
+};
+
+}  // namespace orvel::internal
