@@ -13,10 +13,7 @@ using internal::BoundaryScan;
 using internal::LineCounter;
 using internal::Snippet;
 using internal::snippetAround;
-
-CharacterSetRep boundariesFor(bool paragraphs) {
-  return paragraphs ? defaultLineSeparators() : defaultSentenceSeparators();
-}
+using internal::walkOccurrences;
 
 // One term searched in [range.location, range.location + limit).
 Range findTerm(const std::u16string& term, std::u16string_view text, std::size_t start,
@@ -153,20 +150,8 @@ namespace internal {
 std::vector<OccurrencePlace> collectOccurrencePlaces(std::u16string_view text, bool paragraphs,
                                                      bool countLines, OccurrenceFinder findNext,
                                                      void* context) {
-  CharacterSetRep words = queryTermCharacters();
-  const BoundaryScan boundaries(boundariesFor(paragraphs));
-  LineCounter lines(text);
-  std::vector<OccurrencePlace> places;
-  for (std::size_t position = 0; position < text.size();) {
-    const Range found = findNext(context, position);
-    if (!found.found()) break;
-    const Snippet snippet = snippetAround(text, found, words, boundaries);
-    if (snippet.range.length > 0) {
-      places.push_back({snippet.range, countLines ? lines.lineAt(snippet.range.location) : 0});
-    }
-    position = std::max(snippet.resume, found.location + 1);
-  }
-  return places;
+  return walkOccurrences<LineCounter>(text, paragraphs, countLines,
+                                      [&](std::size_t from) { return findNext(context, from); });
 }
 
 std::optional<std::u16string> assembleOccurrences(std::u16string_view text,
@@ -176,7 +161,7 @@ std::optional<std::u16string> assembleOccurrences(std::u16string_view text,
   const std::size_t limit = options.limit;
   if (!options.onlyOccurrences && limit > 0 && text.size() <= limit) return std::u16string(text);
   CharacterSetRep words = queryTermCharacters();
-  const BoundaryScan boundaries(boundariesFor(options.paragraphs));
+  const BoundaryScan boundaries(internal::snippetBoundaries(options.paragraphs));
   std::u16string assembled;
   std::unordered_set<std::u16string> seen;
   seen.reserve(32);

@@ -8,11 +8,15 @@
 // separators, a CR followed by an LF counting once.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <string_view>
+#include <vector>
 
 #include "orvel/base/range.h"
+#include "orvel/search/query_evaluation.h"
+#include "orvel/search/query_occurrences.h"
 #include "orvel/search/separators.h"
 #include "orvel/text/character_sets.h"
 
@@ -46,6 +50,11 @@ class BoundaryScan {
   std::array<unichar, 4> _printable{};
   bool _blocks = true;
 };
+
+// What ends a snippet: a sentence separator, or with paragraphs a line separator.
+[[nodiscard]] inline CharacterSetRep snippetBoundaries(bool paragraphs) {
+  return paragraphs ? defaultLineSeparators() : defaultSentenceSeparators();
+}
 
 struct Snippet {
   Range range;         // word character to word character, within the boundaries
@@ -98,5 +107,28 @@ class AsciiLineCounter {
   std::size_t _position = 0;
   std::size_t _line = 0;
 };
+
+// The places of the occurrences that findNext(position) answers, each the first at or after
+// the position, in text order: the walk goes on after each snippet, so that a sentence (or
+// a line with paragraphs) is one occurrence however many terms it holds. Lines is the line
+// counter for the text's kind; without countLines every line is 0.
+template <typename Lines, typename Text, typename FindNext>
+[[nodiscard]] std::vector<OccurrencePlace> walkOccurrences(Text text, bool paragraphs,
+                                                           bool countLines, FindNext findNext) {
+  const CharacterSetRep words = queryTermCharacters();
+  const BoundaryScan boundaries(paragraphs ? defaultLineSeparators() : defaultSentenceSeparators());
+  Lines lines(text);
+  std::vector<OccurrencePlace> places;
+  for (std::size_t position = 0; position < text.size();) {
+    const Range found = findNext(position);
+    if (!found.found()) break;
+    const Snippet snippet = snippetAround(text, found, words, boundaries);
+    if (snippet.range.length > 0) {
+      places.push_back({snippet.range, countLines ? lines.lineAt(snippet.range.location) : 0});
+    }
+    position = std::max(snippet.resume, found.location + 1);
+  }
+  return places;
+}
 
 }  // namespace orvel::internal
