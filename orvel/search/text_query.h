@@ -42,6 +42,13 @@ class TextQuery {
   // twice; any other is tested first.
   [[nodiscard]] std::optional<std::vector<OccurrencePlace>> matchingOccurrencePlaces(
       std::u16string_view text, bool paragraphs = false, bool countLines = true) const;
+  // The same places for a text given as UTF-8 bytes, found on the bytes when they can be:
+  // the query is words joined by OR (as above) made of ASCII word characters, and the bytes
+  // are all ASCII and none is NUL, so that they are the UTF-16 text's characters at the
+  // same offsets. nullopt when they cannot be (the caller decodes the text); otherwise the
+  // places, empty when the text does not match.
+  [[nodiscard]] std::optional<std::vector<OccurrencePlace>> asciiOccurrencePlaces(
+      std::string_view bytes, bool paragraphs = false, bool countLines = true) const;
   // The snippets around the positive terms joined by the separator, at most
   // maxCharacters (0: no limit); nullopt when no term occurs.
   [[nodiscard]] std::optional<std::u16string> snippets(std::u16string_view text,
@@ -61,6 +68,9 @@ class TextQuery {
   std::optional<std::vector<std::u16string>> _patterns;
   std::vector<std::u16string> _allParts;
   bool _everyMatchIsAnOccurrence;
+  // The words, when every match is an occurrence of one and each is ASCII: lower-cased
+  // unless case-sensitive, as the byte search compares them.
+  std::vector<std::string> _asciiWords;
 };
 
 }  // namespace orvel

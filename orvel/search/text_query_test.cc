@@ -1,5 +1,6 @@
 #include "orvel/search/text_query.h"
 
+#include <random>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,56 @@ TEST(TextQueryTest, PlacesAgreeWithOccurrencesAndMatches) {
       }
     }
   }
+}
+
+// Random texts of words (either case, glued to others or apart) and every kind of line end
+// and sentence end: the places found on plain ASCII bytes are those of the decoded text.
+TEST(TextQueryTest, AsciiBytesGiveThePlacesOfTheDecodedText) {
+  std::mt19937 random(23);
+  const std::vector<std::string> vocabulary = {"the", "The",    "import", "imports", "IMPORT",
+                                               "x",   "thread", "_the",   "a",       "socket2"};
+  const std::vector<std::string> gaps = {" ",  ". ", "\n", "\r\n", "\r",   "\f",
+                                         "\t", "-",  "",   "! ",   "\x03", "; "};
+  const std::vector<std::u16string> queries = {u"the", u"import OR x", u"THE OR socket2 OR a",
+                                               u"thread"};
+  for (int round = 0; round < 400; ++round) {
+    std::string bytes;
+    for (int w = 0; w < 5 + static_cast<int>(random() % 60); ++w) {
+      bytes += vocabulary[random() % vocabulary.size()] + gaps[random() % gaps.size()];
+    }
+    const TextQuery query(queries[random() % queries.size()], random() % 4 == 0);
+    const std::u16string text(bytes.begin(), bytes.end());
+    const bool paragraphs = random() % 2 == 0;
+    const auto expected = query.matchingOccurrencePlaces(text, paragraphs);
+    SCOPED_TRACE(bytes);
+    for (const bool countLines : {true, false}) {
+      const auto found = query.asciiOccurrencePlaces(bytes, paragraphs, countLines);
+      ASSERT_TRUE(found.has_value());
+      ASSERT_EQ(found->size(), expected ? expected->size() : 0);
+      for (std::size_t k = 0; k < found->size(); ++k) {
+        EXPECT_EQ((*found)[k].range, (*expected)[k].range) << k;
+        EXPECT_EQ((*found)[k].line, countLines ? (*expected)[k].line : 0) << k;
+      }
+    }
+  }
+}
+
+// Only words joined by OR, of ASCII word characters, in bytes that are all ASCII and hold no
+// NUL are searched on the bytes.
+TEST(TextQueryTest, AsciiBytesAreSearchedOnlyWhenTheyCanBe) {
+  const std::string plain = "The end of the text, and more than sixteen bytes of it.";
+  for (const char16_t* query : {u"the", u"asyncio OR socket OR thread", u"Zebra"}) {
+    EXPECT_TRUE(TextQuery(query).asciiOccurrencePlaces(plain));
+  }
+  for (const char16_t* query : {u"a AND b", u"a -b", u"\"for example\"", u"a NEAR/5 b", u"*arbo*",
+                                u"caf\u00e9", u"a OR (b AND c)", u"c++"}) {
+    EXPECT_FALSE(TextQuery(query).asciiOccurrencePlaces(plain));
+  }
+  EXPECT_FALSE(TextQuery(u"qu?y", false, true).asciiOccurrencePlaces(plain));
+  const TextQuery the(u"the");
+  EXPECT_FALSE(the.asciiOccurrencePlaces(plain + "caf\xC3\xA9"));
+  EXPECT_FALSE(the.asciiOccurrencePlaces(plain + std::string(1, '\0') + "the"));
+  EXPECT_TRUE(the.asciiOccurrencePlaces("no match here")->empty());
 }
 
 TEST(TextQueryTest, CaseAndWildcardsDecideHowTermsCompare) {

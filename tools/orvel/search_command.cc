@@ -87,6 +87,9 @@ struct FileResult {
   // searching thread has written what the file prints.
   std::vector<OccurrencePlace> places;
   std::u16string text;
+  // Or, for a file of plain ASCII searched on its bytes, those bytes: in the thread's read
+  // buffer, which the thread reads no other file into before the output is made.
+  std::string_view asciiText;
   std::string output;  // what a matching file prints
 };
 
@@ -115,6 +118,16 @@ bool wanted(const SearchOptions& options, DocumentKind kind) {
          std::find(options.types.begin(), options.types.end(), kind) != options.types.end();
 }
 
+// Keeps the places of a matching text's occurrences, or with -c their number.
+void keepPlaces(std::vector<OccurrencePlace> places, bool countOnly, FileResult& result) {
+  result.matched = true;
+  if (countOnly) {
+    result.count = places.size();
+  } else {
+    result.places = std::move(places);
+  }
+}
+
 // Tests a document's text and finds its occurrences, unless its language is filtered out.
 void searchDocument(DocumentText document, const Query& query, const SearchOptions& options,
                     FileResult& result) {
@@ -128,14 +141,9 @@ void searchDocument(DocumentText document, const Query& query, const SearchOptio
   }
   const bool countOnly = options.count && !options.json;
   auto places = query.matchingOccurrencePlaces(*document.text, options.paragraphs, !countOnly);
-  result.matched = places.has_value();
   if (!places) return;
-  if (countOnly) {
-    result.count = places->size();
-  } else {
-    result.places = std::move(*places);
-    result.text = std::move(*document.text);
-  }
+  keepPlaces(std::move(*places), countOnly, result);
+  if (!countOnly) result.text = std::move(*document.text);
 }
 
 // For -l of words joined by AND and OR: whether the first bytes settle the file, without
@@ -203,6 +211,16 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
       if (!prefilter.mayMatch(bytes)) return result;
       possible = true;
     }
+    // A file of plain ASCII is searched on its bytes when the query allows it.
+    const bool countOnly = options.count && !options.json;
+    if (shortcuts && !options.filesWithMatches) {
+      if (auto places = query.asciiOccurrencePlaces(bytes, options.paragraphs, !countOnly)) {
+        // Found on the bytes, a text matches when its words occur.
+        if (!places->empty()) keepPlaces(std::move(*places), countOnly, result);
+        result.asciiText = bytes;
+        return result;
+      }
+    }
   } catch (const CommandError& error) {
     result.error = error.what();
     return result;
@@ -238,6 +256,42 @@ std::u16string_view snippetOf(const FileResult& result, const OccurrencePlace& p
   return std::u16string_view(result.text).substr(place.range.location, place.range.length);
 }
 
+// A snippet of a file searched on its ASCII bytes, appended as appendSnippetLine appends
+// the text's: the bytes are the characters.
+void appendAsciiSnippetLine(std::string& out, std::string_view snippet, std::size_t characters) {
+  if (characters > 0) {
+    appendSnippetLine(out, std::u16string(snippet.begin(), snippet.end()), characters);
+    return;
+  }
+  static const CharacterSetRep lineSeparators = defaultLineSeparators();
+  const std::size_t start = out.size();
+  out += snippet;
+  for (std::size_t k = start; k < out.size(); ++k) {
+    const auto unit = static_cast<unichar>(out[k]);
+    if (unit < 0x20 && (unit == u'\t' || isMemberOfCharacterSetRep(lineSeparators, unit))) {
+      out[k] = ' ';
+    }
+  }
+}
+
+// The snippet at a place as UTF-8, and appended on one line.
+std::string snippetUtf8(const FileResult& result, const OccurrencePlace& place) {
+  if (!result.asciiText.empty()) {
+    return std::string(result.asciiText.substr(place.range.location, place.range.length));
+  }
+  return utf16ToUtf8(snippetOf(result, place));
+}
+
+void appendSnippetLineAt(std::string& out, const FileResult& result, const OccurrencePlace& place,
+                         std::size_t characters) {
+  if (result.asciiText.empty()) {
+    appendSnippetLine(out, snippetOf(result, place), characters);
+  } else {
+    appendAsciiSnippetLine(out, result.asciiText.substr(place.range.location, place.range.length),
+                           characters);
+  }
+}
+
 std::string fileJson(const std::string& path, const FileResult& result) {
   nlohmann::json occurrences = nlohmann::json::array();
   if (result.comment) {
@@ -248,7 +302,7 @@ std::string fileJson(const std::string& path, const FileResult& result) {
   for (const OccurrencePlace& place : result.places) {
     occurrences.push_back({{"range", {place.range.location, place.range.length}},
                            {"line", place.line + 1},
-                           {"string", utf16ToUtf8(snippetOf(result, place))}});
+                           {"string", snippetUtf8(result, place)}});
   }
   const nlohmann::json object = {
       {"path", path}, {"kind", documentKindName(result.kind)}, {"occurrences", occurrences}};
@@ -272,7 +326,7 @@ std::string resultText(const std::string& path, const FileResult& result,
   for (const OccurrencePlace& place : result.places) {
     out += std::to_string(place.line + 1);
     out += ':';
-    appendSnippetLine(out, snippetOf(result, place), options.snippetCharacters);
+    appendSnippetLineAt(out, result, place, options.snippetCharacters);
     out += '\n';
   }
   return out;

@@ -110,6 +110,22 @@ __attribute__((target("avx2"))) std::size_t findBytesAvx2(const ByteMatch& match
 }
 
 const bool kHaveAvx2 = __builtin_cpu_supports("avx2");
+
+// 128 bytes at a time: a byte from 0x80 sets the top bit of the OR of all, a NUL makes the
+// unsigned minimum 0. False at the first block that fails; `at` is left where the narrower
+// loop goes on.
+__attribute__((target("avx2"))) bool plainAsciiBlocksAvx2(std::string_view bytes, std::size_t& at) {
+  for (; at + 128 <= bytes.size(); at += 128) {
+    const auto* blocks = reinterpret_cast<const __m256i*>(bytes.data() + at);
+    const __m256i a = _mm256_loadu_si256(blocks), b = _mm256_loadu_si256(blocks + 1);
+    const __m256i c = _mm256_loadu_si256(blocks + 2), d = _mm256_loadu_si256(blocks + 3);
+    const __m256i any = _mm256_or_si256(_mm256_or_si256(a, b), _mm256_or_si256(c, d));
+    const __m256i least = _mm256_min_epu8(_mm256_min_epu8(a, b), _mm256_min_epu8(c, d));
+    const __m256i nul = _mm256_cmpeq_epi8(least, _mm256_setzero_si256());
+    if (_mm256_movemask_epi8(_mm256_or_si256(any, nul)) != 0) return false;
+  }
+  return true;
+}
 #endif
 
 }  // namespace
@@ -156,6 +172,27 @@ std::size_t findBytes(std::string_view haystack, std::string_view needle, bool i
     if (match.at(start)) return start;
   }
   return std::string_view::npos;
+}
+
+bool isPlainAscii(std::string_view bytes) {
+  std::size_t at = 0;
+#if defined(__x86_64__)
+  if (kHaveAvx2 && !plainAsciiBlocksAvx2(bytes, at)) return false;
+#endif
+#if defined(__SSE2__)
+  for (; at + 16 <= bytes.size(); at += 16) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes.data() + at));
+    // A byte from 0x80 has its top bit set; a NUL equals zero.
+    if (_mm_movemask_epi8(_mm_or_si128(v, _mm_cmpeq_epi8(v, _mm_setzero_si128()))) != 0) {
+      return false;
+    }
+  }
+#endif
+  for (; at < bytes.size(); ++at) {
+    const auto byte = static_cast<unsigned char>(bytes[at]);
+    if (byte == 0 || byte >= 0x80) return false;
+  }
+  return true;
 }
 
 bool containsBytes(std::string_view haystack, std::string_view needle, bool ignoreAsciiCase) {

@@ -23,4 +23,8 @@ namespace orvel::internal {
 [[nodiscard]] bool containsBytes(std::string_view haystack, std::string_view needle,
                                  bool ignoreAsciiCase);
 
+// Whether every byte is ASCII and none is NUL: such bytes, read as UTF-8, are a text of one
+// UTF-16 unit a byte, the same characters at the same offsets.
+[[nodiscard]] bool isPlainAscii(std::string_view bytes);
+
 }  // namespace orvel::internal
