@@ -100,6 +100,7 @@ class AsciiLineCounter {
   [[nodiscard]] std::size_t lineAt(std::size_t position);
 
  private:
+  void countBlocksAvx2(std::size_t position);
   void countLineEndAt(std::size_t at);
 
   std::string_view _text;
