@@ -191,18 +191,23 @@ ByteAnswer SearchPrefilter::wordAnswer(const Term& term, std::string_view bytes,
     if (before == Side::kApart && after == Side::kApart) return ByteAnswer::kYes;
     unknown = unknown || (before != Side::kJoined && after != Side::kJoined);
   }
-  const bool lookalike =
-      std::any_of(term.lookalikes.begin(), term.lookalikes.end(),
-                  [bytes](const std::string& unit) { return containsBytes(bytes, unit, false); });
-  return unknown || lookalike || !whole ? ByteAnswer::kUnknown : ByteAnswer::kNo;
+  if (unknown || !whole) return ByteAnswer::kUnknown;
+  return holdsLookalike(term, bytes) ? ByteAnswer::kUnknown : ByteAnswer::kNo;
+}
+
+bool SearchPrefilter::holdsLookalike(const Term& term, std::string_view bytes) {
+  // Lookalikes are outside ASCII: plain ASCII, told faster than any of them is looked for,
+  // holds none.
+  return !term.lookalikes.empty() && !internal::isPlainAscii(bytes) &&
+         std::any_of(
+             term.lookalikes.begin(), term.lookalikes.end(),
+             [bytes](const std::string& unit) { return containsBytes(bytes, unit, false); });
 }
 
 bool SearchPrefilter::mayOccur(const Term& term, std::string_view bytes) const {
   if (containsBytes(bytes, term.bytes, !_caseSensitive)) return true;
-  const bool lookalike =
-      std::any_of(term.lookalikes.begin(), term.lookalikes.end(),
-                  [bytes](const std::string& unit) { return containsBytes(bytes, unit, false); });
-  return lookalike && (term.anchor.empty() || containsBytes(bytes, term.anchor, true));
+  return holdsLookalike(term, bytes) &&
+         (term.anchor.empty() || containsBytes(bytes, term.anchor, true));
 }
 
 bool SearchPrefilter::mayMatch(std::string_view bytes) const {

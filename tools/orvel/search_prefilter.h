@@ -74,6 +74,8 @@ class SearchPrefilter {
 
   [[nodiscard]] static std::optional<Decision> decisionOf(const QueryTerms& node,
                                                           const std::vector<std::u16string>& terms);
+  // Whether the bytes hold a unit that folds to one of the term's letters.
+  [[nodiscard]] static bool holdsLookalike(const Term& term, std::string_view bytes);
   [[nodiscard]] bool mayOccur(const Term& term, std::string_view bytes) const;
   [[nodiscard]] ByteAnswer wordAnswer(const Term& term, std::string_view bytes, bool whole) const;
   [[nodiscard]] ByteAnswer combine(const Decision& node, std::string_view bytes, bool whole) const;
