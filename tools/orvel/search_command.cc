@@ -192,7 +192,9 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
       possible = reader.atEnd();
       bytesDecide = !possible;
     }
-    if (listing && query.monotone && prefixMatches(reader, query, prefilter)) {
+    // Where the bytes decide, a prefix they left open is not tried again decoded: the whole
+    // file is decided on next.
+    if (listing && query.monotone && !bytesDecide && prefixMatches(reader, query, prefilter)) {
       result.matched = true;
       result.bytesRead = reader.readAtLeast(0).size();
       return result;
