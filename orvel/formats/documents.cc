@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "orvel/base/file_bytes.h"
+#include "orvel/base/file_extension.h"
 #include "orvel/base/utf8.h"
 #include "orvel/formats/markdown_files.h"
 #include "orvel/markup/html_to_text.h"
@@ -27,8 +28,7 @@ std::string_view withoutByteOrderMark(std::string_view bytes) {
 }
 
 // Saved web pages. Server-script types (php, asp, ...) found in a folder are source code.
-const std::string_view kHtmlExtensions[] = {".html",  ".htm",  ".xhtml", ".xht",
-                                            ".shtml", ".shtm", ".xhtm"};
+const std::string_view kHtmlExtensions[] = {"html", "htm", "xhtml", "xht", "shtml", "shtm", "xhtm"};
 
 // Markup from its first bytes: a document type, an html, head or body tag, or an XML
 // declaration followed soon by one of those (XHTML).
@@ -115,11 +115,14 @@ std::u16string decodeDocumentText(std::string_view bytes) {
 DocumentKind documentKind(const std::filesystem::path& path, std::string_view firstBytes) {
   if (isTextBundleFile(path)) return DocumentKind::kTextBundle;
   if (opensFeed(firstBytes)) return DocumentKind::kFeed;
-  std::string extension = path.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  if (std::find(std::begin(kHtmlExtensions), std::end(kHtmlExtensions), extension) !=
-      std::end(kHtmlExtensions)) {
+  const std::string_view extension = fileExtension(path);
+  const auto sameNoCase = [extension](std::string_view name) {
+    return name.size() == extension.size() &&
+           std::equal(name.begin(), name.end(), extension.begin(), [](char a, char b) {
+             return a == std::tolower(static_cast<unsigned char>(b));
+           });
+  };
+  if (std::any_of(std::begin(kHtmlExtensions), std::end(kHtmlExtensions), sameNoCase)) {
     return DocumentKind::kHtml;
   }
   if (isMarkDownFile(path)) return DocumentKind::kMarkdown;
@@ -152,7 +155,7 @@ std::string documentKindList() {
     markdown += " ." + utf16ToUtf8(MarkDownFileTypes()[k]);
   }
   std::string html;
-  for (const std::string_view extension : kHtmlExtensions) html += " " + std::string(extension);
+  for (const std::string_view extension : kHtmlExtensions) html += " ." + std::string(extension);
   return "text: any other file that is UTF-8 text\n"
          "markdown:" +
          markdown +

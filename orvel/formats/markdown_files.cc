@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "orvel/base/file_bytes.h"
+#include "orvel/base/file_extension.h"
 #include "orvel/base/utf8.h"
 #include "orvel/formats/file_operations.h"
 #include "orvel/text/encoding_converters.h"
@@ -29,12 +30,6 @@ bool beginsWithNoCase(std::string_view text, std::string_view prefix) {
   return text.size() >= prefix.size() &&
          std::equal(prefix.begin(), prefix.end(), text.begin(),
                     [](char x, char y) { return std::tolower(x) == std::tolower(y); });
-}
-
-std::u16string extensionOf(const fs::path& path) {
-  std::string extension = path.extension().string();
-  if (!extension.empty()) extension.erase(0, 1);
-  return utf8ToUtf16Lenient(extension);
 }
 
 // The folder's entries, sorted by name (listings come in no particular order).
@@ -132,7 +127,7 @@ bool isMarkDownExtension(std::optional<std::u16string_view> extension,
   }
 }
 
-bool isMarkDownFile(const fs::path& path) { return isMarkDownExtension(extensionOf(path)); }
+bool isMarkDownFile(const fs::path& path) { return isMarkDownExtension(fileExtensionUnits(path)); }
 
 const std::vector<std::u16string>& TextBundleFileTypes() {
   static const std::vector<std::u16string> types = {u"textbundle", u"TEXTBUNDLE", u"textpack",
@@ -146,7 +141,9 @@ bool isTextBundleExtension(std::optional<std::u16string_view> extension,
          (equalsNoCase(*extension, "textbundle") || equalsNoCase(*extension, "textpack"));
 }
 
-bool isTextBundleFile(const fs::path& path) { return isTextBundleExtension(extensionOf(path)); }
+bool isTextBundleFile(const fs::path& path) {
+  return isTextBundleExtension(fileExtensionUnits(path));
+}
 
 std::optional<std::u16string> stringWithContentsOfFile(const fs::path& path,
                                                        std::optional<NSStringEncoding> encoding,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "orvel/base/file_extension.h"
 #include "orvel/text/conversion_tables.h"
 
 namespace orvel {
@@ -36,11 +37,6 @@ constexpr std::initializer_list<std::u16string_view> kHTMLNames = {
     u"html", u"htm",  u"shtml", u"shtm", u"xhtml", u"xhtm", u"phtml", u"mhtml", u"jhtml",
     u"php",  u"php3", u"php4",  u"php5", u"asp",   u"aspx", u"jsp",   u"cfm",   u"cgi"};
 
-std::u16string extensionOf(const std::filesystem::path& path) {
-  const std::string extension = path.extension().string();
-  return std::u16string(extension.begin() + (extension.empty() ? 0 : 1), extension.end());
-}
-
 }  // namespace
 
 const std::vector<std::u16string>& HTMLFileTypes() {
@@ -54,7 +50,9 @@ bool isHTMLExtension(std::optional<std::u16string_view> extension) {
   return isAmong(cut, kHTMLNames);
 }
 
-bool isHTMLFile(const std::filesystem::path& path) { return isHTMLExtension(extensionOf(path)); }
+bool isHTMLFile(const std::filesystem::path& path) {
+  return isHTMLExtension(fileExtensionUnits(path));
+}
 
 const std::vector<std::u16string>& XMLFileTypes() {
   static const std::vector<std::u16string> types = [] {
@@ -76,7 +74,9 @@ bool isXMLExtension(std::optional<std::u16string_view> extension) {
                   u"SHTM", u"XSLT", u"SDEF", u"WSDL", u"IDATA", u"OOUTLINE", u"XMLOUTLINE"});
 }
 
-bool isXMLFile(const std::filesystem::path& path) { return isXMLExtension(extensionOf(path)); }
+bool isXMLFile(const std::filesystem::path& path) {
+  return isXMLExtension(fileExtensionUnits(path));
+}
 
 bool isTagOpenCharacters(const unichar* characters, Range range) {
   return characters != nullptr && range.length >= 3 && characters[range.location + 1] != u'/';
