@@ -3,12 +3,9 @@
 #include <algorithm>
 #include <iterator>
 
-#include "orvel/search/internal/byte_search.h"
-#include "orvel/search/internal/snippet_walk.h"
+#include "orvel/search/internal/byte_word_search.h"
 #include "orvel/search/query_wildcards.h"
 #include "orvel/search/separation.h"
-#include "orvel/search/separators.h"
-#include "orvel/text/conversion_tables.h"
 
 namespace orvel {
 namespace {
@@ -33,50 +30,6 @@ bool everyMatchIsAnOccurrence(const QueryTerms& node) {
          });
 }
 
-// The words as bytes when each is ASCII (lower-cased unless case-sensitive); else none.
-std::vector<std::string> asciiWordsOf(const std::vector<std::u16string>& words,
-                                      bool caseSensitive) {
-  std::vector<std::string> bytes;
-  for (const std::u16string& word : words) {
-    std::string ascii;
-    for (const char16_t unit : word) {
-      if (unit == 0 || unit >= 0x80) return {};
-      const bool upper = !caseSensitive && unit >= u'A' && unit <= u'Z';
-      ascii += static_cast<char>(upper ? unit - u'A' + u'a' : unit);
-    }
-    bytes.push_back(std::move(ascii));
-  }
-  return bytes;
-}
-
-// Whether plain ASCII bytes may be walked as their UTF-16 text would be, for these words
-// and the character sets as they are now. The walk finds each word on the bytes as a whole
-// word; the text's walk searches a word of word characters alone from where the last
-// snippet ended, at a boundary, which must then be no word character for the two to agree.
-// A caseless search compares ASCII in either case, as the upper-case table must then fold.
-bool asciiWalkHolds(const std::vector<std::string>& words) {
-  static const bool foldsAsAscii = [] {
-    const ConversionTable upper = initUpperCharsTable();
-    for (unichar c = 0; c < 0x80; ++c) {
-      const unichar expected = c >= u'a' && c <= u'z' ? c - u'a' + u'A' : c;
-      if (upper[c] != expected) return false;
-    }
-    return true;
-  }();
-  const CharacterSetRep wordCharacters = queryTermCharacters();
-  const auto isWord = [&](char c) {
-    return isMemberOfCharacterSetRep(wordCharacters, static_cast<unichar>(c));
-  };
-  for (unichar c = 1; c < 0x80; ++c) {
-    const bool boundary = isMemberOfCharacterSetRep(defaultSentenceSeparators(), c) ||
-                          isMemberOfCharacterSetRep(defaultLineSeparators(), c);
-    if (boundary && isWord(static_cast<char>(c))) return false;
-  }
-  return foldsAsAscii && std::all_of(words.begin(), words.end(), [&](const std::string& word) {
-           return !word.empty() && std::all_of(word.begin(), word.end(), isWord);
-         });
-}
-
 }  // namespace
 
 TextQuery::TextQuery(std::u16string_view query, bool caseSensitive, bool wildcard)
@@ -88,8 +41,8 @@ TextQuery::TextQuery(std::u16string_view query, bool caseSensitive, bool wildcar
       _patterns(wildcard ? _tree.plusWildcards() : std::nullopt),
       _allParts(_tree.plusParts()),
       _everyMatchIsAnOccurrence(!wildcard && everyMatchIsAnOccurrence(_tree)),
-      _asciiWords(_everyMatchIsAnOccurrence ? asciiWordsOf(_words, caseSensitive)
-                                            : std::vector<std::string>{}) {
+      _byteSearch(std::make_shared<const internal::ByteWordSearch>(
+          _everyMatchIsAnOccurrence ? _words : std::vector<std::u16string>{}, caseSensitive)) {
   initSeparatorsAndTables();
 }
 
@@ -143,29 +96,9 @@ std::optional<std::vector<OccurrencePlace>> TextQuery::matchingOccurrencePlaces(
   return places;
 }
 
-std::optional<std::vector<OccurrencePlace>> TextQuery::asciiOccurrencePlaces(
-    std::string_view bytes, bool paragraphs, bool countLines) const {
-  if (_asciiWords.empty() || !asciiWalkHolds(_asciiWords) || !internal::isPlainAscii(bytes)) {
-    return std::nullopt;
-  }
-  // Each word's next whole-word occurrence, searched again once the walk has passed it.
-  const CharacterSetRep wordCharacters = queryTermCharacters();
-  constexpr std::size_t kUnsearched = std::string_view::npos - 1;
-  std::vector<std::size_t> next(_asciiWords.size(), kUnsearched);
-  return internal::walkOccurrences<internal::AsciiLineCounter>(
-      bytes, paragraphs, countLines, [&](std::size_t position) {
-        Range found = Range::notFound();
-        for (std::size_t k = 0; k < _asciiWords.size(); ++k) {
-          if (next[k] == kUnsearched || (next[k] != std::string_view::npos && next[k] < position)) {
-            next[k] = internal::findBytes(bytes, _asciiWords[k], !_caseSensitive, position,
-                                          wordCharacters);
-          }
-          if (next[k] != std::string_view::npos && (!found.found() || next[k] < found.location)) {
-            found = Range{next[k], _asciiWords[k].size()};
-          }
-        }
-        return found;
-      });
+std::optional<std::vector<OccurrencePlace>> TextQuery::byteOccurrencePlaces(
+    std::string_view bytes, bool paragraphs, bool countLines, bool unitOffsets) const {
+  return _byteSearch->places(bytes, paragraphs, countLines, unitOffsets);
 }
 
 std::optional<std::u16string> TextQuery::snippets(std::u16string_view text,

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +15,9 @@
 #include "orvel/search/wildcard.h"
 
 namespace orvel {
+namespace internal {
+class ByteWordSearch;
+}
 
 class TextQuery {
  public:
@@ -42,13 +46,16 @@ class TextQuery {
   // twice; any other is tested first.
   [[nodiscard]] std::optional<std::vector<OccurrencePlace>> matchingOccurrencePlaces(
       std::u16string_view text, bool paragraphs = false, bool countLines = true) const;
-  // The same places for a text given as UTF-8 bytes, found on the bytes when they can be:
-  // the query is words joined by OR (as above) made of ASCII word characters, and the bytes
-  // are all ASCII and none is NUL, so that they are the UTF-16 text's characters at the
-  // same offsets. nullopt when they cannot be (the caller decodes the text); otherwise the
-  // places, empty when the text does not match.
-  [[nodiscard]] std::optional<std::vector<OccurrencePlace>> asciiOccurrencePlaces(
-      std::string_view bytes, bool paragraphs = false, bool countLines = true) const;
+  // The same places for a text given as UTF-8 bytes, found on the bytes without decoding
+  // them when they can be: the query is words joined by OR (as above) made of ASCII word
+  // characters, and the bytes are well-formed UTF-8 without NUL or byte-order mark, holding
+  // no character that folds (without case) to a letter of a word. In plain ASCII the places
+  // are exactly the decoded text's; otherwise their snippets, lines and number are, but the
+  // ranges are byte offsets, and unitOffsets refuses such bytes. nullopt when the bytes
+  // cannot be searched so (decode them); otherwise the places, empty for no match.
+  [[nodiscard]] std::optional<std::vector<OccurrencePlace>> byteOccurrencePlaces(
+      std::string_view bytes, bool paragraphs = false, bool countLines = true,
+      bool unitOffsets = true) const;
   // The snippets around the positive terms joined by the separator, at most
   // maxCharacters (0: no limit); nullopt when no term occurs.
   [[nodiscard]] std::optional<std::u16string> snippets(std::u16string_view text,
@@ -68,9 +75,7 @@ class TextQuery {
   std::optional<std::vector<std::u16string>> _patterns;
   std::vector<std::u16string> _allParts;
   bool _everyMatchIsAnOccurrence;
-  // The words, when every match is an occurrence of one and each is ASCII: lower-cased
-  // unless case-sensitive, as the byte search compares them.
-  std::vector<std::string> _asciiWords;
+  std::shared_ptr<const internal::ByteWordSearch> _byteSearch;
 };
 
 }  // namespace orvel

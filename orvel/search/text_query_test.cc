@@ -1,10 +1,13 @@
 #include "orvel/search/text_query.h"
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "orvel/base/utf8.h"
 
 namespace orvel {
 namespace {
@@ -61,54 +64,80 @@ TEST(TextQueryTest, PlacesAgreeWithOccurrencesAndMatches) {
   }
 }
 
-// Random texts of words (either case, glued to others or apart) and every kind of line end
-// and sentence end: the places found on plain ASCII bytes are those of the decoded text.
-TEST(TextQueryTest, AsciiBytesGiveThePlacesOfTheDecodedText) {
+// Random texts of words (either case, glued to others or apart, beside letters and
+// separators outside ASCII and characters outside the BMP) and every kind of line end and
+// sentence end: the places found on the bytes are those of the decoded text, the same
+// ranges in plain ASCII, and otherwise the same snippets and lines.
+TEST(TextQueryTest, BytesGiveThePlacesOfTheDecodedText) {
   std::mt19937 random(23);
-  const std::vector<std::string> vocabulary = {"the", "The",    "import", "imports", "IMPORT",
-                                               "x",   "thread", "_the",   "a",       "socket2"};
-  const std::vector<std::string> gaps = {" ",  ". ", "\n", "\r\n", "\r",   "\f",
-                                         "\t", "-",  "",   "! ",   "\x03", "; "};
+  const std::vector<std::string> ascii = {"the", "The",    "import", "imports", "IMPORT",
+                                          "x",   "thread", "_the",   "a",       "socket2"};
+  const std::vector<std::string> other = {"caf\xC3\xA9", "\xD0\xB4\xD0\xBE\xD0\xBC",
+                                          "\xF0\x9D\x84\x9E", "na\xC3\xAFve"};
+  const std::vector<std::string> gaps = {
+      " ", ". ", "\n",   "\r\n", "\r",           "\f",           "\t",      "-",
+      "",  "! ", "\x03", "; ",   "\xE2\x80\xA8", "\xE2\x80\x94", "\xC2\xA0"};
   const std::vector<std::u16string> queries = {u"the", u"import OR x", u"THE OR socket2 OR a",
                                                u"thread"};
-  for (int round = 0; round < 400; ++round) {
+  for (int round = 0; round < 600; ++round) {
+    const bool asciiOnly = round % 2 == 0;
     std::string bytes;
     for (int w = 0; w < 5 + static_cast<int>(random() % 60); ++w) {
-      bytes += vocabulary[random() % vocabulary.size()] + gaps[random() % gaps.size()];
+      const bool otherWord = !asciiOnly && random() % 4 == 0;
+      bytes += otherWord ? other[random() % other.size()] : ascii[random() % ascii.size()];
+      bytes += gaps[random() % (asciiOnly ? 12 : gaps.size())];
     }
+    const bool plain = std::all_of(bytes.begin(), bytes.end(), [](char c) { return c > 0; });
     const TextQuery query(queries[random() % queries.size()], random() % 4 == 0);
-    const std::u16string text(bytes.begin(), bytes.end());
+    const std::u16string text = utf8ToUtf16Lenient(bytes);
     const bool paragraphs = random() % 2 == 0;
     const auto expected = query.matchingOccurrencePlaces(text, paragraphs);
     SCOPED_TRACE(bytes);
+    EXPECT_EQ(query.byteOccurrencePlaces(bytes, paragraphs, true, true).has_value(), plain);
     for (const bool countLines : {true, false}) {
-      const auto found = query.asciiOccurrencePlaces(bytes, paragraphs, countLines);
+      const auto found = query.byteOccurrencePlaces(bytes, paragraphs, countLines, false);
       ASSERT_TRUE(found.has_value());
       ASSERT_EQ(found->size(), expected ? expected->size() : 0);
       for (std::size_t k = 0; k < found->size(); ++k) {
-        EXPECT_EQ((*found)[k].range, (*expected)[k].range) << k;
+        const Range range = (*found)[k].range, wanted = (*expected)[k].range;
+        if (plain) {
+          EXPECT_EQ(range, wanted) << k;
+        }
+        EXPECT_EQ(bytes.substr(range.location, range.length),
+                  utf16ToUtf8(std::u16string_view(text).substr(wanted.location, wanted.length)))
+            << k;
         EXPECT_EQ((*found)[k].line, countLines ? (*expected)[k].line : 0) << k;
       }
     }
   }
 }
 
-// Only words joined by OR, of ASCII word characters, in bytes that are all ASCII and hold no
-// NUL are searched on the bytes.
-TEST(TextQueryTest, AsciiBytesAreSearchedOnlyWhenTheyCanBe) {
+// Only words joined by OR, of ASCII word characters, in well-formed UTF-8 without NUL,
+// byte-order mark or a lookalike of a letter of theirs, are searched on the bytes; JSON's
+// offsets in units only in plain ASCII.
+TEST(TextQueryTest, BytesAreSearchedOnlyWhenTheyCanBe) {
   const std::string plain = "The end of the text, and more than sixteen bytes of it.";
   for (const char16_t* query : {u"the", u"asyncio OR socket OR thread", u"Zebra"}) {
-    EXPECT_TRUE(TextQuery(query).asciiOccurrencePlaces(plain));
+    EXPECT_TRUE(TextQuery(query).byteOccurrencePlaces(plain));
   }
   for (const char16_t* query : {u"a AND b", u"a -b", u"\"for example\"", u"a NEAR/5 b", u"*arbo*",
                                 u"caf\u00e9", u"a OR (b AND c)", u"c++"}) {
-    EXPECT_FALSE(TextQuery(query).asciiOccurrencePlaces(plain));
+    EXPECT_FALSE(TextQuery(query).byteOccurrencePlaces(plain));
   }
-  EXPECT_FALSE(TextQuery(u"qu?y", false, true).asciiOccurrencePlaces(plain));
-  const TextQuery the(u"the");
-  EXPECT_FALSE(the.asciiOccurrencePlaces(plain + "caf\xC3\xA9"));
-  EXPECT_FALSE(the.asciiOccurrencePlaces(plain + std::string(1, '\0') + "the"));
-  EXPECT_TRUE(the.asciiOccurrencePlaces("no match here")->empty());
+  EXPECT_FALSE(TextQuery(u"qu?y", false, true).byteOccurrencePlaces(plain));
+  const TextQuery the(u"the"), list(u"list");
+  const std::string cafe = plain + " caf\xC3\xA9";
+  EXPECT_FALSE(the.byteOccurrencePlaces(cafe));
+  EXPECT_EQ(the.byteOccurrencePlaces(cafe, false, true, false)->size(), 1u);
+  for (const std::string& refused :
+       {plain + "\xC3", plain + std::string(1, '\0') + "the", "\xEF\xBB\xBF" + plain}) {
+    EXPECT_FALSE(the.byteOccurrencePlaces(refused, false, true, false));
+  }
+  // A dotless i folds to I: "l\u0131st" is "list" without case, and so is left to the text.
+  EXPECT_FALSE(list.byteOccurrencePlaces("a l\xC4\xB1st", false, true, false));
+  EXPECT_TRUE(the.byteOccurrencePlaces("a l\xC4\xB1st", false, true, false));
+  EXPECT_TRUE(TextQuery(u"list", true).byteOccurrencePlaces("a l\xC4\xB1st", false, true, false));
+  EXPECT_TRUE(the.byteOccurrencePlaces("no match here")->empty());
 }
 
 TEST(TextQueryTest, CaseAndWildcardsDecideHowTermsCompare) {

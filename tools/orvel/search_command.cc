@@ -14,6 +14,7 @@
 #include "orvel/base/utf8.h"
 #include "orvel/dsstore/ds_store.h"
 #include "orvel/formats/markdown_files.h"
+#include "orvel/search/internal/utf8_units.h"
 #include "orvel/search/query_evaluation.h"
 #include "orvel/search/query_occurrences.h"
 #include "orvel/search/query_terms.h"
@@ -87,9 +88,9 @@ struct FileResult {
   // searching thread has written what the file prints.
   std::vector<OccurrencePlace> places;
   std::u16string text;
-  // Or, for a file of plain ASCII searched on its bytes, those bytes: in the thread's read
-  // buffer, which the thread reads no other file into before the output is made.
-  std::string_view asciiText;
+  // Or, for a file searched on its UTF-8 bytes, those bytes: in the thread's read buffer,
+  // which the thread reads no other file into before the output is made.
+  std::string_view utf8Text;
   std::string output;  // what a matching file prints
 };
 
@@ -213,13 +214,15 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
       if (!prefilter.mayMatch(bytes)) return result;
       possible = true;
     }
-    // A file of plain ASCII is searched on its bytes when the query allows it.
+    // A file is searched on its bytes when the query and the bytes allow it (JSON ranges
+    // count UTF-16 units: then only in plain ASCII).
     const bool countOnly = options.count && !options.json;
     if (shortcuts && !options.filesWithMatches) {
-      if (auto places = query.asciiOccurrencePlaces(bytes, options.paragraphs, !countOnly)) {
+      if (auto places =
+              query.byteOccurrencePlaces(bytes, options.paragraphs, !countOnly, options.json)) {
         // Found on the bytes, a text matches when its words occur.
         if (!places->empty()) keepPlaces(std::move(*places), countOnly, result);
-        result.asciiText = bytes;
+        result.utf8Text = bytes;
         return result;
       }
     }
@@ -258,39 +261,47 @@ std::u16string_view snippetOf(const FileResult& result, const OccurrencePlace& p
   return std::u16string_view(result.text).substr(place.range.location, place.range.length);
 }
 
-// A snippet of a file searched on its ASCII bytes, appended as appendSnippetLine appends
-// the text's: the bytes are the characters.
-void appendAsciiSnippetLine(std::string& out, std::string_view snippet, std::size_t characters) {
+// A snippet of a file searched on its bytes, appended as appendSnippetLine appends the
+// decoded text's: the bytes are its characters' UTF-8, a line end or tab becoming a space.
+void appendUtf8SnippetLine(std::string& out, std::string_view snippet, std::size_t characters) {
   if (characters > 0) {
-    appendSnippetLine(out, std::u16string(snippet.begin(), snippet.end()), characters);
+    appendSnippetLine(out, utf8ToUtf16Lenient(snippet), characters);
     return;
   }
   static const CharacterSetRep lineSeparators = defaultLineSeparators();
-  const std::size_t start = out.size();
-  out += snippet;
-  for (std::size_t k = start; k < out.size(); ++k) {
-    const auto unit = static_cast<unichar>(out[k]);
-    if (unit < 0x20 && (unit == u'\t' || isMemberOfCharacterSetRep(lineSeparators, unit))) {
-      out[k] = ' ';
+  // Printable ASCII is copied in runs; only other characters are looked at one by one.
+  const auto printable = [](char c) { return c >= 0x20 && c < 0x7F; };
+  for (std::size_t k = 0; k < snippet.size();) {
+    const std::size_t run = k;
+    while (k < snippet.size() && printable(snippet[k])) ++k;
+    out.append(snippet, run, k - run);
+    if (k == snippet.size()) break;
+    const std::size_t length = internal::utf8Length(snippet[k]);
+    const unichar unit = internal::firstUnitAt(snippet, k);
+    if (unit == u'\t' || isMemberOfCharacterSetRep(lineSeparators, unit)) {
+      out += ' ';
+    } else {
+      out.append(snippet, k, length);
     }
+    k += length;
   }
 }
 
 // The snippet at a place as UTF-8, and appended on one line.
 std::string snippetUtf8(const FileResult& result, const OccurrencePlace& place) {
-  if (!result.asciiText.empty()) {
-    return std::string(result.asciiText.substr(place.range.location, place.range.length));
+  if (!result.utf8Text.empty()) {
+    return std::string(result.utf8Text.substr(place.range.location, place.range.length));
   }
   return utf16ToUtf8(snippetOf(result, place));
 }
 
 void appendSnippetLineAt(std::string& out, const FileResult& result, const OccurrencePlace& place,
                          std::size_t characters) {
-  if (result.asciiText.empty()) {
+  if (result.utf8Text.empty()) {
     appendSnippetLine(out, snippetOf(result, place), characters);
   } else {
-    appendAsciiSnippetLine(out, result.asciiText.substr(place.range.location, place.range.length),
-                           characters);
+    appendUtf8SnippetLine(out, result.utf8Text.substr(place.range.location, place.range.length),
+                          characters);
   }
 }
 

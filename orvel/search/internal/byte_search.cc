@@ -11,6 +11,7 @@
 #endif
 
 #include "orvel/search/internal/rare_units.h"
+#include "orvel/search/internal/utf8_units.h"
 
 namespace orvel::internal {
 namespace {
@@ -28,7 +29,7 @@ bool equalAt(const char* text, std::string_view needle, bool ignoreCase) {
 }
 
 // What findBytes looks for: the needle at a start position, and there as a whole word when
-// asked (its neighbours, taken as ASCII units, no members of wholeWordsOf).
+// asked (the UTF-16 units beside it, read from the UTF-8, no members of wholeWordsOf).
 struct ByteMatch {
   std::string_view haystack;
   std::string_view needle;
@@ -38,11 +39,11 @@ struct ByteMatch {
   [[nodiscard]] bool at(std::size_t start) const {
     if (!equalAt(haystack.data() + start, needle, ignoreCase)) return false;
     if (wholeWordsOf == nullptr) return true;
-    const auto isWord = [this](std::size_t k) {
-      return isMemberOfCharacterSetRep(wholeWordsOf, static_cast<unsigned char>(haystack[k]));
-    };
     const std::size_t end = start + needle.size();
-    return (start == 0 || !isWord(start - 1)) && (end == haystack.size() || !isWord(end));
+    return (start == 0 ||
+            !isMemberOfCharacterSetRep(wholeWordsOf, lastUnitBefore(haystack, start))) &&
+           (end == haystack.size() ||
+            !isMemberOfCharacterSetRep(wholeWordsOf, firstUnitAt(haystack, end)));
   }
 };
 

@@ -13,8 +13,8 @@ namespace orvel::internal {
 
 // Where `needle` first occurs in `haystack` at or after `from`, or npos. With
 // ignoreAsciiCase the needle is lower case and the haystack's ASCII letters are compared in
-// either case. With wholeWordsOf, only an occurrence whose neighbours (bytes taken as ASCII
-// units; the haystack's edges count as none) are no members of it.
+// either case. With wholeWordsOf, only an occurrence whose neighbours (the UTF-16 units
+// beside it, the haystack read as UTF-8; its edges count as none) are no members of it.
 [[nodiscard]] std::size_t findBytes(std::string_view haystack, std::string_view needle,
                                     bool ignoreAsciiCase, std::size_t from = 0,
                                     CharacterSetRep wholeWordsOf = nullptr);

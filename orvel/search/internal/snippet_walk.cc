@@ -63,31 +63,33 @@ std::size_t BoundaryScan::startAfterPrevious(std::u16string_view text, std::size
   return before;
 }
 
-std::size_t BoundaryScan::next(std::string_view ascii, std::size_t from) const {
+std::size_t BoundaryScan::next(std::string_view utf8, std::size_t from) const {
 #if defined(__SSE2__)
-  for (; _blocks && from + 16 <= ascii.size(); from += 16) {
-    for (unsigned bits = candidates(ascii.data() + from); bits != 0; bits &= bits - 1) {
+  for (; _blocks && from + 16 <= utf8.size(); from += 16) {
+    for (unsigned bits = candidates(utf8.data() + from); bits != 0; bits &= bits - 1) {
       const std::size_t at = from + static_cast<std::size_t>(__builtin_ctz(bits));
-      if (isMember(static_cast<unichar>(ascii[at]))) return at;
+      if (startsMember(utf8, at)) return at;
     }
   }
 #endif
-  while (from < ascii.size() && !isMember(static_cast<unichar>(ascii[from]))) ++from;
+  while (from < utf8.size() && !startsMember(utf8, from)) ++from;
   return from;
 }
 
-std::size_t BoundaryScan::startAfterPrevious(std::string_view ascii, std::size_t before) const {
+std::size_t BoundaryScan::startAfterPrevious(std::string_view utf8, std::size_t before) const {
+  // A member's character ends where its lead byte and length say.
+  const auto after = [&utf8](std::size_t at) { return at + utf8Length(utf8[at]); };
 #if defined(__SSE2__)
   for (; _blocks && before >= 16; before -= 16) {
-    for (unsigned bits = candidates(ascii.data() + before - 16); bits != 0;
+    for (unsigned bits = candidates(utf8.data() + before - 16); bits != 0;
          bits &= ~(1u << (31 - __builtin_clz(bits)))) {
       const std::size_t at = before - 16 + static_cast<std::size_t>(31 - __builtin_clz(bits));
-      if (isMember(static_cast<unichar>(ascii[at]))) return at + 1;
+      if (startsMember(utf8, at)) return after(at);
     }
   }
 #endif
-  while (before > 0 && !isMember(static_cast<unichar>(ascii[before - 1]))) --before;
-  return before;
+  while (before > 0 && !startsMember(utf8, before - 1)) --before;
+  return before > 0 ? after(before - 1) : 0;
 }
 
 #if defined(__SSE2__)
@@ -203,9 +205,10 @@ void LineCounter::countBlocksAvx2(std::size_t) {}
 
 void LineCounter::countLineEndAt(std::size_t at) { _line += endsLineAt(_text, at, _lines) ? 1 : 0; }
 
-std::size_t AsciiLineCounter::lineAt(std::size_t position) {
-  // Blocks of bytes at a time: plain ASCII ends lines only with control bytes, and a block
-  // whose only control bytes are LFs, after no CR, is counted at once.
+std::size_t Utf8LineCounter::lineAt(std::size_t position) {
+  // Blocks of bytes at a time: in ASCII only control bytes end lines, and a block whose only
+  // control bytes are LFs, after no CR, is counted at once; a byte from 0x80 is a candidate
+  // like a control byte (as a signed byte it is below 0x20), its character looked up.
 #if defined(__x86_64__)
   if (printableEndsNoLines() && kHaveAvx2) countBlocksAvx2(position);
 #endif
@@ -234,13 +237,12 @@ std::size_t AsciiLineCounter::lineAt(std::size_t position) {
 
 #if defined(__x86_64__)
 // The AVX2 form of the loop above, 32 bytes at a time.
-__attribute__((target("avx2,popcnt"))) void AsciiLineCounter::countBlocksAvx2(
-    std::size_t position) {
+__attribute__((target("avx2,popcnt"))) void Utf8LineCounter::countBlocksAvx2(std::size_t position) {
   static const bool lfEndsLines = isMemberOfCharacterSetRep(defaultLineSeparators(), u'\n');
   for (; _position + 32 <= position; _position += 32) {
     const __m256i v =
         _mm256_loadu_si256(reinterpret_cast<const __m256i*>(_text.data() + _position));
-    // As signed bytes none of plain ASCII is negative: below 0x20 is a control byte.
+    // As signed bytes those from 0x80 are negative: below 0x20 with the control bytes.
     auto controls =
         static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpgt_epi8(_mm256_set1_epi8(0x20), v)));
     if (controls == 0) continue;
@@ -257,11 +259,15 @@ __attribute__((target("avx2,popcnt"))) void AsciiLineCounter::countBlocksAvx2(
   }
 }
 #else
-void AsciiLineCounter::countBlocksAvx2(std::size_t) {}
+void Utf8LineCounter::countBlocksAvx2(std::size_t) {}
 #endif
 
-void AsciiLineCounter::countLineEndAt(std::size_t at) {
-  _line += endsLineAt(_text, at, _lines) ? 1 : 0;
+void Utf8LineCounter::countLineEndAt(std::size_t at) {
+  if (static_cast<unsigned char>(_text[at]) < 0x80) {
+    _line += endsLineAt(_text, at, _lines) ? 1 : 0;
+  } else if (!isUtf8Continuation(_text[at])) {
+    _line += isMemberOfCharacterSetRep(_lines, firstUnitAt(_text, at)) ? 1 : 0;
+  }
 }
 
 }  // namespace orvel::internal

@@ -1,7 +1,8 @@
 // The pieces of the occurrence walk that read the text around each occurrence: where the
 // sentence or line holding it begins and ends (its snippet), and on which line it starts.
-// Each reads UTF-16 text, and the bytes of plain ASCII text (every byte from 1 to 0x7F),
-// which are the same characters at the same offsets.
+// Each reads UTF-16 text, and well-formed UTF-8 bytes (as std::string_view), whose
+// characters it reads in place; in plain ASCII those are the text's units at the same
+// offsets.
 //
 // A snippet reaches from the first word character after the boundary before the occurrence
 // to the last word character before the boundary after it. Lines are counted by line
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "orvel/base/range.h"
+#include "orvel/search/internal/utf8_units.h"
 #include "orvel/search/query_evaluation.h"
 #include "orvel/search/query_occurrences.h"
 #include "orvel/search/separators.h"
@@ -33,13 +35,17 @@ class BoundaryScan {
 
   // The first member at or after `from`, or the text's end.
   [[nodiscard]] std::size_t next(std::u16string_view text, std::size_t from) const;
-  [[nodiscard]] std::size_t next(std::string_view ascii, std::size_t from) const;
+  [[nodiscard]] std::size_t next(std::string_view utf8, std::size_t from) const;
   // Where the text after the last member before `before` starts (0 when there is none).
   [[nodiscard]] std::size_t startAfterPrevious(std::u16string_view text, std::size_t before) const;
-  [[nodiscard]] std::size_t startAfterPrevious(std::string_view ascii, std::size_t before) const;
+  [[nodiscard]] std::size_t startAfterPrevious(std::string_view utf8, std::size_t before) const;
 
  private:
   [[nodiscard]] bool isMember(unichar c) const { return isMemberOfCharacterSetRep(_set, c); }
+  // Whether the character starting at `at` is a member (a continuation byte starts none).
+  [[nodiscard]] bool startsMember(std::string_view utf8, std::size_t at) const {
+    return !isUtf8Continuation(utf8[at]) && isMember(firstUnitAt(utf8, at));
+  }
   [[nodiscard]] unsigned candidates(const unichar* units) const;  // two bits a unit, AVX2
   [[nodiscard]] unsigned candidates(const char* bytes) const;     // a bit a byte, SSE2
   [[nodiscard]] std::size_t nextInBlocks(std::u16string_view text, std::size_t from) const;
@@ -61,19 +67,42 @@ struct Snippet {
   std::size_t resume;  // where the forward walk stopped: the boundary after, or the end
 };
 
+// Reading units from either kind of text: the unit at or before a position, and how far
+// the character holding it reaches. A character outside the BMP is two units in UTF-16 and
+// one character in UTF-8; neither of its surrogates is a word character.
+[[nodiscard]] inline unichar unitAfter(std::u16string_view text, std::size_t i) { return text[i]; }
+[[nodiscard]] inline std::size_t stepAfter(std::u16string_view, std::size_t) { return 1; }
+[[nodiscard]] inline unichar unitBefore(std::u16string_view text, std::size_t i) {
+  return text[i - 1];
+}
+[[nodiscard]] inline std::size_t stepBefore(std::u16string_view, std::size_t) { return 1; }
+[[nodiscard]] inline unichar unitAfter(std::string_view utf8, std::size_t i) {
+  return firstUnitAt(utf8, i);
+}
+[[nodiscard]] inline std::size_t stepAfter(std::string_view utf8, std::size_t i) {
+  return utf8Length(utf8[i]);
+}
+[[nodiscard]] inline unichar unitBefore(std::string_view utf8, std::size_t i) {
+  return lastUnitBefore(utf8, i);
+}
+[[nodiscard]] inline std::size_t stepBefore(std::string_view utf8, std::size_t i) {
+  return i - characterStartBefore(utf8, i);
+}
+
 // The boundaries are found first; the word characters within them are looked for from the
-// ends inwards, which only passes over the few units between a boundary and a word.
+// ends inwards, which only passes over the few characters between a boundary and a word.
 template <typename Text>
 [[nodiscard]] Snippet snippetAround(Text text, Range occurrence, CharacterSetRep words,
                                     const BoundaryScan& boundaries) {
-  const auto isWord = [&](std::size_t i) {
-    return isMemberOfCharacterSetRep(words, static_cast<unichar>(text[i]));
-  };
   std::size_t start = boundaries.startAfterPrevious(text, occurrence.location);
-  while (start < occurrence.location && !isWord(start)) ++start;
+  while (start < occurrence.location && !isMemberOfCharacterSetRep(words, unitAfter(text, start))) {
+    start += stepAfter(text, start);
+  }
   const std::size_t boundary = boundaries.next(text, occurrence.end());
   std::size_t end = boundary;
-  while (end > occurrence.end() && !isWord(end - 1)) --end;
+  while (end > occurrence.end() && !isMemberOfCharacterSetRep(words, unitBefore(text, end))) {
+    end -= stepBefore(text, end);
+  }
   return Snippet{Range{start, end - start}, boundary};
 }
 
@@ -94,9 +123,9 @@ class LineCounter {
   std::size_t _line = 0;
 };
 
-class AsciiLineCounter {
+class Utf8LineCounter {
  public:
-  explicit AsciiLineCounter(std::string_view ascii) : _text(ascii) {}
+  explicit Utf8LineCounter(std::string_view utf8) : _text(utf8) {}
   [[nodiscard]] std::size_t lineAt(std::size_t position);
 
  private:

@@ -1,0 +1,122 @@
+#include "orvel/search/internal/byte_word_search.h"
+
+#include <algorithm>
+
+#include "orvel/base/utf8.h"
+#include "orvel/search/internal/byte_search.h"
+#include "orvel/search/internal/snippet_walk.h"
+#include "orvel/search/query_evaluation.h"
+#include "orvel/search/separators.h"
+#include "orvel/text/conversion_tables.h"
+
+namespace orvel::internal {
+namespace {
+
+char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+// The words as bytes when each is ASCII (lower-cased unless case-sensitive); else none.
+std::vector<std::string> asciiWordsOf(const std::vector<std::u16string>& words,
+                                      bool caseSensitive) {
+  std::vector<std::string> bytes;
+  for (const std::u16string& word : words) {
+    std::string ascii;
+    for (const char16_t unit : word) {
+      if (unit == 0 || unit >= 0x80) return {};
+      const auto c = static_cast<char>(unit);
+      ascii += caseSensitive ? c : lowerAscii(c);
+    }
+    bytes.push_back(std::move(ascii));
+  }
+  return bytes;
+}
+
+// Whether the bytes may be walked as their UTF-16 text would be, for these words and word
+// characters. The walk finds each word on the bytes as a whole word, where the text's walk
+// searches a word of word characters alone from where the last snippet ended: at a
+// boundary, which must then be no word character for the two to agree. Characters outside
+// the BMP are read whole: neither surrogate may be a word character or a boundary. A
+// caseless search compares ASCII in either case, as the upper-case table must fold it.
+bool byteWalkHolds(const std::vector<std::string>& words, CharacterSetRep wordCharacters) {
+  const ConversionTable upper = initUpperCharsTable();
+  for (unichar c = 0; c < 0x80; ++c) {
+    const unichar expected = c >= u'a' && c <= u'z' ? static_cast<unichar>(c - u'a' + u'A') : c;
+    if (upper[c] != expected) return false;
+  }
+  for (std::uint32_t unit = 1; unit < 0x10000; ++unit) {
+    const auto c = static_cast<unichar>(unit);
+    const bool word = isMemberOfCharacterSetRep(wordCharacters, c);
+    const bool boundary = isMemberOfCharacterSetRep(defaultSentenceSeparators(), c) ||
+                          isMemberOfCharacterSetRep(defaultLineSeparators(), c);
+    const bool surrogate = unit >= 0xD800 && unit < 0xE000;
+    if ((boundary && word) || (surrogate && (word || boundary))) return false;
+  }
+  return std::all_of(words.begin(), words.end(), [&](const std::string& word) {
+    return !word.empty() && std::all_of(word.begin(), word.end(), [&](char c) {
+      return isMemberOfCharacterSetRep(wordCharacters, static_cast<unichar>(c));
+    });
+  });
+}
+
+// UTF-8 of the characters outside ASCII that the upper-case table folds to a letter of the
+// words (U+0131 to I, U+017F to S): a caseless search of the text would find the words
+// spelt with them, which the byte search does not.
+std::vector<std::string> lookalikesOf(const std::vector<std::string>& words) {
+  const ConversionTable upper = initUpperCharsTable();
+  std::vector<std::string> lookalikes;
+  for (std::uint32_t unit = 0x80; unit < 0x10000; ++unit) {
+    if ((unit >= 0xD800 && unit < 0xE000) || upper[unit] >= 0x80) continue;
+    const char letter = lowerAscii(static_cast<char>(upper[unit]));
+    if (std::any_of(words.begin(), words.end(), [letter](const std::string& word) {
+          return word.find(letter) != std::string::npos;
+        })) {
+      lookalikes.push_back(utf16ToUtf8(std::u16string(1, static_cast<char16_t>(unit))));
+    }
+  }
+  return lookalikes;
+}
+
+}  // namespace
+
+ByteWordSearch::ByteWordSearch(const std::vector<std::u16string>& words, bool caseSensitive)
+    : _words(asciiWordsOf(words, caseSensitive)), _caseSensitive(caseSensitive) {
+  if (_words.empty()) return;
+  _wordCharacters = queryTermCharacters();
+  if (!byteWalkHolds(_words, _wordCharacters)) {
+    _words.clear();
+    return;
+  }
+  if (!caseSensitive) _lookalikes = lookalikesOf(_words);
+}
+
+bool ByteWordSearch::searchable(std::string_view bytes, bool unitOffsets) const {
+  if (_words.empty() || queryTermCharacters() != _wordCharacters) return false;
+  if (isPlainAscii(bytes)) return true;
+  return !unitOffsets && isValidUtf8(bytes) && bytes.find('\0') == std::string_view::npos &&
+         !bytes.starts_with("\xEF\xBB\xBF") &&
+         std::none_of(_lookalikes.begin(), _lookalikes.end(), [bytes](const std::string& unit) {
+           return containsBytes(bytes, unit, false);
+         });
+}
+
+std::optional<std::vector<OccurrencePlace>> ByteWordSearch::places(std::string_view bytes,
+                                                                   bool paragraphs, bool countLines,
+                                                                   bool unitOffsets) const {
+  if (!searchable(bytes, unitOffsets)) return std::nullopt;
+  // Each word's next whole-word occurrence, searched again once the walk has passed it.
+  constexpr std::size_t kUnsearched = std::string_view::npos - 1;
+  std::vector<std::size_t> next(_words.size(), kUnsearched);
+  return walkOccurrences<Utf8LineCounter>(bytes, paragraphs, countLines, [&](std::size_t position) {
+    Range found = Range::notFound();
+    for (std::size_t k = 0; k < _words.size(); ++k) {
+      if (next[k] == kUnsearched || (next[k] != std::string_view::npos && next[k] < position)) {
+        next[k] = findBytes(bytes, _words[k], !_caseSensitive, position, _wordCharacters);
+      }
+      if (next[k] != std::string_view::npos && (!found.found() || next[k] < found.location)) {
+        found = Range{next[k], _words[k].size()};
+      }
+    }
+    return found;
+  });
+}
+
+}  // namespace orvel::internal

@@ -1,0 +1,45 @@
+// The occurrences of a query of words joined by OR found on a document's UTF-8 bytes, with
+// no decoding: each word is looked for as a whole word with the byte search, and the
+// sentence or line around each occurrence, and its line, are read from the bytes in place.
+//
+// In plain ASCII the bytes are the UTF-16 text's units at the same offsets, so the places
+// are exactly those of the decoded text. In other well-formed UTF-8 the snippets, lines and
+// number of occurrences are the decoded text's too, but the ranges are byte offsets: for a
+// caller that counts occurrences or prints their snippets and lines.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orvel/search/query_occurrences.h"
+#include "orvel/text/character_sets.h"
+
+namespace orvel::internal {
+
+class ByteWordSearch {
+ public:
+  // Searches nothing unless every word is made of ASCII word characters and the character
+  // sets allow the walk (see byteWalkHolds in the source); the words as the query holds them.
+  ByteWordSearch(const std::vector<std::u16string>& words, bool caseSensitive);
+
+  // The places of the occurrences in text order, empty when there are none; nullopt when
+  // the bytes cannot be searched so (the caller decodes them): the search is inactive, the
+  // word characters changed since, or the bytes are not all ASCII and unitOffsets is asked,
+  // or are ill-formed UTF-8, hold a NUL or a byte-order mark, or (without case) a character
+  // that folds to a letter of a word.
+  [[nodiscard]] std::optional<std::vector<OccurrencePlace>> places(std::string_view bytes,
+                                                                   bool paragraphs, bool countLines,
+                                                                   bool unitOffsets) const;
+
+ private:
+  [[nodiscard]] bool searchable(std::string_view bytes, bool unitOffsets) const;
+
+  std::vector<std::string> _words;  // lower-cased unless case-sensitive
+  bool _caseSensitive;
+  CharacterSetRep _wordCharacters = nullptr;  // the word characters the walk was checked for
+  std::vector<std::string> _lookalikes;       // UTF-8 of characters folding to a letter
+};
+
+}  // namespace orvel::internal
