@@ -1,6 +1,7 @@
 #include "orvel/search/internal/byte_word_search.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "orvel/base/utf8.h"
 #include "orvel/search/internal/byte_search.h"
@@ -30,13 +31,13 @@ std::vector<std::string> asciiWordsOf(const std::vector<std::u16string>& words,
   return bytes;
 }
 
-// Whether the bytes may be walked as their UTF-16 text would be, for these words and word
-// characters. The walk finds each word on the bytes as a whole word, where the text's walk
+// Whether the character sets let bytes be walked as their UTF-16 text would be, for any
+// words. The walk finds each word on the bytes as a whole word, where the text's walk
 // searches a word of word characters alone from where the last snippet ended: at a
 // boundary, which must then be no word character for the two to agree. Characters outside
 // the BMP are read whole: neither surrogate may be a word character or a boundary. A
 // caseless search compares ASCII in either case, as the upper-case table must fold it.
-bool byteWalkHolds(const std::vector<std::string>& words, CharacterSetRep wordCharacters) {
+bool setsAllowByteWalk(CharacterSetRep wordCharacters) {
   const ConversionTable upper = initUpperCharsTable();
   for (unichar c = 0; c < 0x80; ++c) {
     const unichar expected = c >= u'a' && c <= u'z' ? static_cast<unichar>(c - u'a' + u'A') : c;
@@ -50,26 +51,47 @@ bool byteWalkHolds(const std::vector<std::string>& words, CharacterSetRep wordCh
     const bool surrogate = unit >= 0xD800 && unit < 0xE000;
     if ((boundary && word) || (surrogate && (word || boundary))) return false;
   }
-  return std::all_of(words.begin(), words.end(), [&](const std::string& word) {
-    return !word.empty() && std::all_of(word.begin(), word.end(), [&](char c) {
-      return isMemberOfCharacterSetRep(wordCharacters, static_cast<unichar>(c));
-    });
-  });
+  return true;
+}
+
+// Whether the walk holds for these words: the sets allow it, and each word is made of word
+// characters alone.
+bool byteWalkHolds(const std::vector<std::string>& words, CharacterSetRep wordCharacters) {
+  // The sets are read once per set of word characters a thread meets, not per query.
+  thread_local CharacterSetRep checked = nullptr;
+  thread_local bool allowed = false;
+  if (checked != wordCharacters) {
+    allowed = setsAllowByteWalk(wordCharacters);
+    checked = wordCharacters;
+  }
+  return allowed && std::all_of(words.begin(), words.end(), [&](const std::string& word) {
+           return !word.empty() && std::all_of(word.begin(), word.end(), [&](char c) {
+             return isMemberOfCharacterSetRep(wordCharacters, static_cast<unichar>(c));
+           });
+         });
 }
 
 // UTF-8 of the characters outside ASCII that the upper-case table folds to a letter of the
 // words (U+0131 to I, U+017F to S): a caseless search of the text would find the words
 // spelt with them, which the byte search does not.
 std::vector<std::string> lookalikesOf(const std::vector<std::string>& words) {
-  const ConversionTable upper = initUpperCharsTable();
+  // Every such character with the letter it folds to, found once.
+  static const std::vector<std::pair<char, std::string>> all = [] {
+    const ConversionTable upper = initUpperCharsTable();
+    std::vector<std::pair<char, std::string>> found;
+    for (std::uint32_t unit = 0x80; unit < 0x10000; ++unit) {
+      if ((unit >= 0xD800 && unit < 0xE000) || upper[unit] >= 0x80) continue;
+      found.emplace_back(lowerAscii(static_cast<char>(upper[unit])),
+                         utf16ToUtf8(std::u16string(1, static_cast<char16_t>(unit))));
+    }
+    return found;
+  }();
   std::vector<std::string> lookalikes;
-  for (std::uint32_t unit = 0x80; unit < 0x10000; ++unit) {
-    if ((unit >= 0xD800 && unit < 0xE000) || upper[unit] >= 0x80) continue;
-    const char letter = lowerAscii(static_cast<char>(upper[unit]));
+  for (const auto& [letter, utf8] : all) {
     if (std::any_of(words.begin(), words.end(), [letter](const std::string& word) {
           return word.find(letter) != std::string::npos;
         })) {
-      lookalikes.push_back(utf16ToUtf8(std::u16string(1, static_cast<char16_t>(unit))));
+      lookalikes.push_back(utf8);
     }
   }
   return lookalikes;
