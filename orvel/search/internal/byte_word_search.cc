@@ -87,11 +87,12 @@ std::vector<std::string> lookalikesOf(const std::vector<std::string>& words) {
     return found;
   }();
   std::vector<std::string> lookalikes;
-  for (const auto& [letter, utf8] : all) {
+  for (const auto& lookalike : all) {
+    const char letter = lookalike.first;
     if (std::any_of(words.begin(), words.end(), [letter](const std::string& word) {
           return word.find(letter) != std::string::npos;
         })) {
-      lookalikes.push_back(utf8);
+      lookalikes.push_back(lookalike.second);
     }
   }
   return lookalikes;
