@@ -27,9 +27,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       for (std::size_t k = 0; k < found->size(); ++k) {
         const orvel::Range range = (*found)[k].range, wanted = (*expected)[k].range;
         ORVEL_FUZZ_CHECK((*found)[k].line == (*expected)[k].line);
-        ORVEL_FUZZ_CHECK(bytes.substr(range.location, range.length) ==
-                         orvel::utf16ToUtf8(std::u16string_view(*text).substr(wanted.location,
-                                                                              wanted.length)));
+        ORVEL_FUZZ_CHECK(
+            bytes.substr(range.location, range.length) ==
+            orvel::utf16ToUtf8(std::u16string_view(*text).substr(wanted.location, wanted.length)));
         ORVEL_FUZZ_CHECK(!plain || range == wanted);
       }
     }
