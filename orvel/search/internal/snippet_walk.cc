@@ -11,7 +11,7 @@ namespace orvel::internal {
 namespace {
 
 #if defined(__x86_64__)
-const bool kHaveAvx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+const bool kHaveAvx2 = __builtin_cpu_supports("avx2");
 #endif
 
 // Whether printable ASCII (U+0020 to U+007F) ends no line: then only the other units need
@@ -152,116 +152,111 @@ std::size_t BoundaryScan::previousInBlocks(std::u16string_view, std::size_t befo
 }
 #endif
 
-std::size_t LineCounter::lineAt(std::size_t position) {
-#if defined(__SSE2__)
-  // Blocks of units at a time: only those outside printable ASCII are looked at.
-  const bool blocks = printableEndsNoLines();
+// Lines are counted blocks at a time: a unit can end a line only when it is no printable
+// ASCII, and a block whose only such units are LFs, after no CR, is counted at once. Only
+// the reading of blocks differs between UTF-16 (the units outside printable ASCII) and
+// UTF-8 (the control bytes and every byte from 0x80, whose character is looked up).
+template <typename Text>
+std::size_t BasicLineCounter<Text>::lineAt(std::size_t position) {
+  if (printableEndsNoLines()) {
 #if defined(__x86_64__)
-  if (blocks && kHaveAvx2) countBlocksAvx2(position);
+    if (kHaveAvx2) countBlocksAvx2(position);
 #endif
-  for (; blocks && _position + 8 <= position; _position += 8) {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_text.data() + _position));
-    // As signed 16-bit numbers, units from U+8000 are negative: both tests fail for them.
-    const __m128i printable = _mm_and_si128(_mm_cmpgt_epi16(v, _mm_set1_epi16(0x1F)),
-                                            _mm_cmplt_epi16(v, _mm_set1_epi16(0x80)));
-    // Two mask bits per unit: keep one.
-    auto others = static_cast<unsigned>(~_mm_movemask_epi8(printable)) & 0x5555u;
-    for (; others != 0; others &= others - 1) {
-      countLineEndAt(_position + static_cast<std::size_t>(__builtin_ctz(others)) / 2);
-    }
+    countBlocksSse2(position);
   }
-#endif
   for (; _position < position; ++_position) countLineEndAt(_position);
   return _line;
 }
 
-#if defined(__x86_64__)
-// Sixteen units at a time; LFs alone among printable ASCII are counted at once, since an LF
-// ends a line unless a CR comes before it.
-__attribute__((target("avx2,popcnt"))) void LineCounter::countBlocksAvx2(std::size_t position) {
+// Inlined into each block loop: a call per block would cost as much as the block.
+template <typename Text>
+__attribute__((always_inline)) inline void BasicLineCounter<Text>::countBlock(
+    std::size_t at, unsigned candidates, unsigned lf, unsigned bitsPerUnit) {
   static const bool lfEndsLines = isMemberOfCharacterSetRep(defaultLineSeparators(), u'\n');
+  if (candidates == 0) return;
+  if (bitsPerUnit == 2) {  // one bit a unit is kept
+    candidates &= 0x55555555u;
+    lf &= 0x55555555u;
+  }
+  if (lfEndsLines && candidates == lf && !(at > 0 && _text[at - 1] == '\r')) {
+    for (; lf != 0; lf &= lf - 1) ++_line;
+    return;
+  }
+  for (; candidates != 0; candidates &= candidates - 1) {
+    countLineEndAt(at + static_cast<std::size_t>(__builtin_ctz(candidates)) / bitsPerUnit);
+  }
+}
+
+#if defined(__SSE2__)
+template <>
+void LineCounter::countBlocksSse2(std::size_t position) {
+  for (; _position + 8 <= position; _position += 8) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_text.data() + _position));
+    // As signed 16-bit numbers, units from U+8000 are negative: both tests fail for them.
+    const __m128i printable = _mm_and_si128(_mm_cmpgt_epi16(v, _mm_set1_epi16(0x1F)),
+                                            _mm_cmplt_epi16(v, _mm_set1_epi16(0x80)));
+    const __m128i lf = _mm_cmpeq_epi16(v, _mm_set1_epi16(u'\n'));
+    countBlock(_position, static_cast<unsigned>(~_mm_movemask_epi8(printable)) & 0xFFFFu,
+               static_cast<unsigned>(_mm_movemask_epi8(lf)), 2);
+  }
+}
+
+template <>
+void Utf8LineCounter::countBlocksSse2(std::size_t position) {
+  for (; _position + 16 <= position; _position += 16) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_text.data() + _position));
+    // As signed bytes those from 0x80 are negative: below 0x20 with the control bytes.
+    const __m128i candidates = _mm_cmplt_epi8(v, _mm_set1_epi8(0x20));
+    const __m128i lf = _mm_cmpeq_epi8(v, _mm_set1_epi8('\n'));
+    countBlock(_position, static_cast<unsigned>(_mm_movemask_epi8(candidates)),
+               static_cast<unsigned>(_mm_movemask_epi8(lf)), 1);
+  }
+}
+#else
+template <>
+void LineCounter::countBlocksSse2(std::size_t) {}
+template <>
+void Utf8LineCounter::countBlocksSse2(std::size_t) {}
+#endif
+
+#if defined(__x86_64__)
+template <>
+__attribute__((target("avx2"))) void LineCounter::countBlocksAvx2(std::size_t position) {
   for (; _position + 16 <= position; _position += 16) {
     const __m256i v =
         _mm256_loadu_si256(reinterpret_cast<const __m256i*>(_text.data() + _position));
     const __m256i printable = _mm256_and_si256(_mm256_cmpgt_epi16(v, _mm256_set1_epi16(0x1F)),
                                                _mm256_cmpgt_epi16(_mm256_set1_epi16(0x80), v));
-    auto others = ~static_cast<unsigned>(_mm256_movemask_epi8(printable));
-    if (others == 0) continue;
-    const auto lf = static_cast<unsigned>(
-        _mm256_movemask_epi8(_mm256_cmpeq_epi16(v, _mm256_set1_epi16(u'\n'))));
-    const bool afterCr = _position > 0 && _text[_position - 1] == u'\r';
-    if (lfEndsLines && others == lf && !afterCr) {
-      _line += static_cast<std::size_t>(_mm_popcnt_u32(lf)) / 2;  // two mask bits per unit
-      continue;
-    }
-    for (others &= 0x55555555u; others != 0; others &= others - 1) {
-      countLineEndAt(_position + static_cast<std::size_t>(__builtin_ctz(others)) / 2);
-    }
+    const __m256i lf = _mm256_cmpeq_epi16(v, _mm256_set1_epi16(u'\n'));
+    countBlock(_position, ~static_cast<unsigned>(_mm256_movemask_epi8(printable)),
+               static_cast<unsigned>(_mm256_movemask_epi8(lf)), 2);
   }
 }
-#else
-void LineCounter::countBlocksAvx2(std::size_t) {}
-#endif
 
-void LineCounter::countLineEndAt(std::size_t at) { _line += endsLineAt(_text, at, _lines) ? 1 : 0; }
-
-std::size_t Utf8LineCounter::lineAt(std::size_t position) {
-  // Blocks of bytes at a time: in ASCII only control bytes end lines, and a block whose only
-  // control bytes are LFs, after no CR, is counted at once; a byte from 0x80 is a candidate
-  // like a control byte (as a signed byte it is below 0x20), its character looked up.
-#if defined(__x86_64__)
-  if (printableEndsNoLines() && kHaveAvx2) countBlocksAvx2(position);
-#endif
-#if defined(__SSE2__)
-  static const bool lfEndsLines = isMemberOfCharacterSetRep(defaultLineSeparators(), u'\n');
-  for (; printableEndsNoLines() && _position + 16 <= position; _position += 16) {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(_text.data() + _position));
-    auto controls =
-        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmplt_epi8(v, _mm_set1_epi8(0x20))));
-    if (controls == 0) continue;
-    const auto lf =
-        static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_set1_epi8('\n'))));
-    const bool afterCr = _position > 0 && _text[_position - 1] == '\r';
-    if (lfEndsLines && controls == lf && !afterCr) {
-      for (; controls != 0; controls &= controls - 1) ++_line;
-      continue;
-    }
-    for (; controls != 0; controls &= controls - 1) {
-      countLineEndAt(_position + static_cast<std::size_t>(__builtin_ctz(controls)));
-    }
-  }
-#endif
-  for (; _position < position; ++_position) countLineEndAt(_position);
-  return _line;
-}
-
-#if defined(__x86_64__)
-// The AVX2 form of the loop above, 32 bytes at a time.
-__attribute__((target("avx2,popcnt"))) void Utf8LineCounter::countBlocksAvx2(std::size_t position) {
-  static const bool lfEndsLines = isMemberOfCharacterSetRep(defaultLineSeparators(), u'\n');
+template <>
+__attribute__((target("avx2"))) void Utf8LineCounter::countBlocksAvx2(std::size_t position) {
   for (; _position + 32 <= position; _position += 32) {
     const __m256i v =
         _mm256_loadu_si256(reinterpret_cast<const __m256i*>(_text.data() + _position));
-    // As signed bytes those from 0x80 are negative: below 0x20 with the control bytes.
-    auto controls =
-        static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpgt_epi8(_mm256_set1_epi8(0x20), v)));
-    if (controls == 0) continue;
-    const auto lf =
-        static_cast<unsigned>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(v, _mm256_set1_epi8('\n'))));
-    const bool afterCr = _position > 0 && _text[_position - 1] == '\r';
-    if (lfEndsLines && controls == lf && !afterCr) {
-      _line += static_cast<std::size_t>(_mm_popcnt_u32(lf));
-      continue;
-    }
-    for (; controls != 0; controls &= controls - 1) {
-      countLineEndAt(_position + static_cast<std::size_t>(__builtin_ctz(controls)));
-    }
+    const __m256i candidates = _mm256_cmpgt_epi8(_mm256_set1_epi8(0x20), v);
+    const __m256i lf = _mm256_cmpeq_epi8(v, _mm256_set1_epi8('\n'));
+    countBlock(_position, static_cast<unsigned>(_mm256_movemask_epi8(candidates)),
+               static_cast<unsigned>(_mm256_movemask_epi8(lf)), 1);
   }
 }
 #else
+template <>
+void LineCounter::countBlocksAvx2(std::size_t) {}
+template <>
 void Utf8LineCounter::countBlocksAvx2(std::size_t) {}
 #endif
 
+template <>
+void LineCounter::countLineEndAt(std::size_t at) {
+  _line += endsLineAt(_text, at, _lines) ? 1 : 0;
+}
+
+template <>
 void Utf8LineCounter::countLineEndAt(std::size_t at) {
   if (static_cast<unsigned char>(_text[at]) < 0x80) {
     _line += endsLineAt(_text, at, _lines) ? 1 : 0;
@@ -269,5 +264,8 @@ void Utf8LineCounter::countLineEndAt(std::size_t at) {
     _line += isMemberOfCharacterSetRep(_lines, firstUnitAt(_text, at)) ? 1 : 0;
   }
 }
+
+template class BasicLineCounter<std::u16string_view>;
+template class BasicLineCounter<std::string_view>;
 
 }  // namespace orvel::internal

@@ -107,36 +107,31 @@ template <typename Text>
 }
 
 // Counts lines incrementally: the line separators between the last counted position and
-// the one asked for. Positions asked for never go back.
-class LineCounter {
+// the one asked for. Positions asked for never go back. Text is std::u16string_view or
+// std::string_view (UTF-8): LineCounter and Utf8LineCounter.
+template <typename Text>
+class BasicLineCounter {
  public:
-  explicit LineCounter(std::u16string_view text) : _text(text) {}
+  explicit BasicLineCounter(Text text) : _text(text) {}
   [[nodiscard]] std::size_t lineAt(std::size_t position);
 
  private:
+  // The blocks of units up to `position`, as wide as each instruction set reads them.
   void countBlocksAvx2(std::size_t position);
+  void countBlocksSse2(std::size_t position);
+  // One block at `at`: the units that may end a line, and its LFs, as mask bits (bitsPerUnit
+  // a unit).
+  void countBlock(std::size_t at, unsigned candidates, unsigned lf, unsigned bitsPerUnit);
   void countLineEndAt(std::size_t at);
 
-  std::u16string_view _text;
+  Text _text;
   CharacterSetRep _lines = defaultLineSeparators();
   std::size_t _position = 0;
   std::size_t _line = 0;
 };
 
-class Utf8LineCounter {
- public:
-  explicit Utf8LineCounter(std::string_view utf8) : _text(utf8) {}
-  [[nodiscard]] std::size_t lineAt(std::size_t position);
-
- private:
-  void countBlocksAvx2(std::size_t position);
-  void countLineEndAt(std::size_t at);
-
-  std::string_view _text;
-  CharacterSetRep _lines = defaultLineSeparators();
-  std::size_t _position = 0;
-  std::size_t _line = 0;
-};
+using LineCounter = BasicLineCounter<std::u16string_view>;
+using Utf8LineCounter = BasicLineCounter<std::string_view>;
 
 // The places of the occurrences that findNext(position) answers, each the first at or after
 // the position, in text order: the walk goes on after each snippet, so that a sentence (or
