@@ -36,6 +36,10 @@ case "$target" in
     [ -d ../shared/testdata/dsstore ] && seeds+=(../shared/testdata/dsstore)
     max_len=32768  # most real stores are 6 to 28 KB
     ;;
+  unpack)
+    seeds+=(orvel/formats/testdata/hostile)
+    max_len=65536  # the expanding pack is 64 KB
+    ;;
 esac
 exec "build/fuzz/fuzz/${target}_fuzzer" -max_total_time="$seconds" -timeout=10 \
   -rss_limit_mb=4096 -max_len=$max_len -print_final_stats=1 \

@@ -1,13 +1,19 @@
 #include "orvel/formats/file_operations.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+#include <deque>
 #include <memory>
+#include <mutex>
+#include <vector>
 
 #include <archive.h>
 #include <archive_entry.h>
 #include <fcntl.h>
+#include <locale.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -21,19 +27,58 @@ constexpr std::uint64_t kRatioFloor = std::uint64_t{1} << 20;  // the ratio coun
 struct ArchiveCloser {
   void operator()(archive* a) const { archive_read_free(a); }
 };
-using Archive = std::unique_ptr<archive, ArchiveCloser>;
 
-// An archive open for reading, in any format and compression libarchive knows.
-Archive openArchive(const fs::path& path, std::string& error) {
-  Archive reader(archive_read_new());
-  archive_read_support_filter_all(reader.get());
-  archive_read_support_format_all(reader.get());
-  if (archive_read_open_filename(reader.get(), path.c_str(), 64 * 1024) != ARCHIVE_OK) {
-    const char* why = archive_error_string(reader.get());
-    error = "not a readable archive" + (why != nullptr ? ": " + std::string(why) : std::string());
-    return nullptr;
+// libarchive decodes entry names into the character set of the locale, and the C locale has
+// none for a name outside ASCII (the name reads as null). So the thread reading an archive
+// takes a UTF-8 locale for as long as the archive is open, whatever the process's locale.
+class Utf8ThreadLocale {
+ public:
+  Utf8ThreadLocale() : _utf8(::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{})) {
+    if (_utf8 != locale_t{}) _previous = ::uselocale(_utf8);
   }
-  return reader;
+  ~Utf8ThreadLocale() {
+    if (_utf8 == locale_t{}) return;
+    ::uselocale(_previous);
+    ::freelocale(_utf8);
+  }
+  Utf8ThreadLocale(const Utf8ThreadLocale&) = delete;
+  Utf8ThreadLocale& operator=(const Utf8ThreadLocale&) = delete;
+
+ private:
+  locale_t _utf8;
+  locale_t _previous{};
+};
+
+// An archive open for reading, in any format and compression libarchive knows, with its
+// names in UTF-8.
+class ArchiveReader {
+ public:
+  // Check reader() for null; *error says why it is.
+  ArchiveReader(const fs::path& path, std::string& error) {
+    // libarchive converts entry times through the time zone, and glibc's first reading of
+    // the zone is not safe against another thread's: it is read once, here, before any.
+    static std::once_flag zoneRead;
+    std::call_once(zoneRead, ::tzset);
+    _reader.reset(archive_read_new());
+    archive_read_support_filter_all(_reader.get());
+    archive_read_support_format_all(_reader.get());
+    if (archive_read_open_filename(_reader.get(), path.c_str(), 64 * 1024) != ARCHIVE_OK) {
+      const char* why = archive_error_string(_reader.get());
+      error = "not a readable archive" + (why != nullptr ? ": " + std::string(why) : std::string());
+      _reader.reset();
+    }
+  }
+  [[nodiscard]] archive* reader() const { return _reader.get(); }
+
+ private:
+  Utf8ThreadLocale _locale;  // set before the reader is made, restored after it is freed
+  std::unique_ptr<archive, ArchiveCloser> _reader;
+};
+
+// An entry's path, or null for none.
+const char* entryPath(archive_entry* entry) {
+  const char* name = archive_entry_pathname_utf8(entry);
+  return name != nullptr ? name : archive_entry_pathname(entry);
 }
 
 // The entry's path as a relative path without "." or ".." components; nullopt for an
@@ -111,19 +156,69 @@ std::string writeFile(archive* reader, const fs::path& target, mode_t mode, Budg
   return failure;
 }
 
-// Whether a symbolic link at `relative` with `target` stays inside the destination.
-bool linkStaysInside(const fs::path& relative, const char* target) {
+// The components of a relative path, "." and empty ones left out.
+std::deque<std::string> componentsOf(const fs::path& path) {
+  std::deque<std::string> parts;
+  for (const fs::path& part : path) {
+    if (!part.empty() && part != ".") parts.push_back(part.string());
+  }
+  return parts;
+}
+
+// Whether a symbolic link made at `relative` with `target` leads to a place inside the
+// destination. Its text alone cannot tell: with "x -> .", "x/x/../.." climbs out though it reads
+// as staying in. So the target is followed as the kernel will follow it, component by
+// component through what the destination holds now, each link met on the way read and followed
+// in turn. ".." is refused above the destination, and after a component that does not exist
+// yet: an entry made there later (a link to ".") could make it climb anywhere. What stands
+// below a missing component only descends, through links that were themselves checked.
+bool linkStaysInside(const fs::path& destination, const fs::path& relative, const char* target) {
+  constexpr int kMaxLinksFollowed = 40;  // as the kernel's limit; a loop ends here
   if (target == nullptr || *target == '\0' || *target == '/') return false;
-  const fs::path resolved = (relative.parent_path() / target).lexically_normal();
-  return !resolved.empty() && *resolved.begin() != "..";
+  std::vector<std::string> at;  // where the walk stands: real folders below the destination
+  for (const std::string& part : componentsOf(relative.parent_path())) at.push_back(part);
+  std::deque<std::string> pending = componentsOf(target);
+  bool missing = false;
+  int followed = 0;
+  while (!pending.empty()) {
+    std::string part = std::move(pending.front());
+    pending.pop_front();
+    if (part == "..") {
+      if (at.empty() || missing) return false;
+      at.pop_back();
+      continue;
+    }
+    at.push_back(std::move(part));
+    if (missing) continue;
+    fs::path here = destination;
+    for (const std::string& name : at) here /= name;
+    struct stat info {};
+    if (::lstat(here.c_str(), &info) != 0) {
+      missing = true;
+      continue;
+    }
+    if (!S_ISLNK(info.st_mode)) continue;
+    char link[PATH_MAX];
+    const ssize_t length = ::readlink(here.c_str(), link, sizeof link);
+    if (++followed > kMaxLinksFollowed || length <= 0 || link[0] == '/' ||
+        static_cast<std::size_t>(length) == sizeof link) {
+      return false;
+    }
+    at.pop_back();
+    std::deque<std::string> inner =
+        componentsOf(std::string(link, static_cast<std::size_t>(length)));
+    pending.insert(pending.begin(), inner.begin(), inner.end());
+  }
+  return true;
 }
 
 // Unpacks one entry; empty when done, else why not.
 std::string unpackEntry(archive* reader, archive_entry* entry, const fs::path& destination,
                         Budget& budget) {
-  const auto relative = safeRelativePath(archive_entry_pathname(entry));
+  const auto relative = safeRelativePath(entryPath(entry));
   if (!relative) return "path outside the destination";
-  if (archive_entry_hardlink(entry) != nullptr) return "hard links are not unpacked";
+  if (archive_entry_hardlink(entry) != nullptr || archive_entry_hardlink_utf8(entry) != nullptr)
+    return "hard links are not unpacked";
   const fs::path target = destination / *relative;
   if (!makeParentFolders(destination, *relative)) {
     return "would be written through a symbolic link or a file";
@@ -141,8 +236,10 @@ std::string unpackEntry(archive* reader, archive_entry* entry, const fs::path& d
     }
     case AE_IFREG: return writeFile(reader, target, mode, budget);
     case AE_IFLNK: {
-      const char* link = archive_entry_symlink(entry);
-      if (!linkStaysInside(*relative, link)) return "symbolic link points outside the destination";
+      const char* link = archive_entry_symlink_utf8(entry);
+      if (link == nullptr) link = archive_entry_symlink(entry);
+      if (!linkStaysInside(destination, *relative, link))
+        return "symbolic link points outside the destination";
       return ::symlink(link, target.c_str()) == 0
                  ? ""
                  : std::string("cannot be made: ") + std::strerror(errno);
@@ -175,7 +272,8 @@ std::optional<fs::path> uniqueTemporaryDirectory() {
 bool decompressFileAtPath(const fs::path& archivePath, const fs::path& destination,
                           const UnpackLimits& limits, std::string* error) {
   std::string why;
-  const Archive reader = openArchive(archivePath, why);
+  const ArchiveReader opened(archivePath, why);
+  archive* const reader = opened.reader();
   if (reader == nullptr) return fail(error, why);
   std::error_code made;
   fs::create_directories(destination, made);
@@ -185,15 +283,15 @@ bool decompressFileAtPath(const fs::path& archivePath, const fs::path& destinati
   Budget budget{limits, sizeOf(archivePath)};
   archive_entry* entry = nullptr;
   for (;;) {
-    const int status = archive_read_next_header(reader.get(), &entry);
+    const int status = archive_read_next_header(reader, &entry);
     if (status == ARCHIVE_EOF) return true;
     if (status < ARCHIVE_WARN) {
-      const char* message = archive_error_string(reader.get());
+      const char* message = archive_error_string(reader);
       return fail(error, std::string("damaged archive: ") + (message ? message : "unreadable"));
     }
-    const std::string failure = unpackEntry(reader.get(), entry, destination, budget);
+    const std::string failure = unpackEntry(reader, entry, destination, budget);
     if (!failure.empty()) {
-      const char* name = archive_entry_pathname(entry);
+      const char* name = entryPath(entry);
       return fail(error, std::string(name != nullptr ? name : "(no name)") + ": " + failure);
     }
   }
@@ -203,18 +301,19 @@ std::optional<std::string> readArchiveEntry(const fs::path& archivePath,
                                             bool (*wanted)(const std::string& entryPath),
                                             const UnpackLimits& limits) {
   std::string why;
-  const Archive reader = openArchive(archivePath, why);
+  const ArchiveReader opened(archivePath, why);
+  archive* const reader = opened.reader();
   if (reader == nullptr) return std::nullopt;
   Budget budget{limits, sizeOf(archivePath)};
   std::optional<std::string> found;
   archive_entry* entry = nullptr;
-  while (archive_read_next_header(reader.get(), &entry) >= ARCHIVE_WARN) {
-    const char* name = archive_entry_pathname(entry);
+  while (archive_read_next_header(reader, &entry) >= ARCHIVE_WARN) {
+    const char* name = entryPath(entry);
     if (name == nullptr || archive_entry_filetype(entry) != AE_IFREG || !wanted(name)) continue;
     std::string bytes;
     char buffer[64 * 1024];
     la_ssize_t read = 0;
-    while ((read = archive_read_data(reader.get(), buffer, sizeof buffer)) > 0) {
+    while ((read = archive_read_data(reader, buffer, sizeof buffer)) > 0) {
       if (!budget.add(static_cast<std::size_t>(read)).empty()) return std::nullopt;
       bytes.append(buffer, static_cast<std::size_t>(read));
     }

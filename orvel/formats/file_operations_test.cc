@@ -45,11 +45,15 @@ TEST_F(UnpackTest, FilesFoldersAndLinksInside) {
                     {"bundle.textbundle/text.md", "# Title\n"},
                     {"bundle.textbundle/assets/img.png", std::string("\x89PNG", 4)},
                     {"bundle.textbundle/latest", "", AE_IFLNK, "text.md"},
+                    // Followed through the links before it, this one stays inside too.
+                    {"bundle.textbundle/self", "", AE_IFLNK, "."},
+                    {"bundle.textbundle/deep", "", AE_IFLNK, "self/self/assets/../assets"},
                     {"run.sh", "echo", AE_IFREG, "", false, 04755}},
                    false),
             "");
   EXPECT_EQ(testing::fileBytes(out() / "bundle.textbundle" / "text.md"), "# Title\n");
   EXPECT_EQ(fs::read_symlink(out() / "bundle.textbundle" / "latest"), "text.md");
+  EXPECT_TRUE(fs::exists(out() / "bundle.textbundle" / "deep" / "img.png"));
   struct stat info {};
   ASSERT_EQ(::stat((out() / "run.sh").c_str(), &info), 0);
   EXPECT_EQ(info.st_mode & 07000, 0u);  // no setuid bit

@@ -1,6 +1,12 @@
 #include "orvel/formats/markdown_files.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <fcntl.h>
 
 #include "orvel/base/file_bytes.h"
 #include "orvel/base/file_extension.h"
@@ -83,12 +89,91 @@ std::optional<std::u16string> decodeFileBytes(const std::string& bytes,
   return decodeStringLeniently(bytes, kCFStringEncodingWindowsLatin1);
 }
 
-// The first "text.*" file of a bundle folder.
+// Whether the path names a regular file or a real folder itself, not through a link.
+bool isRegularFile(const fs::path& path) {
+  std::error_code error;
+  return fs::symlink_status(path, error).type() == fs::file_type::regular;
+}
+bool isRealFolder(const fs::path& path) {
+  std::error_code error;
+  return fs::symlink_status(path, error).type() == fs::file_type::directory;
+}
+
+// The first "text.*" file of a bundle folder. Only a regular file counts: a bundle may come
+// from anywhere, and its text as a link could show any file, as a FIFO hang the reader.
 std::optional<fs::path> textFileOfBundle(const fs::path& bundle) {
   for (const fs::path& entry : sortedEntries(bundle)) {
-    if (beginsWithNoCase(entry.filename().string(), "text.")) return entry;
+    if (beginsWithNoCase(entry.filename().string(), "text.") && isRegularFile(entry)) return entry;
   }
   return std::nullopt;
+}
+
+std::optional<std::u16string> decodedFile(const fs::path& path, const FileReadLimits& limits,
+                                          std::optional<NSStringEncoding> encoding,
+                                          NSStringEncoding* usedEncoding) {
+  const std::optional<std::string> bytes = bytesOfFile(path, nullptr, limits);
+  if (!bytes) return std::nullopt;
+  return decodeFileBytes(*bytes, encoding, usedEncoding);
+}
+
+// Removes a folder and everything in it when it goes (links are removed, not followed).
+class FolderRemover {
+ public:
+  explicit FolderRemover(fs::path folder) : _folder(std::move(folder)) {}
+  ~FolderRemover() {
+    std::error_code ignored;
+    fs::remove_all(_folder, ignored);
+  }
+  FolderRemover(const FolderRemover&) = delete;
+  FolderRemover& operator=(const FolderRemover&) = delete;
+
+ private:
+  fs::path _folder;
+};
+
+// A fresh folder of mode 0700 in `parent` (made when missing), hidden by its name; nullopt
+// when none can be made.
+std::optional<fs::path> privateFolderIn(const fs::path& parent) {
+  std::error_code ignored;  // a failure shows below
+  fs::create_directories(parent, ignored);
+  std::string pattern = (parent / ".orvel-unpacking-XXXXXX").string();
+  if (::mkdtemp(pattern.data()) == nullptr) return std::nullopt;
+  return fs::path(pattern);
+}
+
+// Unpacks a pack into a private folder beside the destination (on its file system, so that
+// the bundle can be renamed out of it), and moves the pack's first bundle folder (by name) to
+// the destination, or beside it under its own name when that is the destination's in another
+// case. Nothing else the pack holds leaves the private folder, which goes; nothing already
+// there is replaced.
+bool unpackTextPack(const fs::path& pack, const fs::path& destination, std::string& error) {
+  const fs::path parent = destination.parent_path().empty() ? "." : destination.parent_path();
+  std::error_code failure;
+  if (fs::exists(fs::symlink_status(destination, failure))) {
+    error = destination.string() + ": already exists";
+    return false;
+  }
+  const auto folder = privateFolderIn(parent);
+  if (!folder) {
+    error = parent.string() + ": cannot make a folder to unpack into: " + std::strerror(errno);
+    return false;
+  }
+  const FolderRemover remover(*folder);
+  if (!decompressFileAtPath(pack, *folder, {}, &error)) return false;
+  for (const fs::path& entry : sortedEntries(*folder)) {
+    const std::string name = entry.filename().string();
+    if (!endsWithNoCase(name, ".textbundle") || !isRealFolder(entry)) continue;
+    const std::string wanted = destination.filename().string();
+    const bool sameName = name.size() == wanted.size() && beginsWithNoCase(name, wanted);
+    const fs::path target = sameName ? parent / name : destination;
+    if (::renameat2(AT_FDCWD, entry.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0) {
+      error = "cannot be moved to " + target.string() + ": " + std::strerror(errno);
+      return false;
+    }
+    return true;
+  }
+  error = "holds no .textbundle folder";
+  return false;
 }
 
 // "NAME.textbundle/text.EXT" at the top of a pack (a leading "./" aside).
@@ -148,9 +233,7 @@ bool isTextBundleFile(const fs::path& path) {
 std::optional<std::u16string> stringWithContentsOfFile(const fs::path& path,
                                                        std::optional<NSStringEncoding> encoding,
                                                        NSStringEncoding* usedEncoding) {
-  const std::optional<std::string> bytes = bytesOfFile(path);
-  if (!bytes) return std::nullopt;
-  return decodeFileBytes(*bytes, encoding, usedEncoding);
+  return decodedFile(path, {}, encoding, usedEncoding);
 }
 
 std::optional<std::u16string> stringWithContentsOfTextBundleFile(
@@ -160,7 +243,7 @@ std::optional<std::u16string> stringWithContentsOfTextBundleFile(
   if (endsWithNoCase(name, ".textbundle")) {
     const auto text = textFileOfBundle(path);
     if (!text) return std::nullopt;
-    return stringWithContentsOfFile(*text, encoding, usedEncoding);
+    return decodedFile(*text, {.regularFileOnly = true}, encoding, usedEncoding);
   }
   if (endsWithNoCase(name, ".textpack")) {
     const auto bytes = readArchiveEntry(path, isBundleTextEntry);
@@ -180,8 +263,10 @@ bool decompressTextBundleFile(const fs::path& source, const fs::path& destinatio
   const std::string name = source.string();
   std::error_code failure;
   if (endsWithNoCase(name, ".textbundle")) {
-    if (!fs::exists(destination, failure)) {
-      fs::copy(source, destination, fs::copy_options::recursive, failure);
+    if (!fs::exists(fs::symlink_status(destination, failure))) {
+      // Links inside are copied as links: a bundle's link is no reason to copy what it shows.
+      fs::copy(source, destination, fs::copy_options::recursive | fs::copy_options::copy_symlinks,
+               failure);
       if (!failure) return true;
     }
   }
@@ -191,18 +276,8 @@ bool decompressTextBundleFile(const fs::path& source, const fs::path& destinatio
                           (failure ? ": " + failure.message() : ": it exists")
                     : "not a .textbundle folder or .textpack archive");
   }
-  const fs::path folder = destination.parent_path().empty() ? "." : destination.parent_path();
   std::string why;
-  if (!decompressFileAtPath(source, folder, {}, &why)) return fail(why);
-  for (const fs::path& entry : sortedEntries(folder)) {
-    if (!endsWithNoCase(entry.filename().string(), ".textbundle")) continue;
-    const std::string here = entry.string(), wanted = (folder / destination.filename()).string();
-    if (here.size() == wanted.size() && beginsWithNoCase(here, wanted)) return true;
-    fs::rename(entry, destination, failure);
-    return failure ? fail("cannot be moved to " + destination.string() + ": " + failure.message())
-                   : true;
-  }
-  return fail("holds no .textbundle folder");
+  return unpackTextPack(source, destination, why) || fail(why);
 }
 
 }  // namespace orvel

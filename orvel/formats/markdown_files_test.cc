@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "orvel/formats/formats_test_support.h"
 #include "orvel/testing/files.h"
@@ -64,6 +65,28 @@ TEST_F(TextBundleTest, TheTextOfABundleFolder) {
             std::nullopt);  // not valid in the encoding asked for
   EXPECT_EQ(stringWithContentsOfTextBundleFile(_dir.path() / "missing.textbundle"), std::nullopt);
   EXPECT_EQ(stringWithContentsOfTextBundleFile(_dir.writeFile("plain.md", "x")), std::nullopt);
+}
+
+TEST_F(TextBundleTest, OnlyARegularTextFileIsRead) {
+  // Each would hang the reader, fill memory or show a file outside the bundle.
+  const fs::path fifo = _dir.path() / "fifo.textbundle";
+  fs::create_directories(fifo);
+  ASSERT_EQ(::mkfifo((fifo / "text.md").c_str(), 0600), 0);
+  EXPECT_EQ(stringWithContentsOfTextBundleFile(fifo), std::nullopt);
+  const fs::path zero = _dir.path() / "zero.textbundle";
+  fs::create_directories(zero);
+  fs::create_symlink("/dev/zero", zero / "text.md");
+  EXPECT_EQ(stringWithContentsOfTextBundleFile(zero), std::nullopt);
+  const fs::path other = _dir.path() / "other.textbundle";
+  fs::create_directories(other);
+  fs::create_symlink(_dir.writeFile("secret.txt", "secret"), other / "text.md");
+  EXPECT_EQ(stringWithContentsOfTextBundleFile(other), std::nullopt);
+  // A regular text file after a link is the bundle's text.
+  _dir.writeFile("other.textbundle/text.txt", "the real text");
+  EXPECT_EQ(stringWithContentsOfTextBundleFile(other), u"the real text");
+  // Copying a bundle keeps its links as links.
+  ASSERT_TRUE(decompressTextBundleFile(other, _dir.path() / "copy.textbundle"));
+  EXPECT_TRUE(fs::is_symlink(_dir.path() / "copy.textbundle/text.md"));
 }
 
 TEST_F(TextBundleTest, TheTextOfAPack) {
