@@ -13,7 +13,6 @@
 
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
-#include <pybind11/stl/filesystem.h>
 
 #include "orvel/base/calendar.h"
 #include "orvel/dsstore/ds_store.h"
@@ -29,6 +28,8 @@
 #include "orvel/url/page_links.h"
 #include "orvel/url/url.h"
 #include "orvel/version.h"
+
+#include "python/strict_casters.h"  // before pybind11/stl.h: its casters use these
 
 namespace py = pybind11;
 using namespace py::literals;
@@ -156,10 +157,12 @@ void defineMarkup(py::module_& m) {
         "The readable plain text of an HTML page given as a string.");
   m.def(
       "html_to_text",
-      [](const py::bytes& page, bool onlyBody) {
-        std::string bytes = page;
-        py::gil_scoped_release release;
-        return pageText(webPageText(bytes), onlyBody);
+      [](const py::buffer& page, bool onlyBody) {
+        return withBytes(page, [onlyBody](std::span<const std::uint8_t> bytes) {
+          return pageText(webPageText(std::string_view(reinterpret_cast<const char*>(bytes.data()),
+                                                       bytes.size())),
+                          onlyBody);
+        });
       },
       "page"_a, "only_body"_a = true,
       "The readable plain text of a page's bytes, decoded by its declared charset.");
@@ -250,7 +253,7 @@ void defineDSStore(py::module_& m) {
             opened = true;
             store->enumerateEntries([&](const DSStoreEntry& entry) {
               entries.push_back(entry);
-              return false;
+              return true;  // on to the next record
             });
           }
         }

@@ -4,7 +4,7 @@ from collections.abc import Iterator
 from os import PathLike
 from typing import Any, TypedDict
 
-_Path = str | PathLike[str]
+_Path = str | bytes | PathLike[str] | PathLike[bytes]
 _Bytes = bytes | bytearray | memoryview
 
 __version__: str
@@ -42,7 +42,7 @@ class FeedItem(TypedDict):
     enclosures: list[tuple[str, str]]  # url, length as written
     timestamp: float | None
 
-def html_to_text(html: str | bytes, only_body: bool = True) -> str: ...
+def html_to_text(html: str | _Bytes, only_body: bool = True) -> str: ...
 def html_links(html: str) -> list[str]: ...
 def feed_items(feed: str, base_url: str | None = None) -> list[FeedItem]: ...
 def is_feed(text: str) -> bool: ...

@@ -1,8 +1,10 @@
 """The orvel Python module against what its C++ library and hashlib/zlib answer."""
 
 import hashlib
+import json
 import os
 import pathlib
+import subprocess
 import threading
 
 import pytest
@@ -10,6 +12,8 @@ import pytest
 import orvel
 
 EXAMPLES = pathlib.Path(os.environ.get("ORVEL_EXAMPLES", pathlib.Path(__file__).parents[2] / "examples"))
+SHARED = pathlib.Path(os.environ.get("ORVEL_SHARED_TESTDATA", pathlib.Path(__file__).parents[3] / "shared/testdata"))
+PROGRAM = os.environ.get("ORVEL_PROGRAM")
 
 
 class TestQueryTerms:
@@ -120,10 +124,56 @@ class TestDSStore:
         )
         assert orvel.finder_comment(EXAMPLES / "notes" / "cafe.md") is None
 
+    @pytest.mark.skipif(PROGRAM is None or not (SHARED / "dsstore").is_dir(),
+                        reason="needs the orvel program and the real .DS_Store files")
+    def test_every_record_of_real_stores_as_the_program_lists_them(self):
+        stores = sorted((SHARED / "dsstore").glob("*.DS_Store"))
+        assert len(stores) >= 50
+        for store in stores:
+            listed = subprocess.run([PROGRAM, "dsstore", "ls", "--json", store], capture_output=True,
+                                    check=True, text=True).stdout.splitlines()
+            program = [(r["name"], r["id"], r["type"]) for r in map(json.loads, listed)]
+            module = [(name, record_id, record_type)
+                      for name, record_id, record_type, _ in orvel.ds_store_records(store)]
+            assert module == program, store.name
+
     def test_damaged_stores_raise(self, tmp_path):
         (tmp_path / ".DS_Store").write_bytes(b"\x00\x00\x00\x01Bud1" + b"\xff" * 60)
         with pytest.raises(OSError):
             orvel.ds_store_records(tmp_path)
+
+
+class TestArguments:
+    """Values of the right type that cannot be taken raise what Python itself raises."""
+
+    def test_lone_surrogates_raise_unicode_encode_error(self):
+        name = b"caf\xe9.txt".decode("utf-8", "surrogateescape")
+        for call in (lambda: orvel.QueryTerms(name), lambda: orvel.language_of_text(name),
+                     lambda: orvel.html_to_text(name), lambda: orvel.QueryTerms("x").matches(name)):
+            with pytest.raises(UnicodeEncodeError):
+                call()
+
+    def test_paths_are_file_system_names(self, tmp_path):
+        with pytest.raises(ValueError):
+            orvel.document_text("a\0b.txt")
+        raw = tmp_path / b"caf\xe9.txt".decode("utf-8", "surrogateescape")
+        raw.write_bytes(b"undecodable name, readable text")
+        assert orvel.document_text(raw) == "undecodable name, readable text"
+        assert orvel.document_text(os.fsencode(raw)) == "undecodable name, readable text"
+        with pytest.raises(TypeError):
+            orvel.document_text(42)
+
+    def test_negative_sizes_overflow(self, tmp_path):
+        with pytest.raises(OverflowError):
+            orvel.QueryTerms("quay").snippets("the quay", max_characters=-1)
+        with orvel.KeyedStorage(tmp_path / "blocks") as storage:
+            with pytest.raises(OverflowError):
+                storage.read(-1)
+
+    def test_html_from_any_bytes_buffer(self):
+        page = b"<p>caf\xc3\xa9</p>"
+        for buffer in (page, bytearray(page), memoryview(page)):
+            assert orvel.html_to_text(buffer) == "café"
 
 
 class TestChecksums:

@@ -52,10 +52,25 @@ std::string hexOf(const std::vector<std::uint8_t>& bytes) {
   return hex;
 }
 
+std::string codeText(std::uint32_t code) {
+  const std::string quoted = stringOfFourCharCode(code);
+  return quoted.substr(1, 4);
+}
+
+// The four-character code a "type" record holds (a view style such as "icnv").
+std::optional<std::uint32_t> typeCode(const DSStoreEntry& entry) {
+  if (entry.type() != fourCharCode("type") || !entry.value()) return std::nullopt;
+  const auto* number = std::get_if<std::int32_t>(&*entry.value());
+  if (number == nullptr) return std::nullopt;
+  return static_cast<std::uint32_t>(*number);
+}
+
 // A value for a line: numbers, Booleans as 0 or 1, text with \, tab and line breaks
-// escaped, bytes as hex, "dutc" dates in ISO 8601 UTC; "-" for none.
+// escaped, bytes as hex, "dutc" dates in ISO 8601 UTC, "type" codes as their four
+// characters; "-" for none.
 std::string valueText(const DSStoreEntry& entry) {
   if (!entry.value()) return "-";
+  if (const auto code = typeCode(entry)) return codeText(*code);
   const DSStoreValue& value = *entry.value();
   if (const auto* text = std::get_if<std::u16string>(&value)) {
     std::string escaped;
@@ -87,6 +102,7 @@ std::string valueText(const DSStoreEntry& entry) {
 
 nlohmann::json valueJson(const DSStoreEntry& entry) {
   if (!entry.value()) return nullptr;
+  if (typeCode(entry)) return valueText(entry);
   const DSStoreValue& value = *entry.value();
   if (const auto* flag = std::get_if<bool>(&value)) return *flag;
   if (const auto* number = std::get_if<std::int32_t>(&value)) return *number;
@@ -97,18 +113,15 @@ nlohmann::json valueJson(const DSStoreEntry& entry) {
   return valueText(entry);  // bytes as hex, dates as ISO 8601
 }
 
-std::string codeText(std::uint32_t code) {
-  const std::string quoted = stringOfFourCharCode(code);
-  return quoted.substr(1, 4);
-}
-
 std::string entryLine(const DSStoreEntry& entry, bool json) {
   const std::string name = utf16ToUtf8(entry.filename());
   if (json) {
-    const nlohmann::json object = {{"name", name},
-                                   {"id", codeText(entry.codec())},
-                                   {"type", codeText(entry.type())},
-                                   {"value", valueJson(entry)}};
+    nlohmann::json object = {{"name", name},
+                             {"id", codeText(entry.codec())},
+                             {"type", codeText(entry.type())},
+                             {"value", valueJson(entry)}};
+    // A code is also given as the number it is stored as.
+    if (const auto code = typeCode(entry)) object["code"] = *code;
     return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
   }
   return name + "\t" + codeText(entry.codec()) + "\t" + codeText(entry.type()) + "\t" +
@@ -123,7 +136,9 @@ void registerLs(CLI::App& dsstore) {
   auto options = std::make_shared<Options>();
   CLI::App* command =
       dsstore.add_subcommand("ls", "Every record: NAME ID TYPE VALUE (tab-separated), or JSON");
-  command->add_flag("--json", options->json, "One object per record: name, id, type, value");
+  command->add_flag("--json", options->json,
+                    "One object per record: name, id, type, value (and code, the number of a type "
+                    "record's four characters)");
   command->add_option("PATH", options->path, "A .DS_Store file, or a folder holding one")
       ->required();
   command->callback([options] {

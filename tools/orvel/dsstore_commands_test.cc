@@ -21,6 +21,7 @@ class DSStoreCommandTest : public ::testing::Test {
     Bytes date;
     testing::append64(date, 0xDA3191800000ull);  // 2020-01-01 in 1/65536 s since 1904
     const Bytes bytes = testing::leafStore({
+        testing::record(u".", "vstl", "type", {'i', 'c', 'n', 'v'}),
         testing::commentRecord(u"photo.jpg", u"Our caf\u00e9\nby the river"),
         testing::record(u"photo.jpg", "Iloc", "blob", blob),
         testing::record(u"photo.jpg", "modD", "dutc", date),
@@ -38,6 +39,7 @@ class DSStoreCommandTest : public ::testing::Test {
 
 TEST_F(DSStoreCommandTest, ListsEveryRecordAsLinesOrJson) {
   expectSuccess(orvel({"dsstore", "ls", root()}),
+                ".\tvstl\ttype\ticnv\n"
                 "photo.jpg\tcmmt\tustr\tOur café\\nby the river\n"
                 "photo.jpg\tIloc\tblob\tabcd\n"
                 "photo.jpg\tmodD\tdutc\t2020-01-01T00:00:00Z\n"
@@ -47,6 +49,10 @@ TEST_F(DSStoreCommandTest, ListsEveryRecordAsLinesOrJson) {
   EXPECT_EQ(json.exitCode, 0) << json.err;
   EXPECT_NE(json.out.find("{\"id\":\"cmmt\",\"name\":\"photo.jpg\",\"type\":\"ustr\","
                           "\"value\":\"Our café\\nby the river\"}\n"),
+            std::string::npos);
+  // A four-character code, and the number it is stored as.
+  EXPECT_NE(json.out.find("{\"code\":1768124022,\"id\":\"vstl\",\"name\":\".\",\"type\":"
+                          "\"type\",\"value\":\"icnv\"}\n"),
             std::string::npos);
   EXPECT_NE(json.out.find("{\"id\":\"dscl\",\"name\":\"report.txt\",\"type\":\"bool\","
                           "\"value\":true}\n"),
