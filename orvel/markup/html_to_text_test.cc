@@ -27,7 +27,9 @@ TEST(HtmlToTextTest, BlocksBreakLinesWithoutPilingUp) {
 TEST(HtmlToTextTest, TablesAndInlineSpacing) {
   EXPECT_EQ(text(u"<td>a</td><td>b</td>"), u"a b");
   EXPECT_EQ(text(u"<table><tr><td>a<td>b<tr><td>c</table>d"), u"a b\nc\n\nd");
-  EXPECT_EQ(text(u"<tr><th>a</th><th>b</th></tr><tr><td>c</td></tr>"), u"a b\nc");
+  // A cell's space stays before the line break that follows it.
+  EXPECT_EQ(text(u"<tr><th>a</th><th>b</th></tr><tr><td>c</td></tr>"), u"a b \nc");
+  EXPECT_EQ(text(u"x<table><tr><th>H1</th><th>H2</th></tr></table>y"), u"x\n\nH1 H2 \n\ny");
   EXPECT_EQ(text(u"x<table><tr><td>a</table>"), u"x\n\na");
   EXPECT_EQ(text(u"see<a href=x>link</a>now"), u"see link now");
   EXPECT_EQ(text(u"one   two\n\tthree"), u"one two three");
@@ -103,6 +105,11 @@ TEST(HtmlToTextTest, IndexingComments) {
   EXPECT_EQ(text(page), u"a secret b c");
   EXPECT_EQ(text(u"a <!--googleoff: snippet--> b", {.googleTags = true}), u"a b");
   EXPECT_EQ(text(u"a <font class=feed_date>May 1</font> b", {.googleTags = true}), u"a b");
+}
+
+TEST(HtmlToTextTest, PlaintextAlwaysOpensWithABlankLine) {
+  EXPECT_EQ(text(u"<plaintext>a", {.reformat = true}), u"\n\na");
+  EXPECT_EQ(text(u"x<plaintext>a", {.reformat = true}), u"x\n\na");
 }
 
 TEST(HtmlToTextTest, PreformattedText) {

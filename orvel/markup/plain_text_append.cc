@@ -108,8 +108,8 @@ bool PlainTextState::endsInLineBreak() const {
 }
 
 void PlainTextState::writeBreak(int newlines) {
-  // A space owed to the cell or inline tag before a break ends no line.
-  while (output > lastBreak && output[-1] == u' ') --output;
+  // Spaces that cells wrote before the break stay: a cell's space ends its text, whatever
+  // follows.
   for (int k = 0; k < newlines; ++k) write(u'\n');
   lastBreak = output;
   textSinceBreak = false;

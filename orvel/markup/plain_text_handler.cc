@@ -430,8 +430,11 @@ void handleRegions(PlainTextState& state, const Piece& piece) {
     case Tag::kHeading: countAnchorOrHeading(state, piece); break;
     case Tag::kPre:
     case Tag::kPlaintext:
-      if (piece.openRegion() && !state.endsInLineBreak() && !state.outputEmpty() &&
-          (piece.tag == Tag::kPlaintext || state.textSinceBreak || state.pendingSpace)) {
+      // plaintext always opens with a blank line, even at the very start; pre only after
+      // text on the line.
+      if (piece.openRegion() &&
+          (piece.tag == Tag::kPlaintext || (!state.endsInLineBreak() && !state.outputEmpty() &&
+                                            (state.textSinceBreak || state.pendingSpace)))) {
         state.writeBreak(2);
       }
       state.collapse = !piece.openRegion();
