@@ -170,10 +170,9 @@ std::string documentKindList() {
 DocumentText textBundleDocumentText(const std::filesystem::path& path) {
   DocumentText document;
   document.kind = DocumentKind::kTextBundle;
-  document.text = stringWithContentsOfTextBundleFile(path);
-  if (!document.text) {
-    document.notTextReason = "a text bundle without a readable text.* file (or an unreadable pack)";
-  }
+  std::string why;
+  document.text = stringWithContentsOfTextBundleFile(path, std::nullopt, nullptr, &why);
+  if (!document.text) document.notTextReason = "a text bundle without text: " + why;
   return document;
 }
 

@@ -1,5 +1,6 @@
 #include "orvel/formats/file_operations.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -59,6 +60,11 @@ class ArchiveReader {
     // the zone is not safe against another thread's: it is read once, here, before any.
     static std::once_flag zoneRead;
     std::call_once(zoneRead, ::tzset);
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0) {  // libarchive would say only "Failed to open"
+      error = std::string("cannot be opened: ") + std::strerror(errno);
+      return;
+    }
     _reader.reset(archive_read_new());
     archive_read_support_filter_all(_reader.get());
     archive_read_support_format_all(_reader.get());
@@ -299,28 +305,44 @@ bool decompressFileAtPath(const fs::path& archivePath, const fs::path& destinati
 
 std::optional<std::string> readArchiveEntry(const fs::path& archivePath,
                                             bool (*wanted)(const std::string& entryPath),
-                                            const UnpackLimits& limits) {
+                                            const UnpackLimits& limits, std::string* error) {
+  const auto none = [error](const std::string& why) {
+    fail(error, why);
+    return std::nullopt;
+  };
   std::string why;
   const ArchiveReader opened(archivePath, why);
   archive* const reader = opened.reader();
-  if (reader == nullptr) return std::nullopt;
+  if (reader == nullptr) return none(why);
   Budget budget{limits, sizeOf(archivePath)};
   std::optional<std::string> found;
   archive_entry* entry = nullptr;
-  while (archive_read_next_header(reader, &entry) >= ARCHIVE_WARN) {
+  int status = ARCHIVE_OK;
+  while ((status = archive_read_next_header(reader, &entry)) == ARCHIVE_OK ||
+         status == ARCHIVE_WARN) {
     const char* name = entryPath(entry);
     if (name == nullptr || archive_entry_filetype(entry) != AE_IFREG || !wanted(name)) continue;
     std::string bytes;
+    // Taken at its word up to the limit, the entry's size spares growing the bytes by doubling.
+    if (archive_entry_size_is_set(entry) != 0 && archive_entry_size(entry) > 0) {
+      bytes.reserve(static_cast<std::size_t>(std::min<std::uint64_t>(
+          static_cast<std::uint64_t>(archive_entry_size(entry)), limits.maxBytes)));
+    }
     char buffer[64 * 1024];
     la_ssize_t read = 0;
     while ((read = archive_read_data(reader, buffer, sizeof buffer)) > 0) {
-      if (!budget.add(static_cast<std::size_t>(read)).empty()) return std::nullopt;
+      why = budget.add(static_cast<std::size_t>(read));
+      if (!why.empty()) return none(std::string(name) + ": " + why);
       bytes.append(buffer, static_cast<std::size_t>(read));
     }
-    if (read < 0) return std::nullopt;
+    if (read < 0) return none(std::string(name) + ": damaged archive");
     found = std::move(bytes);
   }
-  return found;
+  if (status != ARCHIVE_EOF) {
+    const char* message = archive_error_string(reader);
+    return none(std::string("damaged archive: ") + (message ? message : "unreadable"));
+  }
+  return found ? found : none("no entry wanted");
 }
 
 }  // namespace orvel

@@ -33,10 +33,11 @@ bool decompressFileAtPath(const std::filesystem::path& archive,
                           std::string* error = nullptr);
 
 // The bytes of the archive's entries whose path matches `wanted` (a function of the entry's
-// path), read without unpacking anything; the last match wins. nullopt when none matches or
-// the archive cannot be read; the limits hold as for unpacking.
+// path), read without unpacking anything; the last match wins. nullopt when none matches
+// (*error "no entry wanted") or the archive cannot be read; the limits hold as for unpacking.
+// *error (when given) says why in one line.
 [[nodiscard]] std::optional<std::string> readArchiveEntry(
     const std::filesystem::path& archive, bool (*wanted)(const std::string& entryPath),
-    const UnpackLimits& limits = {});
+    const UnpackLimits& limits = {}, std::string* error = nullptr);
 
 }  // namespace orvel

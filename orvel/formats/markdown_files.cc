@@ -108,14 +108,6 @@ std::optional<fs::path> textFileOfBundle(const fs::path& bundle) {
   return std::nullopt;
 }
 
-std::optional<std::u16string> decodedFile(const fs::path& path, const FileReadLimits& limits,
-                                          std::optional<NSStringEncoding> encoding,
-                                          NSStringEncoding* usedEncoding) {
-  const std::optional<std::string> bytes = bytesOfFile(path, nullptr, limits);
-  if (!bytes) return std::nullopt;
-  return decodeFileBytes(*bytes, encoding, usedEncoding);
-}
-
 // Removes a folder and everything in it when it goes (links are removed, not followed).
 class FolderRemover {
  public:
@@ -233,24 +225,39 @@ bool isTextBundleFile(const fs::path& path) {
 std::optional<std::u16string> stringWithContentsOfFile(const fs::path& path,
                                                        std::optional<NSStringEncoding> encoding,
                                                        NSStringEncoding* usedEncoding) {
-  return decodedFile(path, {}, encoding, usedEncoding);
+  const std::optional<std::string> bytes = bytesOfFile(path);
+  if (!bytes) return std::nullopt;
+  return decodeFileBytes(*bytes, encoding, usedEncoding);
 }
 
 std::optional<std::u16string> stringWithContentsOfTextBundleFile(
-    const fs::path& path, std::optional<NSStringEncoding> encoding,
-    NSStringEncoding* usedEncoding) {
+    const fs::path& path, std::optional<NSStringEncoding> encoding, NSStringEncoding* usedEncoding,
+    std::string* error) {
+  const auto none = [error](const std::string& why) {
+    if (error != nullptr) *error = why;
+    return std::nullopt;
+  };
   const std::string name = path.string();
+  std::optional<std::string> bytes;
   if (endsWithNoCase(name, ".textbundle")) {
+    std::error_code missing;
+    if (!fs::is_directory(path, missing)) return none("no such bundle folder");
     const auto text = textFileOfBundle(path);
-    if (!text) return std::nullopt;
-    return decodedFile(*text, {.regularFileOnly = true}, encoding, usedEncoding);
+    if (!text) return none("no text.* file in the bundle (a regular file, not a link)");
+    int reason = 0;
+    bytes = bytesOfFile(*text, &reason, {.regularFileOnly = true});
+    if (!bytes) return none(text->filename().string() + ": " + std::strerror(reason));
+  } else if (endsWithNoCase(name, ".textpack")) {
+    std::string why;
+    bytes = readArchiveEntry(path, isBundleTextEntry, {}, &why);
+    if (!bytes && why == "no entry wanted") return none("no NAME.textbundle/text.* in the pack");
+    if (!bytes) return none(why);
+  } else {
+    return none("not a .textbundle folder or .textpack archive");
   }
-  if (endsWithNoCase(name, ".textpack")) {
-    const auto bytes = readArchiveEntry(path, isBundleTextEntry);
-    if (!bytes) return std::nullopt;
-    return decodeFileBytes(*bytes, encoding, usedEncoding);
-  }
-  return std::nullopt;
+  auto text = decodeFileBytes(*bytes, encoding, usedEncoding);
+  if (!text) return none("bytes not in the encoding asked for");
+  return text;
 }
 
 bool decompressTextBundleFile(const fs::path& source, const fs::path& destination,

@@ -40,10 +40,12 @@ namespace orvel {
 // The text of a bundle, read as stringWithContentsOfFile reads it: in a ".textbundle" folder
 // the first file (by name) whose name begins with "text." in any case; in a ".textpack" the
 // same file of the bundle inside, the last bundle winning when there are several. nullopt for
-// any other path, a bundle without such a file, or an archive that cannot be read.
+// any other path, a bundle without such a file, or an archive that cannot be read, with
+// *error (when given) saying which in one line. Only a regular file is read as a folder's
+// text (never a link, FIFO or device), and at most kMaxFileBytes of it.
 [[nodiscard]] std::optional<std::u16string> stringWithContentsOfTextBundleFile(
     const std::filesystem::path& path, std::optional<NSStringEncoding> encoding = std::nullopt,
-    NSStringEncoding* usedEncoding = nullptr);
+    NSStringEncoding* usedEncoding = nullptr, std::string* error = nullptr);
 
 // Makes a ".textbundle" folder stand at `destination`: a bundle folder is copied there; a
 // pack is unpacked (safely, see file_operations.h) into the destination's folder, and the

@@ -119,9 +119,34 @@ CLI::Validator nonEmptyFileName() {
       "FILE");
 }
 
+std::string escapeControls(std::string_view text) {
+  static constexpr char kDigits[] = "0123456789abcdef";
+  std::string escaped;
+  escaped.reserve(text.size());
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte >= 0x20 && byte != 0x7F && c != '\\') {
+      escaped += c;
+    } else if (c == '\\') {
+      escaped += "\\\\";
+    } else if (c == '\n') {
+      escaped += "\\n";
+    } else if (c == '\r') {
+      escaped += "\\r";
+    } else if (c == '\t') {
+      escaped += "\\t";
+    } else {
+      escaped += "\\x";
+      escaped += kDigits[byte >> 4];
+      escaped += kDigits[byte & 15];
+    }
+  }
+  return escaped;
+}
+
 void installStderrLogSink() {
   setLogSink([](std::string_view line) {
-    std::fprintf(stderr, "orvel: %.*s\n", static_cast<int>(line.size()), line.data());
+    std::fprintf(stderr, "orvel: %s\n", escapeControls(line).c_str());
   });
 }
 
@@ -139,7 +164,17 @@ std::string CollectedLog::suffix() const {
 }
 
 void reportError(const std::string& name, const std::string& message) {
-  std::fprintf(stderr, "orvel: %s: %s\n", name.c_str(), message.c_str());
+  std::fprintf(stderr, "orvel: %s: %s\n", escapeControls(name).c_str(),
+               escapeControls(message).c_str());
+}
+
+void runAnsweringCommand(int& status, const std::function<int()>& work) {
+  try {
+    status = work();
+  } catch (const CommandError& error) {
+    reportError(error.name(), error.what());
+    status = 2;
+  }
 }
 
 void writeOut(std::string_view bytes) {

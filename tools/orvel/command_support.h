@@ -2,7 +2,8 @@
 //
 // Conventions: text is UTF-8 in and out; an input is a FILE, or stdin when the FILE is
 // absent or "-"; a failure is reported as one line "orvel: NAME: message" on stderr with
-// exit status 1; usage errors exit with 2.
+// exit status 1 (2 for the commands whose 1 means "no": search, match, snippets); usage
+// errors exit with 2.
 #pragma once
 
 #include <cstdint>
@@ -53,7 +54,12 @@ void readChunks(const std::string& input,
 void addFilesOption(CLI::App* command, std::vector<std::string>& files);
 void addFileOption(CLI::App* command, std::string& file);
 
-// Library log lines go to stderr as "orvel: LINE".
+// The text with control characters (line breaks above all) and backslashes escaped as C
+// writes them ("\n", "\x1b", "\\"), so that a name holding a line break cannot add a
+// second, forged line to an error message.
+[[nodiscard]] std::string escapeControls(std::string_view text);
+
+// Library log lines go to stderr as "orvel: LINE", escaped.
 void installStderrLogSink();
 
 // Collects the library's log lines instead while it lives, so that a command can fold
@@ -110,8 +116,12 @@ template <typename T>
 // A CLI11 check that a file name is not empty.
 [[nodiscard]] CLI::Validator nonEmptyFileName();
 
-// Prints a failure line to stderr.
+// Prints a failure line to stderr, "orvel: NAME: message", each escaped.
 void reportError(const std::string& name, const std::string& message);
+
+// Runs the work of a command whose exit status 1 means "no" (search, match, snippets) and
+// sets the status it answers; a failure is reported in one line and exits 2, as grep's do.
+void runAnsweringCommand(int& status, const std::function<int()>& work);
 
 // Writes to stdout; throws CommandError when stdout cannot take it.
 void writeOut(std::string_view bytes);

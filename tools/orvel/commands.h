@@ -51,6 +51,10 @@ void registerLangCommand(CLI::App& app, int& status);
 std::unique_ptr<LanguageFilter> loadLanguageFilter(const std::optional<std::string>& directory,
                                                    bool ignoreUmlauts);
 
+// Sets the language a filter filters against, as given to `option`; throws CommandError
+// naming the known keys when the filter does not know it.
+void setFilterLanguage(LanguageFilter& filter, const std::string& code, const std::string& option);
+
 // textbundle (text, unpack).
 void registerTextBundleCommands(CLI::App& app);
 

@@ -65,7 +65,7 @@ std::optional<std::uint32_t> typeCode(const DSStoreEntry& entry) {
   return static_cast<std::uint32_t>(*number);
 }
 
-// A value for a line: numbers, Booleans as 0 or 1, text with \, tab and line breaks
+// A value for a line: numbers, Booleans as 0 or 1, text with \ and control characters
 // escaped, bytes as hex, "dutc" dates in ISO 8601 UTC, "type" codes as their four
 // characters; "-" for none.
 std::string valueText(const DSStoreEntry& entry) {
@@ -73,20 +73,7 @@ std::string valueText(const DSStoreEntry& entry) {
   if (const auto code = typeCode(entry)) return codeText(*code);
   const DSStoreValue& value = *entry.value();
   if (const auto* text = std::get_if<std::u16string>(&value)) {
-    std::string escaped;
-    for (const char c : utf16ToUtf8(*text)) {
-      if (c == '\\')
-        escaped += "\\\\";
-      else if (c == '\t')
-        escaped += "\\t";
-      else if (c == '\n')
-        escaped += "\\n";
-      else if (c == '\r')
-        escaped += "\\r";
-      else
-        escaped += c;
-    }
-    return escaped;
+    return escapeControls(utf16ToUtf8(*text));
   }
   if (const auto* bytes = std::get_if<std::vector<std::uint8_t>>(&value)) return hexOf(*bytes);
   if (const auto* flag = std::get_if<bool>(&value)) return *flag ? "1" : "0";
@@ -229,6 +216,7 @@ void registerCommentCommand(CLI::App& app, int& status) {
       if (options->files.size() != 1) throw CLI::ValidationError("--set takes one FILE");
       const std::string& file = options->files.front();
       const std::string& text = *options->set;
+      static_cast<void>(decodeText(text, "--set"));  // a comment is UTF-8 text, or refused
       const int result =
           text.empty() ? ::removexattr(file.c_str(), "user.xdg.comment")
                        : ::setxattr(file.c_str(), "user.xdg.comment", text.data(), text.size(), 0);

@@ -122,6 +122,11 @@ TEST(CommentCommandTest, TheDesktopCommentIsSetAndRead) {
   expectSuccess(orvel({"comment", file}), "");
   const ProgramResult two = orvel({"comment", "--set", "x", file, file});
   EXPECT_EQ(two.exitCode, 2);
+  // A comment is text: bytes that are no UTF-8 are refused, and the comment stays as it was.
+  expectSuccess(orvel({"comment", "--set", "kept", file}), "");
+  expectFailure(orvel({"comment", "--set", "caf\xE9", file}), 1,
+                "orvel: --set: invalid UTF-8 at byte offset 3\n");
+  expectSuccess(orvel({"comment", file}), file + ": kept\n");
 }
 
 }  // namespace

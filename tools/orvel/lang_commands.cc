@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "orvel/base/range.h"
 #include "orvel/base/utf8.h"
 #include "orvel/search/language_filter.h"
 #include "orvel/search/separation.h"
@@ -34,6 +35,15 @@ std::unique_ptr<LanguageFilter> loadLanguageFilter(const std::optional<std::stri
                        "ORVEL_STOP_WORDS_DIR or --stop-words DIR)");
   }
   return filter;
+}
+
+void setFilterLanguage(LanguageFilter& filter, const std::string& code, const std::string& option) {
+  filter.setLanguage(decodeText(code, option));
+  if (filter.languageIndex() != NSNotFound) return;
+  std::string known;
+  for (const std::u16string& key : filter.languages()) known += utf16ToUtf8(key) + ", ";
+  throw CommandError(code, "unknown language for " + option + " (known: " + known +
+                               "and by their scripts RU, AR, HE, EL)");
 }
 
 namespace {
@@ -96,7 +106,7 @@ void registerLangCommand(CLI::App& app, int& status) {
   command->add_option("FILE", options->files, "Files (default: stdin)");
   command->callback([options, &status] {
     auto filter = loadLanguageFilter(options->stopWords, options->ignoreUmlauts);
-    if (options->filter) filter->setLanguage(decodeText(*options->filter, "--filter"));
+    if (options->filter) setFilterLanguage(*filter, *options->filter, "--filter");
     std::vector<std::string> files = options->files;
     if (files.empty()) files.push_back("-");
     std::string out;

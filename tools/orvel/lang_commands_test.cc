@@ -62,6 +62,16 @@ TEST_F(LangCommandTest, FilteringAndSearching) {
                 root + "/de.txt\n" + root + "/mixed.txt\n");
   expectSuccess(orvel({"search", "-l", "-j", "1", "--lang", "EN", "frei OR free", root}),
                 root + "/en.txt\n" + root + "/mixed.txt\n");
+  // A language no list or script names filters nothing: refused, with the keys there are.
+  const ProgramResult unknown = orvel({"search", "--lang", "QQ", "free", root});
+  EXPECT_EQ(unknown.exitCode, 2);
+  EXPECT_TRUE(unknown.err.starts_with("orvel: QQ: unknown language for --lang (known: "))
+      << unknown.err;
+  EXPECT_NE(unknown.err.find(", and by their scripts RU, AR, HE, EL)\n"), std::string::npos);
+  const ProgramResult filter = orvel({"lang", "--filter", "QQ", file("en.txt")});
+  EXPECT_EQ(filter.exitCode, 1);
+  EXPECT_TRUE(filter.err.starts_with("orvel: QQ: unknown language for --filter (known: "))
+      << filter.err;
 }
 
 TEST_F(LangCommandTest, ListsOfOnesOwn) {

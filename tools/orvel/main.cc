@@ -54,11 +54,13 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     const std::string command = commandNamed(app, argc, argv);
     if (command.empty() && argc >= 2 && argv[1][0] != '-') {
-      std::fprintf(stderr, "orvel: unknown command '%s' (see 'orvel --help')\n", argv[1]);
+      std::fprintf(stderr, "orvel: unknown command '%s' (see 'orvel --help')\n",
+                   orvel::cli::escapeControls(argv[1]).c_str());
       return 2;
     }
     std::fprintf(stderr, "orvel: %s%s (see 'orvel %s--help')\n",
-                 command.empty() ? "" : (command + ": ").c_str(), error.what(),
+                 command.empty() ? "" : (command + ": ").c_str(),
+                 orvel::cli::escapeControls(error.what()).c_str(),
                  command.empty() ? "" : (command + " ").c_str());
     return 2;
   } catch (const orvel::cli::CommandError& error) {

@@ -478,12 +478,14 @@ void registerSearch(CLI::App& app, int& status) {
       throw CLI::ValidationError("-0", "needs --files-from");
     }
     if (options->paths.empty() && !options->filesFrom) options->paths.push_back(".");
-    if (options->language) {
-      auto filter = loadLanguageFilter(options->stopWords, true);
-      filter->setLanguage(decodeText(*options->language, "--lang"));
-      options->languageFilter = std::move(filter);
-    }
-    status = runSearch(*options);
+    runAnsweringCommand(status, [&] {
+      if (options->language) {
+        auto filter = loadLanguageFilter(options->stopWords, true);
+        setFilterLanguage(*filter, *options->language, "--lang");
+        options->languageFilter = std::move(filter);
+      }
+      return runSearch(*options);
+    });
   });
 }
 
@@ -507,10 +509,12 @@ void registerMatch(CLI::App& app, int& status) {
       app.add_subcommand("match", "Print yes (exit 0) or no (exit 1): does the text match");
   addTextQueryOptions(command, *options);
   command->callback([options, &status] {
-    const Query query(options->query, options->caseSensitive, options->wildcard);
-    const bool matches = query.matches(readDocumentText(options->file));
-    writeOut(std::string_view(matches ? "yes\n" : "no\n"));
-    status = matches ? 0 : 1;
+    runAnsweringCommand(status, [&] {
+      const Query query(options->query, options->caseSensitive, options->wildcard);
+      const bool matches = query.matches(readDocumentText(options->file));
+      writeOut(std::string_view(matches ? "yes\n" : "no\n"));
+      return matches ? 0 : 1;
+    });
   });
 }
 
@@ -531,13 +535,15 @@ void registerSnippets(CLI::App& app, int& status) {
   command->add_flag("--single-words", options->singleWords,
                     "Keep snippets that are only the term itself");
   command->callback([options, &status] {
-    const Query query(options->query, options->caseSensitive, options->wildcard);
-    const std::u16string text = readDocumentText(options->file);
-    const std::u16string separator = decodeText(options->separator, "separator");
-    const std::optional<std::u16string> assembled =
-        query.snippets(text, separator, options->max, options->paragraphs, options->singleWords);
-    if (assembled) writeOut(*assembled + u"\n");
-    status = assembled ? 0 : 1;
+    runAnsweringCommand(status, [&] {
+      const Query query(options->query, options->caseSensitive, options->wildcard);
+      const std::u16string text = readDocumentText(options->file);
+      const std::u16string separator = decodeText(options->separator, "separator");
+      const std::optional<std::u16string> assembled =
+          query.snippets(text, separator, options->max, options->paragraphs, options->singleWords);
+      if (assembled) writeOut(*assembled + u"\n");
+      return assembled ? 0 : 1;
+    });
   });
 }
 

@@ -129,7 +129,7 @@ TEST(MatchCommandTest, YesOrNo) {
   EXPECT_EQ(no.out, "no\n");
   EXPECT_EQ(orvel({"match", "-s", "Fox"}, "a fox").out, "no\n");
   EXPECT_EQ(orvel({"match", "--wildcard", "~ncat"}, "concatenate").out, "yes\n");
-  EXPECT_EQ(orvel({"match", "x"}, "\xFF").exitCode, 1);
+  EXPECT_EQ(orvel({"match", "x"}, "\xFF").exitCode, 2);  // an error, not "no"
 }
 
 TEST(SnippetsCommandTest, AssemblesTheSentencesAroundTerms) {

@@ -105,10 +105,10 @@ TEST(SearchInputsTest, NamedFilesThatAreNotTextAreReported) {
   EXPECT_EQ(result.err, "orvel: " + binary + ": not searched: binary (holds NUL bytes)\norvel: " +
                             latin1 + ": not searched: not UTF-8 text (invalid byte at offset 3)\n");
   const ProgramResult match = orvel({"match", "fox", binary});
-  EXPECT_EQ(match.exitCode, 1);
+  EXPECT_EQ(match.exitCode, 2);
   EXPECT_EQ(match.out, "");
   EXPECT_EQ(match.err, "orvel: " + binary + ": binary (holds NUL bytes)\n");
-  EXPECT_EQ(orvel({"snippets", "fox"}, std::string("fox\0", 4)).exitCode, 1);
+  EXPECT_EQ(orvel({"snippets", "fox"}, std::string("fox\0", 4)).exitCode, 2);
 }
 
 TEST(SearchInputsTest, FifosAndDevicesAreRefusedNotRead) {

@@ -40,14 +40,22 @@ TEST(SearchFilesFromTest, ReadsLinesOrNulSeparatedNamesAndSkipsEmptyEntries) {
 TEST(SearchFilesFromTest, ReportsMissingListsAndListedFilesInOneLineEach) {
   testing::TempDir dir;
   const std::string missing = (dir.path() / "no-such-list").string();
-  const ProgramResult noList = orvel({"search", "--files-from", missing, "x"});
-  EXPECT_NE(noList.exitCode, 0);
-  EXPECT_EQ(noList.err, "orvel: " + missing +
-                            ": cannot read the list of files: " + "No such file or directory\n");
+  // An error, not "no match": 2, as for every failure of a search.
+  expectFailure(
+      orvel({"search", "--files-from", missing, "x"}), 2,
+      "orvel: " + missing + ": cannot read the list of files: No such file or directory\n");
   const std::string gone = (dir.path() / "gone.txt").string();
   expectFailure(orvel({"search", "--files-from", "-", "x"}, gone + "\n"), 2,
                 "orvel: " + gone + ": No such file or directory\n");
   EXPECT_EQ(orvel({"search", "-0", "x", dir.path().string()}).exitCode, 2);  // -0 needs a list
+  // A name holding a line break is written escaped: one line, never a forged second one.
+  const std::string forged = dir.path().string() + "/a\norvel: all is well";
+  expectFailure(
+      orvel({"search", "x", forged}), 2,
+      "orvel: " + dir.path().string() + "/a\\norvel: all is well: No such file or directory\n");
+  expectFailure(
+      orvel({"match", "x", forged}), 2,
+      "orvel: " + dir.path().string() + "/a\\norvel: all is well: No such file or directory\n");
 }
 
 TEST(SearchFilesFromTest, JsonLinesOfSeveralRunsMergeIntoOneResult) {

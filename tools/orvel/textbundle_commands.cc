@@ -40,12 +40,9 @@ void registerText(CLI::App& textbundle) {
     if (!isTextBundleFile(options->path)) {
       throw CommandError(options->path, "not a .textbundle folder or .textpack archive");
     }
-    const auto text = stringWithContentsOfTextBundleFile(options->path, encoding);
-    if (!text) {
-      throw CommandError(options->path,
-                         "no text: no text.* file, an unreadable archive, or bytes not in the "
-                         "encoding asked for");
-    }
+    std::string why;
+    const auto text = stringWithContentsOfTextBundleFile(options->path, encoding, nullptr, &why);
+    if (!text) throw CommandError(options->path, "no text: " + why);
     writeOut(utf16ToUtf8(*text));
   });
 }

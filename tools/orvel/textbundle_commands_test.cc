@@ -61,6 +61,31 @@ TEST_F(TextBundleCommandTest, TextAndUnpacking) {
   EXPECT_FALSE(fs::exists(_dir.path() / "escaped.textbundle"));
 }
 
+TEST_F(TextBundleCommandTest, NoTextSaysWhy) {
+  expectFailure(orvel({"textbundle", "text", root + "/missing.textpack"}), 1,
+                "orvel: " + root +
+                    "/missing.textpack: no text: cannot be opened: No such file or directory\n");
+  ASSERT_TRUE(testing::writeArchive(_dir.path() / "bomb.textpack",
+                                    {{"Bomb.textbundle/text.md", std::string(4 << 20, 'a')}}));
+  expectFailure(orvel({"textbundle", "text", root + "/bomb.textpack"}), 1,
+                "orvel: " + root +
+                    "/bomb.textpack: no text: Bomb.textbundle/text.md: unpacks to more than 200 "
+                    "times its size\n");
+  expectFailure(
+      orvel({"textbundle", "text", root + "/hostile.textpack"}), 1,
+      "orvel: " + root + "/hostile.textpack: no text: no NAME.textbundle/text.* in the pack\n");
+  _dir.writeFile("Empty.textbundle/info.json", "{}");
+  expectFailure(orvel({"textbundle", "text", root + "/Empty.textbundle"}), 1,
+                "orvel: " + root +
+                    "/Empty.textbundle: no text: no text.* file in the bundle (a regular file, "
+                    "not a link)\n");
+  // A name that would forge a second line is written escaped.
+  expectFailure(orvel({"textbundle", "text", root + "/a\nb.textpack"}), 1,
+                "orvel: " + root +
+                    "/a\\nb.textpack: no text: cannot be opened: No such file or "
+                    "directory\n");
+}
+
 TEST_F(TextBundleCommandTest, SearchReadsEveryKindAndTypesChooseSome) {
   const ProgramResult all = orvel({"search", "-l", "-j", "1", "harbour", root});
   EXPECT_EQ(all.out, root + "/Draft.textbundle\n" + root + "/Packed.textpack\n" + root +
