@@ -183,6 +183,19 @@ std::optional<std::string> whyNotMarkup(std::u16string_view pageText) {
   return kBinaryReason;
 }
 
+std::string whyNotDocument(std::string_view firstBytes, DocumentKind kind) {
+  switch (kind) {
+    case DocumentKind::kText:
+    case DocumentKind::kMarkdown: return whyNotText(firstBytes);
+    case DocumentKind::kHtml: return whyNotMarkup(webPageText(firstBytes)).value_or("");
+    // A feed whose markup is no text is read as text, which says why it is not.
+    case DocumentKind::kFeed:
+      return whyNotMarkup(webPageText(firstBytes)) ? whyNotText(firstBytes) : "";
+    case DocumentKind::kTextBundle: break;
+  }
+  return {};
+}
+
 std::u16string feedSearchText(std::u16string_view feed) {
   std::u16string text;
   for (const FeedItem& item : getItemsOfFeed(feed)) {

@@ -65,6 +65,12 @@ inline constexpr std::size_t kBytesDecidingText = 3 + kTextSniffBytes + 4;
 // kTextSniffBytes units; nullopt when it is one.
 [[nodiscard]] std::optional<std::string> whyNotMarkup(std::u16string_view pageText);
 
+// Why a document of a kind whose first bytes are these is no text, as documentText would
+// answer for the whole; "" when they do not tell. `firstBytes` is at least the first
+// kBytesDecidingText bytes, or the whole document: a binary file is refused before the rest
+// of it is read.
+[[nodiscard]] std::string whyNotDocument(std::string_view firstBytes, DocumentKind kind);
+
 // The text of bytes read from a document of a kind, by the rules above. When mayMatch is
 // given and answers false for a text document's bytes, the text is not decoded (it stays
 // nullopt, with no reason): the caller knows it cannot hold what it looks for.

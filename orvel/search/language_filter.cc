@@ -6,10 +6,10 @@
 #include <cstdlib>
 #include <fstream>
 #include <new>
-#include <sstream>
 #include <unordered_map>
 
 #include "orvel/base/assert.h"
+#include "orvel/base/file_bytes.h"
 #include "orvel/base/types.h"
 #include "orvel/base/utf8.h"
 #include "orvel/search/separation.h"
@@ -247,11 +247,9 @@ LanguageFilter::LanguageFilter(const std::filesystem::path& directory, bool igno
         (key[2] | 0x20) == u'n') {
       continue;
     }
-    std::ifstream in(entry.path(), std::ios::binary);
-    std::ostringstream bytes;
-    if (in) bytes << in.rdbuf();
-    lists.emplace_back(key, in ? wordsUsingDefaultSeparation(utf8ToUtf16Lenient(bytes.str()))
-                               : std::vector<std::u16string>());
+    const std::optional<std::string> bytes = bytesOfFile(entry.path());
+    lists.emplace_back(key, bytes ? wordsUsingDefaultSeparation(utf8ToUtf16Lenient(*bytes))
+                                  : std::vector<std::u16string>());
   }
   std::sort(lists.begin(), lists.end());
   std::vector<std::u16string> keys;

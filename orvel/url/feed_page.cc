@@ -1,10 +1,9 @@
 // The display page of a feed, its items' blocks, and the feed style sheet it links or embeds.
 #include <cstdlib>
-#include <fstream>
 #include <mutex>
-#include <sstream>
 
 #include "orvel/base/date_text.h"
+#include "orvel/base/file_bytes.h"
 #include "orvel/base/log.h"
 #include "orvel/base/utf8.h"
 #include "orvel/markup/tag_stripping.h"
@@ -38,14 +37,12 @@ StyleSheetSetting& styleSheetSetting() {
 
 // A style sheet's text, read as UTF-8; nullopt (logged) when it cannot be read.
 std::optional<std::u16string> styleSheetText(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream bytes;
-  if (file) bytes << file.rdbuf();
-  if (!file) {
+  const std::optional<std::string> bytes = bytesOfFile(path);
+  if (!bytes) {
     log("Cannot read the feed style sheet %s", path.c_str());
     return std::nullopt;
   }
-  return utf8ToUtf16Lenient(bytes.str());
+  return utf8ToUtf16Lenient(*bytes);
 }
 
 std::u16string embeddedStyle(std::u16string_view text) {

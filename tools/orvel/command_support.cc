@@ -1,5 +1,6 @@
 #include "tools/orvel/command_support.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -76,18 +77,30 @@ void readChunks(const std::string& input,
   readChunks(file, consume);
 }
 
-std::string readAll(const std::string& input) {
+std::string readAll(const std::string& input, const FirstBytesCheck& check) {
+  const std::string name = displayName(input);
   std::string bytes;
+  bool checked = !check;
   try {
     InputFile file(input);
-    bytes.reserve(file.size());  // a file too large for memory fails here, at once
+    bytes.reserve(std::min(file.size(), kMaxInputBytes));  // too large for memory: fails at once
     readChunks(file, [&](std::span<const std::uint8_t> chunk) {
+      if (bytes.size() + chunk.size() > kMaxInputBytes) {
+        throw CommandError(name, "larger than 1 GiB, the most read");
+      }
       bytes.append(reinterpret_cast<const char*>(chunk.data()), chunk.size());
+      if (!checked && bytes.size() >= kBytesDecidingText) {
+        checked = true;
+        if (std::string why = check(bytes); !why.empty()) throw CommandError(name, why);
+      }
     });
   } catch (const std::bad_alloc&) {
-    throw CommandError(displayName(input), "too large to read into memory");
+    throw CommandError(name, "too large to read into memory");
   } catch (const std::length_error&) {
-    throw CommandError(displayName(input), "too large to read into memory");
+    throw CommandError(name, "too large to read into memory");
+  }
+  if (!checked) {
+    if (std::string why = check(bytes); !why.empty()) throw CommandError(name, why);
   }
   return bytes;
 }
@@ -183,6 +196,19 @@ void writeOut(std::string_view bytes) {
   }
 }
 
-void writeOut(std::u16string_view text) { writeOut(utf16ToUtf8(text)); }
+void writeOut(std::u16string_view text) {
+  // In pieces, so that a long text costs a piece of UTF-8 at a time, not a copy of it all; a
+  // piece never ends between the two units of a surrogate pair.
+  constexpr std::size_t kPieceUnits = std::size_t{1} << 16;
+  std::string piece;
+  while (!text.empty()) {
+    std::size_t units = std::min(text.size(), kPieceUnits);
+    if (units < text.size() && (text[units - 1] & 0xFC00) == 0xD800) --units;
+    piece.clear();
+    appendUtf16AsUtf8(piece, text.substr(0, units));
+    writeOut(piece);
+    text.remove_prefix(units);
+  }
+}
 
 }  // namespace orvel::cli

@@ -19,6 +19,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include "orvel/formats/documents.h"
+
 namespace orvel::cli {
 
 // A failure concerning one input (or other named thing): "orvel: NAME: message".
@@ -40,8 +42,17 @@ class CommandError : public std::runtime_error {
 void readChunks(const std::string& input,
                 const std::function<void(std::span<const std::uint8_t>)>& consume);
 
-// The whole input.
-[[nodiscard]] std::string readAll(const std::string& input);
+// The most a command reads of one input (1 GiB): an input that runs on (a device, an endless
+// pipe) or is larger than memory is refused in one line, not read until memory runs out.
+inline constexpr std::size_t kMaxInputBytes = std::size_t{1} << 30;
+
+// Why the first bytes of an input (at least kBytesDecidingText, or all of it) make it
+// unwanted; "" to read on.
+using FirstBytesCheck = std::function<std::string(std::string_view firstBytes)>;
+
+// The whole input, at most kMaxInputBytes; `check`, when given, sees its first bytes before
+// more is read, and what it answers is thrown as CommandError.
+[[nodiscard]] std::string readAll(const std::string& input, const FirstBytesCheck& check = {});
 
 // Bytes decoded from UTF-8; throws CommandError(name, ...) naming the offset of the first
 // bad byte.

@@ -106,7 +106,13 @@ std::string_view DocumentReader::readAtLeast(std::size_t size) {
 }
 
 std::string_view DocumentReader::readAll() {
-  while (!_atEnd) readAtLeast(2 * _read + kReadChunk);
+  while (!_atEnd) {
+    if (_read > kMaxInputBytes)
+      throw CommandError(_path.string(), "larger than 1 GiB, the most read");
+    readAtLeast(std::min(2 * _read + kReadChunk, kMaxInputBytes + 1));
+  }
+  if (_read > kMaxInputBytes)
+    throw CommandError(_path.string(), "larger than 1 GiB, the most read");
   return readAtLeast(0);
 }
 
@@ -116,12 +122,21 @@ std::u16string readDocumentText(const std::string& input) {
     if (!bundle.text) throw CommandError(input, bundle.notTextReason);
     return std::move(*bundle.text);
   }
-  std::string bytes = readAll(input);
-  const DocumentKind kind =
-      documentKind(input == "-" ? std::filesystem::path() : std::filesystem::path(input), bytes);
-  DocumentText document = documentText(bytes, kind);
+  const std::filesystem::path path =
+      input == "-" ? std::filesystem::path() : std::filesystem::path(input);
+  const std::string bytes = readAll(input, [&](std::string_view first) {
+    return whyNotDocument(first, documentKind(path, first));
+  });
+  DocumentText document = documentText(bytes, documentKind(path, bytes));
   if (!document.text) throw CommandError(displayName(input), document.notTextReason);
   return std::move(*document.text);
+}
+
+WebPage readWebPageInput(const std::string& input) {
+  WebPage page = readWebPage(readAll(
+      input, [](std::string_view first) { return whyNotMarkup(webPageText(first)).value_or(""); }));
+  if (const auto why = whyNotMarkup(page.text)) throw CommandError(displayName(input), *why);
+  return page;
 }
 
 }  // namespace orvel::cli

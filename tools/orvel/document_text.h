@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "orvel/formats/documents.h"
+#include "orvel/markup/web_page.h"
 
 namespace orvel::cli {
 
@@ -25,7 +26,7 @@ class DocumentReader {
 
   // Reads on until at least `size` bytes are read or the file ends; answers the bytes so far.
   std::string_view readAtLeast(std::size_t size);
-  // Reads the rest; answers every byte.
+  // Reads the rest; answers every byte. A file larger than kMaxInputBytes is refused.
   std::string_view readAll();
   [[nodiscard]] bool atEnd() const { return _atEnd; }
 
@@ -37,7 +38,11 @@ class DocumentReader {
 };
 
 // The text of an input (a FILE, or stdin for "-") by the rules above; throws CommandError
-// naming it when it cannot be read or is not text.
+// naming it when it cannot be read or is not text (told by its first bytes when they can).
 [[nodiscard]] std::u16string readDocumentText(const std::string& input);
+
+// A web page or feed given as an input, read in its own encoding; throws CommandError naming
+// it when it cannot be read or is binary (told by its first bytes).
+[[nodiscard]] WebPage readWebPageInput(const std::string& input);
 
 }  // namespace orvel::cli

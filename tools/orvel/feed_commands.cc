@@ -23,8 +23,7 @@ std::string utf8(std::u16string_view text) { return utf16ToUtf8(text); }
 
 // The feed's text; a file that is no feed is refused, as one line naming it.
 std::u16string readFeed(const std::string& file) {
-  WebPage page = readWebPage(readAll(file));
-  if (const auto why = whyNotMarkup(page.text)) throw CommandError(displayName(file), *why);
+  WebPage page = readWebPageInput(file);
   if (!isFeed(page.text)) {
     throw CommandError(displayName(file),
                        "not a feed (no rss, rdf:RDF or feed element before any html, head or "

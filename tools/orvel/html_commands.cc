@@ -27,13 +27,6 @@
 namespace orvel::cli {
 namespace {
 
-// The page's text; a binary file is refused, as one line naming it.
-WebPage readPage(const std::string& file) {
-  WebPage page = readWebPage(readAll(file));
-  if (const auto why = whyNotMarkup(page.text)) throw CommandError(displayName(file), *why);
-  return page;
-}
-
 std::string utf8(std::u16string_view text) { return utf16ToUtf8(text); }
 
 void writeLine(std::u16string_view text) {
@@ -65,7 +58,8 @@ void registerText(CLI::App& html) {
     convert.imageAlts = !options->noImageAlts;
     if (convert.simplified) convert.onlyBody = true;
     bool junk = false;
-    writeLine(convertHtml2PlainText(std::move(readPage(options->file).text), convert, &junk));
+    writeLine(
+        convertHtml2PlainText(std::move(readWebPageInput(options->file).text), convert, &junk));
     if (junk) reportError(displayName(options->file), "junk text dropped");
   });
 }
@@ -111,7 +105,7 @@ void registerStrip(CLI::App& html) {
       ->type_name("NAME");
   addFileOption(command, options->file);
   command->callback([options] {
-    std::u16string text = readPage(options->file).text;
+    std::u16string text = readWebPageInput(options->file).text;
     if (!options->bodies.empty()) {
       text = stripTagBodies(text, tagPrefixes(options->bodies), false).value_or(text);
     }
@@ -179,7 +173,7 @@ void registerLinks(CLI::App& html) {
                     "isFeed");
   addFileOption(command, options->file);
   command->callback([options] {
-    const std::u16string page = readPage(options->file).text;
+    const std::u16string page = readWebPageInput(options->file).text;
     std::vector<std::u16string> links;
     if (options->frames) {
       links = htmlLinksAndFramesBaseURL(page);
@@ -221,7 +215,7 @@ void registerPieces(CLI::App& html) {
   addFileOption(command, *file);
   command->callback([file] {
     std::string out;
-    GetTagsOfString(readPage(*file).text, printPiece, &out, false);
+    GetTagsOfString(readWebPageInput(*file).text, printPiece, &out, false);
     writeOut(out);
   });
 }

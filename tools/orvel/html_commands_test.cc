@@ -65,6 +65,20 @@ TEST(HtmlTextCommandTest, BinaryFilesAreRefusedInOneLine) {
   expectFailure(
       orvel({"html", "text", (dir.path() / "missing.html").string()}), 1,
       "orvel: " + (dir.path() / "missing.html").string() + ": No such file or directory\n");
+  // Told by the first bytes, before the rest is read: an endless device, and 2 GiB of NUL
+  // bytes (a sparse file, which takes no disk), are refused at once, not read into memory.
+  for (const char* command : {"html", "feed"}) {
+    expectFailure(orvel({command, command == std::string("html") ? "text" : "html", "/dev/zero"}),
+                  1, "orvel: /dev/zero: binary (holds NUL bytes)\n");
+  }
+  const auto sparse = dir.path() / "zeros.html";
+  dir.writeFile("zeros.html", "");
+  std::filesystem::resize_file(sparse, std::uintmax_t{2} << 30);
+  expectFailure(orvel({"html", "text", sparse.string()}), 1,
+                "orvel: " + sparse.string() + ": binary (holds NUL bytes)\n");
+  expectFailure(orvel({"search", "x", sparse.string()}), 2,
+                "orvel: " + sparse.string() + ": not searched: binary (holds NUL bytes)\n");
+  expectFailure(orvel({"lang", "/dev/zero"}), 1, "orvel: /dev/zero: binary (holds NUL bytes)\n");
 }
 
 TEST(HtmlStripCommandTest, ElementsTagsAndAttributes) {

@@ -26,6 +26,10 @@ int main(int argc, char** argv) {
 
   CLI::App app("orvel: fast, locale-free text tools over the ORVELfoundation library", "orvel");
   app.require_subcommand(1);
+  app.footer(
+      "Limits: an input (a file, standard input, a list of files) is read up to 1 GiB, a listed "
+      "path up to 4096 bytes, a TextPack unpacks to at most 1 GiB and 200 times its size; a "
+      "binary input is refused by its first 4 KB. Past a limit a command fails in one line.");
   app.set_version_flag("--version", std::string("orvel ") + ORVEL_VERSION_STRING,
                        "Print the version and exit");
   int status = 0;

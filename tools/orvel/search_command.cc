@@ -174,8 +174,21 @@ FileResult searchText(const fs::path& path, const Query& query, const SearchPref
   bool possible = false;   // the byte tests found that the file may match: no need to repeat
   try {
     DocumentReader reader(path);
-    result.kind = documentKind(path, reader.readAtLeast(kBytesDecidingText));
+    const std::string_view first = reader.readAtLeast(kBytesDecidingText);
+    result.kind = documentKind(path, first);
     if (!wanted(options, result.kind)) return result;
+    // A longer file that is no text is told by its first bytes, before the rest is read.
+    if (!reader.atEnd()) {
+      if (std::string why = whyNotDocument(first, result.kind); !why.empty()) {
+        if (result.kind == DocumentKind::kFeed) {  // a feed that is not one is read as text
+          result.kind = DocumentKind::kText;
+          if (!wanted(options, result.kind)) return FileResult{};
+        }
+        result.notText = std::move(why);
+        result.bytesRead = first.size();
+        return result;
+      }
+    }
     // A page's or feed's words may be spelt with entities, split by tags or in another
     // encoding: neither the byte pre-filter nor a prefix of its bytes can speak for it; and
     // the language of a file is that of all its text.
@@ -347,17 +360,17 @@ std::string resultText(const std::string& path, const FileResult& result,
 
 // A file matches by its text, or with --comments by its comment (even a file that is no
 // text: a picture is found by what was written about it).
-FileResult searchFile(const SearchFile& file, const Query& query, const SearchPrefilter& prefilter,
-                      const SearchOptions& options) {
-  const fs::path path = file.path;
+FileResult searchFile(const std::string& name, bool named, const Query& query,
+                      const SearchPrefilter& prefilter, const SearchOptions& options) {
+  const fs::path path = name;
   auto comment = options.comments ? matchingComment(path, query) : std::nullopt;
   if (comment && options.filesWithMatches) {
     FileResult result;
     result.matched = true;
-    result.output = resultText(file.path, result, options);
+    result.output = resultText(name, result, options);
     return result;
   }
-  FileResult result = searchText(path, query, prefilter, options, !file.named && !options.verbose);
+  FileResult result = searchText(path, query, prefilter, options, !named && !options.verbose);
   if (comment && result.error.empty()) {
     result.matched = true;
     result.notText.clear();
@@ -365,7 +378,7 @@ FileResult searchFile(const SearchFile& file, const Query& query, const SearchPr
   }
   // Written here, on the searching thread, so that the text need not wait to be printed.
   if (result.matched && result.error.empty()) {
-    result.output = resultText(file.path, result, options);
+    result.output = resultText(name, result, options);
     result.text = std::u16string();
     result.places = {};
   }
@@ -377,13 +390,13 @@ FileResult searchFile(const SearchFile& file, const Query& query, const SearchPr
 int runSearch(const SearchOptions& options) {
   const Query query(options.query, options.caseSensitive, options.wildcard);
   bool failed = false;
-  std::vector<std::string> paths = options.paths;
+  SearchFiles files;
+  for (const std::string& path : options.paths) addSearchPath(files, path, options.hidden, failed);
   if (options.filesFrom) {
-    std::vector<std::string> listed = readPathList(*options.filesFrom, options.nulSeparated);
-    paths.insert(paths.end(), std::make_move_iterator(listed.begin()),
-                 std::make_move_iterator(listed.end()));
+    readPathList(*options.filesFrom, options.nulSeparated, [&](const std::string& path) {
+      addSearchPath(files, path, options.hidden, failed);
+    });
   }
-  const std::vector<SearchFile> files = collectSearchFiles(paths, options.hidden, failed);
   const SearchPrefilter prefilter =
       options.plainPath ? SearchPrefilter()
                         : SearchPrefilter(query.tree(), query.caseSensitive(), query.wildcard());
@@ -392,15 +405,17 @@ int runSearch(const SearchOptions& options) {
   bool anyMatch = false;
   runInOrder<FileResult>(
       files.size(), threads, 8 * std::size_t{threads},
-      [&](std::size_t i) { return searchFile(files[i], query, prefilter, options); },
+      [&](std::size_t i) {
+        return searchFile(std::string(files.path(i)), files.named(i), query, prefilter, options);
+      },
       [&](std::size_t i, const FileResult& result) {
         progress.fileSearched(result.bytesRead);
-        const std::string& name = files[i].path;
+        const std::string name(files.path(i));
         progress.withoutLine([&] {
           if (!result.error.empty()) {
             reportError(name, result.error);
             failed = true;
-          } else if (!result.notText.empty() && files[i].named) {
+          } else if (!result.notText.empty() && files.named(i)) {
             reportError(name, "not searched: " + result.notText);
             failed = true;
           } else if (!result.notText.empty() && options.verbose) {
@@ -420,11 +435,15 @@ void registerSearch(CLI::App& app, int& status) {
   options->threads = std::max(1u, std::thread::hardware_concurrency());
   CLI::App* command = app.add_subcommand(
       "search", "Search documents with a query; print matching files with lines and snippets");
+  command->footer(
+      "A document is read up to 1 GiB (larger ones are reported, exit 2); one that is not text "
+      "is told by its first 4 KB.");
   CLI::Option* query = command->add_option("QUERY", options->query, "The query");
   command->add_option("PATH", options->paths, "Files and folders (default: the current folder)");
   command
       ->add_option("--files-from", options->filesFrom,
-                   "Also search the paths listed in FILE, one a line ('-': standard input)")
+                   "Also search the paths listed in FILE, one a line ('-': standard input); "
+                   "at most 1 GiB of list, paths up to 4096 bytes")
       ->type_name("FILE");
   command->add_flag("-0,--null", options->nulSeparated,
                     "With --files-from: the paths end with NUL bytes, not line ends");

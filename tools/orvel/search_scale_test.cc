@@ -48,6 +48,18 @@ TEST(SearchFilesFromTest, ReportsMissingListsAndListedFilesInOneLineEach) {
   expectFailure(orvel({"search", "--files-from", "-", "x"}, gone + "\n"), 2,
                 "orvel: " + gone + ": No such file or directory\n");
   EXPECT_EQ(orvel({"search", "-0", "x", dir.path().string()}).exitCode, 2);  // -0 needs a list
+  // Lists that run on, or hold what no list of paths holds, are refused in one line, by
+  // limits the help names.
+  EXPECT_NE(orvel({"--help"})
+                .out.find("a list of files) is read up to 1 GiB, a listed path up "
+                          "to 4096 bytes"),
+            std::string::npos);
+  expectFailure(orvel({"search", "-0", "--files-from", "/dev/zero", "x"}), 2,
+                "orvel: /dev/zero: the list of files is larger than 1 GiB\n");
+  expectFailure(orvel({"search", "--files-from", "-", "x"}, std::string("a\0b\n", 4)), 2,
+                "orvel: stdin: a listed path holds a NUL byte (a NUL-separated list needs -0)\n");
+  expectFailure(orvel({"search", "--files-from", "-", "x"}, std::string(5000, 'a')), 2,
+                "orvel: stdin: a listed path is longer than 4096 bytes\n");
   // A name holding a line break is written escaped: one line, never a forged second one.
   const std::string forged = dir.path().string() + "/a\norvel: all is well";
   expectFailure(

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
-#include <iostream>
 #include <iterator>
 #include <string_view>
 #include <system_error>
@@ -81,15 +79,14 @@ int readFolder(const std::string& folderPath, bool hidden, std::vector<WalkEntry
 // compares them): a depth-first walk that takes each folder's entries sorted by name, so
 // that only siblings' names are ever compared. Entries wait on an explicit stack, so a deep
 // tree costs memory, not stack; a folder that cannot be read is reported and passed over.
-std::vector<std::string> walkFolder(const std::string& root, bool hidden, bool& failed) {
-  std::vector<std::string> files;
+void walkFolder(SearchFiles& files, const std::string& root, bool hidden, bool& failed) {
   std::vector<WalkEntry> pending = {{root, 0, true}};
   std::vector<WalkEntry> children;
   while (!pending.empty()) {
     WalkEntry next = std::move(pending.back());
     pending.pop_back();
     if (!next.folder) {
-      files.push_back(std::move(next.path));
+      files.add(next.path, false);
       continue;
     }
     children.clear();
@@ -102,53 +99,84 @@ std::vector<std::string> walkFolder(const std::string& root, bool hidden, bool& 
               [](const WalkEntry& a, const WalkEntry& b) { return a.name() > b.name(); });
     for (WalkEntry& child : children) pending.push_back(std::move(child));
   }
-  return files;
 }
 
 }  // namespace
 
-std::vector<SearchFile> collectSearchFiles(const std::vector<std::string>& paths, bool hidden,
-                                           bool& failed) {
-  std::vector<SearchFile> files;
-  for (const std::string& root : paths) {
-    std::error_code error;
-    const fs::file_status status = fs::status(root, error);
-    if (error || !fs::exists(status)) {
-      reportError(root, error ? error.message() : "No such file or directory");
-      failed = true;
-    } else if (fs::is_directory(status) && isTextBundleFile(root)) {
-      files.push_back({root, true});
-    } else if (fs::is_directory(status)) {
-      for (std::string& path : walkFolder(root, hidden, failed)) {
-        files.push_back({std::move(path), false});
-      }
-    } else if (fs::is_regular_file(status)) {
-      files.push_back({root, true});
-    } else {
-      reportError(root, "not a regular file or folder (a FIFO, device or socket is not searched)");
-      failed = true;
-    }
-  }
-  return files;
+void SearchFiles::add(std::string_view path, bool named) {
+  _starts.push_back(_paths.size() | (named ? kNamed : 0));
+  _paths.append(path);
+  _paths += '\0';
 }
 
-std::vector<std::string> readPathList(const std::string& source, bool nulSeparated) {
-  std::ifstream file;
-  if (source != "-") {
-    file.open(source, std::ios::binary);
-    if (!file)
-      throw CommandError(source,
-                         std::string("cannot read the list of files: ") + std::strerror(errno));
+std::string_view SearchFiles::path(std::size_t index) const {
+  const std::size_t start = _starts[index] & ~kNamed;
+  const std::size_t end =
+      index + 1 < _starts.size() ? (_starts[index + 1] & ~kNamed) - 1 : _paths.size() - 1;
+  return std::string_view(_paths).substr(start, end - start);
+}
+
+void addSearchPath(SearchFiles& files, const std::string& root, bool hidden, bool& failed) {
+  std::error_code error;
+  const fs::file_status status = fs::status(root, error);
+  if (error || !fs::exists(status)) {
+    reportError(root, error ? error.message() : "No such file or directory");
+    failed = true;
+  } else if (fs::is_directory(status) && isTextBundleFile(root)) {
+    files.add(root, true);
+  } else if (fs::is_directory(status)) {
+    walkFolder(files, root, hidden, failed);
+  } else if (fs::is_regular_file(status)) {
+    files.add(root, true);
+  } else {
+    reportError(root, "not a regular file or folder (a FIFO, device or socket is not searched)");
+    failed = true;
   }
-  std::istream& in = source == "-" ? std::cin : file;
+}
+
+void readPathList(const std::string& source, bool nulSeparated,
+                  const std::function<void(const std::string&)>& take) {
+  // Thrown from inside the reading, and told apart from a list that cannot be read.
+  struct Refused {
+    std::string why;
+  };
   const char separator = nulSeparated ? '\0' : '\n';
-  std::vector<std::string> paths;
-  for (std::string path; std::getline(in, path, separator);) {
+  std::string path;  // the entry being read
+  const auto endEntry = [&] {
     if (!nulSeparated && !path.empty() && path.back() == '\r') path.pop_back();
-    if (!path.empty()) paths.push_back(std::move(path));
+    if (path.find('\0') != std::string::npos) {
+      throw Refused{"a listed path holds a NUL byte (a NUL-separated list needs -0)"};
+    }
+    if (!path.empty()) take(path);
+    path.clear();
+  };
+  std::size_t total = 0;
+  try {
+    readChunks(source, [&](std::span<const std::uint8_t> chunk) {
+      total += chunk.size();
+      if (total > kMaxInputBytes) throw Refused{"the list of files is larger than 1 GiB"};
+      std::string_view rest(reinterpret_cast<const char*>(chunk.data()), chunk.size());
+      for (;;) {
+        if (path.empty()) {  // runs of empty entries are passed over at once
+          rest.remove_prefix(std::min(rest.size(), rest.find_first_not_of(separator)));
+        }
+        const std::size_t end = rest.find(separator);
+        path.append(rest.substr(0, end));
+        if (path.size() > kMaxListedPathBytes) {
+          throw Refused{"a listed path is longer than " + std::to_string(kMaxListedPathBytes) +
+                        " bytes"};
+        }
+        if (end == std::string_view::npos) break;
+        endEntry();
+        rest.remove_prefix(end + 1);
+      }
+    });
+    endEntry();
+  } catch (const Refused& refused) {
+    throw CommandError(displayName(source), refused.why);
+  } catch (const CommandError& error) {
+    throw CommandError(error.name(), std::string("cannot read the list of files: ") + error.what());
   }
-  if (in.bad()) throw CommandError(source, "cannot read the list of files");
-  return paths;
 }
 
 }  // namespace orvel::cli

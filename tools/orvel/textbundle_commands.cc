@@ -43,7 +43,7 @@ void registerText(CLI::App& textbundle) {
     std::string why;
     const auto text = stringWithContentsOfTextBundleFile(options->path, encoding, nullptr, &why);
     if (!text) throw CommandError(options->path, "no text: " + why);
-    writeOut(utf16ToUtf8(*text));
+    writeOut(*text);
   });
 }
 
