@@ -8,6 +8,8 @@ packages=(
   clang libclang-rt-14-dev                       # libFuzzer for the fuzz targets
   libicu-dev zlib1g-dev liburiparser-dev         # the library's dependencies
   libarchive-dev                                 #   (archives: TextPacks)
+  libacl1-dev libbz2-dev liblz4-dev liblzma-dev  #   libarchive's own, for linking the static
+  libxml2-dev libzstd-dev nettle-dev             #   library (pkg-config --static)
   libcli11-dev nlohmann-json3-dev                # the orvel program's command line and JSON output
   libgtest-dev libgmock-dev                      # tests
   pybind11-dev python3-dev python3-pytest        # the Python module and its tests

@@ -20,10 +20,10 @@ for preset in release sanitize; do
   fi
 done
 
-echo "== thread sanitizer: orvel search on four threads"
+echo "== thread sanitizer: orvel search on four threads, of text files and of TextPacks"
 cmake --preset tsan >/dev/null
 cmake --build --preset tsan --target orvel orvel_cli_test
-ctest --preset tsan -R 'SearchInputsTest\.ThreadsPrintInFileOrder'
+ctest --preset tsan -R 'SearchInputsTest\.(ThreadsPrintInFileOrder|TextPacksAreReadOnSeveralThreads)'
 
 echo "== fuzzing, about 5 s per target"
 mkdir -p build

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs a build into a temporary prefix and uses it as a stranger would: checks that the
 # tree holds the public headers only, then builds and runs a CMake consumer, a Makefile +
-# pkg-config consumer, a C consumer, and the README's C++ and Python examples, and renders
+# pkg-config consumer, a C consumer (also linked statically through pkg-config --static),
+# and the README's C++ and Python examples, and renders
 # the manual page. Usage: tests/install/check.sh BUILD_DIR
 set -euo pipefail
 build=$(realpath "$1")
@@ -47,6 +48,18 @@ cc -std=c11 -Wall -Wextra -Wpedantic -Werror -o "$work/c_consumer" "$here/c_cons
   $(pkg-config --cflags --libs orvelfoundation)
 echo "Harbour Report 2024" | "$work/c_consumer" 'harbour*20[0-9][0-9]' | grep -q '^matches' \
   || fail "C consumer"
+
+echo "consumer: C, static library through pkg-config --static"
+# A folder holding only the archive, searched first, makes the linker take it over the
+# shared library; what it needs beyond itself must all come from pkg-config --static.
+mkdir -p "$work/static"
+ln -s "$prefix/lib/liborvelfoundation.a" "$work/static/liborvelfoundation.a"
+c++ -o "$work/c_consumer_static" -x c -std=c11 "$here/c_consumer/main.c" -x none \
+  -L"$work/static" $(pkg-config --cflags --static --libs orvelfoundation)
+readelf -d "$work/c_consumer_static" | grep -q 'liborvelfoundation' \
+  && fail "the static consumer links the shared library"
+echo "Harbour Report 2024" | "$work/c_consumer_static" 'harbour*20[0-9][0-9]' | grep -q '^matches' \
+  || fail "C consumer (static, pkg-config --static)"
 
 echo "README examples"
 "$here/readme_examples.sh" "$root/README.md" "$work/readme"

@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "orvel/formats/formats_test_support.h"
 #include "orvel/testing/temp_dir.h"
 
 #include "tools/orvel/cli_test_support.h"
@@ -158,6 +159,21 @@ TEST(SearchInputsTest, FilesComeInTheOrderOfTheirComponents) {
 }
 
 // Results come out in file order however many threads search, as each file is done.
+TEST(SearchInputsTest, TextPacksAreReadOnSeveralThreads) {
+  testing::TempDir dir;
+  for (int f = 0; f < 40; ++f) {
+    ASSERT_TRUE(
+        testing::writeArchive(dir.path() / ("p" + std::to_string(f) + ".textpack"),
+                              {{"Pack.textbundle/text.md", "a fox in pack " + std::to_string(f)}}));
+  }
+  const ProgramResult one = orvel({"search", "-c", "-j", "1", "fox", dir.path().string()});
+  const ProgramResult four = orvel({"search", "-c", "-j", "4", "fox", dir.path().string()});
+  EXPECT_EQ(four.exitCode, 0);
+  EXPECT_EQ(four.err, "");  // where a thread sanitizer reports a race (in the time zone's reading)
+  EXPECT_EQ(four.out, one.out);
+  EXPECT_EQ(lines(four.out).size(), 40u);
+}
+
 TEST(SearchInputsTest, ThreadsPrintInFileOrder) {
   testing::TempDir dir;
   for (int f = 0; f < 300; ++f) {
