@@ -5,10 +5,8 @@
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 #include <archive.h>
@@ -34,19 +32,23 @@ struct ArchiveCloser {
 // takes a UTF-8 locale for as long as the archive is open, whatever the process's locale.
 class Utf8ThreadLocale {
  public:
-  Utf8ThreadLocale() : _utf8(::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{})) {
-    if (_utf8 != locale_t{}) _previous = ::uselocale(_utf8);
+  Utf8ThreadLocale() {
+    if (utf8() != locale_t{}) _previous = ::uselocale(utf8());
   }
   ~Utf8ThreadLocale() {
-    if (_utf8 == locale_t{}) return;
-    ::uselocale(_previous);
-    ::freelocale(_utf8);
+    if (utf8() != locale_t{}) ::uselocale(_previous);
   }
   Utf8ThreadLocale(const Utf8ThreadLocale&) = delete;
   Utf8ThreadLocale& operator=(const Utf8ThreadLocale&) = delete;
 
  private:
-  locale_t _utf8;
+  // Made once and kept: making and freeing a locale opens and closes glibc's shared
+  // conversion tables, which threads would race for.
+  static locale_t utf8() {
+    static const locale_t made = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", locale_t{});
+    return made;
+  }
+
   locale_t _previous{};
 };
 
@@ -56,10 +58,6 @@ class ArchiveReader {
  public:
   // Check reader() for null; *error says why it is.
   ArchiveReader(const fs::path& path, std::string& error) {
-    // libarchive converts entry times through the time zone, and glibc's first reading of
-    // the zone is not safe against another thread's: it is read once, here, before any.
-    static std::once_flag zoneRead;
-    std::call_once(zoneRead, ::tzset);
     struct stat info {};
     if (::stat(path.c_str(), &info) != 0) {  // libarchive would say only "Failed to open"
       error = std::string("cannot be opened: ") + std::strerror(errno);

@@ -9,6 +9,12 @@
 // Unpacking also stops past a total of unpacked bytes, and past a ratio of unpacked to packed
 // bytes once more than 1 MiB is out (so that a small archive cannot fill the disk); what was
 // written before it stopped stays.
+//
+// Archives may be read on several threads at once. libarchive converts entry times with
+// mktime, which while TZ is unset reads the time zone again on every call, under a lock of
+// glibc's own that ThreadSanitizer cannot see (it reports a race in tzset_internal): a
+// program that reads archives on threads under ThreadSanitizer sets TZ before they start, as
+// the orvel program does.
 #pragma once
 
 #include <cstdint>
