@@ -41,6 +41,13 @@ PACKS = {
         ("Evil.textbundle/x", "link", "."),
         ("Evil.textbundle/text.md", "link", "escape/etc/passwd"),
     ]),
+    # A link that stays inside the pack, to a file beside the bundle: moved with the bundle
+    # beside the destination, it would lead to the user's file of that name.
+    "link-to-a-sibling.textpack": ("tar", [
+        ("Evil.textbundle/", "dir", None),
+        ("Evil.textbundle/text.md", "link", "../.profile"),
+        (".profile", "file", "echo the pack wrote this\n"),
+    ]),
     "text-links-to-absolute-path.textpack": ("zip", [
         ("Evil.textbundle/text.md", "link", "/etc/passwd"),
     ]),

@@ -240,6 +240,7 @@ std::string unpackEntry(archive* reader, archive_entry* entry, const fs::path& d
     }
     case AE_IFREG: return writeFile(reader, target, mode, budget);
     case AE_IFLNK: {
+      if (!budget.limits.symbolicLinks) return "symbolic links are not unpacked here";
       const char* link = archive_entry_symlink_utf8(entry);
       if (link == nullptr) link = archive_entry_symlink(entry);
       if (!linkStaysInside(destination, *relative, link))

@@ -30,6 +30,10 @@ namespace orvel {
 struct UnpackLimits {
   std::uint64_t maxBytes = std::uint64_t{1} << 30;  // unpacked bytes in all
   double maxRatio = 200;                            // unpacked bytes per packed byte
+  // Whether symbolic links (that stay inside) are made, or refused. A part of what is
+  // unpacked that is later moved elsewhere takes its links along, and a link that stayed
+  // inside may then point out.
+  bool symbolicLinks = true;
 };
 
 // Unpacks the archive into `destination` (made when missing, with its parents). True when

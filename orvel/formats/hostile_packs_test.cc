@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "orvel/formats/file_operations.h"
 #include "orvel/formats/markdown_files.h"
 #include "orvel/testing/files.h"
 #include "orvel/testing/temp_dir.h"
@@ -29,11 +30,13 @@ struct HostilePack {
 const HostilePack kHostilePacks[] = {
     {"beside-destination.textpack", "", u"The second bundle, whose text is read.\n"},
     {"link-climbs-through-links.textpack",
-     "Evil.textbundle/escape: symbolic link points outside the destination", std::nullopt},
+     "Evil.textbundle/x: symbolic links are not unpacked here", std::nullopt},
     {"link-climbs-before-its-way-exists.textpack",
-     "Evil.textbundle/escape: symbolic link points outside the destination", std::nullopt},
+     "Evil.textbundle/escape: symbolic links are not unpacked here", std::nullopt},
+    {"link-to-a-sibling.textpack", "Evil.textbundle/text.md: symbolic links are not unpacked here",
+     std::nullopt},
     {"text-links-to-absolute-path.textpack",
-     "Evil.textbundle/text.md: symbolic link points outside the destination", std::nullopt},
+     "Evil.textbundle/text.md: symbolic links are not unpacked here", std::nullopt},
     {"text-is-fifo.textpack",
      "Evil.textbundle/text.md: device files, FIFOs and sockets are not unpacked", std::nullopt},
     {"text-is-hard-link.textpack", "Evil.textbundle/text.md: hard links are not unpacked",
@@ -44,9 +47,10 @@ const HostilePack kHostilePacks[] = {
      std::nullopt},
     {"absolute-name.textpack",
      "/tmp/orvel-absolute.textbundle/text.md: path outside the destination", std::nullopt},
-    {"writes-through-link.textpack",
-     "Evil.textbundle/up/.profile: would be written through a symbolic link or a file", u"text\n"},
-    {"bundle-is-link.textpack", "holds no .textbundle folder", std::nullopt},
+    {"writes-through-link.textpack", "Evil.textbundle/up: symbolic links are not unpacked here",
+     u"text\n"},
+    {"bundle-is-link.textpack", "Link.textbundle: symbolic links are not unpacked here",
+     std::nullopt},
     {"expands-a-thousandfold.textpack",
      "Bomb.textbundle/text.md: unpacks to more than 200 times its size", std::nullopt},
     {"non-ascii-names.textpack", "", u"Caf\u00e9 au lait by the harbour.\n"},
@@ -95,6 +99,39 @@ TEST_F(HostilePackTest, NothingLandsOutsideTheDestination) {
     EXPECT_EQ(stringWithContentsOfTextBundleFile(kPacks / pack.name), pack.text);
     fs::remove_all(destination);
   }
+}
+
+// Unpacked where nothing is moved afterwards, links are made when they lead to a place inside
+// the destination, followed as the kernel follows them through the links made before.
+TEST_F(HostilePackTest, LinksAreFollowedBeforeTheyAreMade) {
+  if (!fs::exists(kPacks)) GTEST_SKIP() << kPacks << " is missing";
+  const struct {
+    const char* pack;
+    const char* error;
+  } cases[] = {
+      {"link-climbs-through-links.textpack",
+       "Evil.textbundle/escape: symbolic link points outside the destination"},
+      {"link-climbs-before-its-way-exists.textpack",
+       "Evil.textbundle/escape: symbolic link points outside the destination"},
+      {"text-links-to-absolute-path.textpack",
+       "Evil.textbundle/text.md: symbolic link points outside the destination"},
+      {"writes-through-link.textpack",
+       "Evil.textbundle/up/.profile: would be written through a symbolic link or a file"},
+  };
+  for (const auto& item : cases) {
+    SCOPED_TRACE(item.pack);
+    const fs::path out = home() / "out";
+    std::string error;
+    EXPECT_FALSE(decompressFileAtPath(kPacks / item.pack, out, {}, &error));
+    EXPECT_EQ(error, item.error);
+    expectUserFilesUntouched();
+    fs::remove_all(out);
+  }
+  // A link to a sibling stays inside where it was unpacked.
+  EXPECT_TRUE(decompressFileAtPath(kPacks / "link-to-a-sibling.textpack", home() / "out"));
+  EXPECT_EQ(testing::fileBytes(home() / "out/Evil.textbundle/text.md"),
+            "echo the pack wrote this\n");
+  expectUserFilesUntouched();
 }
 
 TEST_F(HostilePackTest, TheBundleAloneIsTaken) {

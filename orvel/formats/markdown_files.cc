@@ -137,7 +137,7 @@ std::optional<fs::path> privateFolderIn(const fs::path& parent) {
 // the bundle can be renamed out of it), and moves the pack's first bundle folder (by name) to
 // the destination, or beside it under its own name when that is the destination's in another
 // case. Nothing else the pack holds leaves the private folder, which goes; nothing already
-// there is replaced.
+// there is replaced. Symbolic links are refused.
 bool unpackTextPack(const fs::path& pack, const fs::path& destination, std::string& error) {
   const fs::path parent = destination.parent_path().empty() ? "." : destination.parent_path();
   std::error_code failure;
@@ -151,7 +151,9 @@ bool unpackTextPack(const fs::path& pack, const fs::path& destination, std::stri
     return false;
   }
   const FolderRemover remover(*folder);
-  if (!decompressFileAtPath(pack, *folder, {}, &error)) return false;
+  // The bundle is moved out of the folder it was unpacked into, and a link of it that led
+  // to a sibling there would then lead into the user's folder: a bundle needs no links.
+  if (!decompressFileAtPath(pack, *folder, {.symbolicLinks = false}, &error)) return false;
   for (const fs::path& entry : sortedEntries(*folder)) {
     const std::string name = entry.filename().string();
     if (!endsWithNoCase(name, ".textbundle") || !isRealFolder(entry)) continue;

@@ -47,11 +47,12 @@ namespace orvel {
     const std::filesystem::path& path, std::optional<NSStringEncoding> encoding = std::nullopt,
     NSStringEncoding* usedEncoding = nullptr, std::string* error = nullptr);
 
-// Makes a ".textbundle" folder stand at `destination`: a bundle folder is copied there; a
-// pack is unpacked (safely, see file_operations.h) into the destination's folder, and the
-// first ".textbundle" found there (by name) is moved to the destination, unless it is the
-// destination already (compared without case). False on any failure, with *error (when
-// given) saying why in one line.
+// Makes a ".textbundle" folder stand at `destination`: a bundle folder is copied there (its
+// links as links); a pack is unpacked (safely, see file_operations.h, and without symbolic
+// links) into a fresh private folder beside the destination, its first ".textbundle" folder
+// (by name) is moved to the destination, or beside it under its own name when that is the
+// destination's in another case, and the rest is removed. An existing destination is left
+// alone. False on any failure, with *error (when given) saying why in one line.
 bool decompressTextBundleFile(const std::filesystem::path& source,
                               const std::filesystem::path& destination,
                               std::string* error = nullptr);
