@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <new>
 #include <utility>
 
 #include <fcntl.h>
@@ -15,6 +16,7 @@
 #include "orvel/base/assert.h"
 #include "orvel/base/big_endian.h"
 #include "orvel/base/calendar.h"
+#include "orvel/base/file_bytes.h"
 #include "orvel/base/log.h"
 #include "orvel/base/utf8.h"
 #include "orvel/text/encoding_converters.h"
@@ -210,21 +212,30 @@ void forEachString(KeyedBytes data, KeyedKey key, Visit visit) {
   });
 }
 
+// Whole files are read up to kMaxFileBytes, and only regular files: a device or FIFO has no
+// end (and a FIFO without a writer would hold the open), and a file can be larger than memory.
 std::optional<KeyedBuffer> readWholeFile(const std::filesystem::path& path, bool dropFromCache) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) return std::nullopt;
+  struct stat info {};
   KeyedBuffer bytes;
   std::uint8_t buffer[1 << 16];
-  bool failed = false;
-  for (;;) {
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
-    if (n == 0) break;
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      failed = true;
-      break;
+  bool failed = ::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) ||
+                static_cast<std::uint64_t>(info.st_size) > kMaxFileBytes;
+  try {
+    if (!failed) bytes.reserve(static_cast<std::size_t>(info.st_size));
+    while (!failed) {
+      const ssize_t n = ::read(fd, buffer, sizeof buffer);
+      if (n == 0) break;
+      if (n < 0) {
+        failed = errno != EINTR;
+        continue;
+      }
+      bytes.insert(bytes.end(), buffer, buffer + n);
+      failed = bytes.size() > kMaxFileBytes;
     }
-    bytes.insert(bytes.end(), buffer, buffer + n);
+  } catch (const std::bad_alloc&) {
+    failed = true;
   }
   if (dropFromCache) ::posix_fadvise(fd, 0, 0, POSIX_FADV_DONTNEED);
   ::close(fd);

@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "orvel/base/file_bytes.h"
 #include "orvel/testing/log_capture.h"
 #include "orvel/testing/temp_dir.h"
 
@@ -247,6 +248,12 @@ TEST(KeyedDataTest, FilesReadPlainUncachedAndMapped) {
   EXPECT_EQ(unsignedForKey(mapped->bytes(), 1), 42u);
   EXPECT_FALSE(dataWithKeyedFile(dir.path() / "missing").has_value());
   EXPECT_TRUE(dataWithMappedKeyedFile(dir.writeFile("empty", ""))->bytes().empty());
+  // Only a regular file is read, and one over the limit is refused before a byte is read: a
+  // device without an end is never read until memory runs out.
+  EXPECT_FALSE(dataWithKeyedFile("/dev/zero").has_value());
+  const auto sparse = dir.writeFile("sparse", "");
+  std::filesystem::resize_file(sparse, kMaxFileBytes + 1);
+  EXPECT_FALSE(dataWithKeyedFile(sparse).has_value());
 }
 
 }  // namespace

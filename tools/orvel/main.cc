@@ -2,6 +2,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <exception>
+#include <new>
 #include <string>
 
 #include "orvel/version.h"
@@ -77,6 +79,12 @@ int main(int argc, char** argv) {
     return 2;
   } catch (const orvel::cli::CommandError& error) {
     orvel::cli::reportError(error.name(), error.what());
+    return 1;
+  } catch (const std::bad_alloc&) {
+    std::fputs("orvel: out of memory\n", stderr);
+    return 1;
+  } catch (const std::exception& error) {  // never an uncaught exception: one line instead
+    std::fprintf(stderr, "orvel: %s\n", orvel::cli::escapeControls(error.what()).c_str());
     return 1;
   }
   if (std::fflush(stdout) != 0) {
