@@ -63,6 +63,10 @@ class ArchiveReader {
       error = std::string("cannot be opened: ") + std::strerror(errno);
       return;
     }
+    if (!S_ISREG(info.st_mode)) {  // a FIFO would hold the open until a writer comes
+      error = "not a regular file";
+      return;
+    }
     _reader.reset(archive_read_new());
     archive_read_support_filter_all(_reader.get());
     archive_read_support_format_all(_reader.get());

@@ -102,6 +102,13 @@ TEST_F(UnpackTest, WhatIsNoArchive) {
   EXPECT_FALSE(decompressFileAtPath(text, out(), {}, &error));
   EXPECT_EQ(error.rfind("not a readable archive", 0), 0u) << error;
   EXPECT_FALSE(decompressFileAtPath(_dir.path() / "missing.zip", out(), {}, &error));
+  EXPECT_EQ(error, "cannot be opened: No such file or directory");
+  // A FIFO is refused, not opened to wait for a writer.
+  ASSERT_EQ(::mkfifo((_dir.path() / "fifo.zip").c_str(), 0600), 0);
+  EXPECT_FALSE(decompressFileAtPath(_dir.path() / "fifo.zip", out(), {}, &error));
+  EXPECT_EQ(error, "not a regular file");
+  EXPECT_EQ(readArchiveEntry(_dir.path() / "fifo.zip", [](const std::string&) { return true; }),
+            std::nullopt);
   // A real archive, but its destination would lie below a file.
   const fs::path archive = _dir.path() / "a.zip";
   ASSERT_TRUE(testing::writeArchive(archive, {{"x.txt", "x"}}));
