@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <new>
-#include <unordered_map>
 
 #include "orvel/base/assert.h"
 #include "orvel/base/file_bytes.h"
@@ -43,56 +42,120 @@ std::uint64_t hashOf(const unichar* units, std::size_t length) {
 
 }  // namespace
 
-// The stop words: per language a sorted list (for writing and sizes), and one open-addressed
-// table from a word to the languages whose lists hold it, so that scoring a word costs one
-// probe whatever the number of languages.
+// The stop words: one open-addressed table from a word to the languages whose lists hold it,
+// so that scoring a word costs one probe whatever the number of languages. Every word's units
+// are in one buffer; a word's languages are a chain of links. Nothing is kept per word beside
+// that (a list of strings per language cost several times the lists' own size to build and
+// hold), and a language's list is read back from the table when asked for.
+//
+// Building: the words are staged in the order they come, then put into the table in the
+// order of their home slots, so that the table is filled from one end to the other instead
+// of at random (a cache miss a word, for a quarter of a million words).
 struct LanguageFilter::Lists {
+  static constexpr std::uint32_t kNoLink = 0xFFFFFFFF;
   struct Slot {
     std::uint32_t wordOffset = 0;
     std::uint32_t wordLength = 0;  // 0: an empty slot
-    std::uint32_t languagesOffset = 0;
-    std::uint32_t languagesCount = 0;
+    std::uint32_t firstLink = kNoLink;
+  };
+  struct Link {
+    std::uint32_t language;
+    std::uint32_t next;
+  };
+  struct Staged {
+    std::uint64_t hash;
+    std::uint32_t wordOffset;
+    std::uint16_t wordLength;
+    std::uint16_t language;
   };
 
   std::vector<std::u16string> keys;
-  std::vector<std::vector<std::u16string>> words;  // per key, sorted, unique
+  std::vector<std::size_t> sizes;  // per key, its distinct words
   std::vector<unichar> wordUnits;
-  std::vector<std::uint16_t> languageIndexes;
+  std::vector<Link> links;
   std::vector<Slot> slots;
   std::uint64_t mask = 0;
+  std::vector<Staged> staged;  // while building
 
-  void buildTable() {
-    std::unordered_map<std::u16string, std::vector<std::uint16_t>> languagesOfWord;
-    for (std::size_t language = 0; language < words.size(); ++language) {
-      for (const std::u16string& word : words[language]) {
-        languagesOfWord[word].push_back(static_cast<std::uint16_t>(language));
-      }
+  // Stages a word of a language's list, each unit through `fold` when one is given.
+  void add(std::uint32_t language, std::u16string_view word, ConversionTable fold) {
+    const std::size_t offset = wordUnits.size();
+    wordUnits.insert(wordUnits.end(), word.begin(), word.end());
+    unichar* units = wordUnits.data() + offset;
+    if (fold != nullptr) {
+      for (std::size_t k = 0; k < word.size(); ++k) units[k] = fold[units[k]];
     }
+    staged.push_back(Staged{hashOf(units, word.size()), static_cast<std::uint32_t>(offset),
+                            static_cast<std::uint16_t>(word.size()),
+                            static_cast<std::uint16_t>(language)});
+  }
+
+  // Puts the staged words into the table, each word once with the languages that list it.
+  void finish() {
+    // At most three slots in four taken, even if every staged word is another.
     std::size_t capacity = 16;
-    while (capacity < 2 * languagesOfWord.size()) capacity *= 2;
+    while (3 * capacity < 4 * staged.size()) capacity *= 2;
     slots.assign(capacity, Slot{});
     mask = capacity - 1;
-    for (const auto& [word, languages] : languagesOfWord) {
-      std::uint64_t at = hashOf(word.data(), word.size()) & mask;
-      while (slots[at].wordLength != 0) at = (at + 1) & mask;
-      slots[at] = Slot{static_cast<std::uint32_t>(wordUnits.size()),
-                       static_cast<std::uint32_t>(word.size()),
-                       static_cast<std::uint32_t>(languageIndexes.size()),
-                       static_cast<std::uint32_t>(languages.size())};
-      wordUnits.insert(wordUnits.end(), word.begin(), word.end());
-      languageIndexes.insert(languageIndexes.end(), languages.begin(), languages.end());
+    // The staged words by home slot, in one counting pass; stable, so that a word's entries
+    // keep the order of their languages, and a word listed twice by one language meets that
+    // language at the head of its chain.
+    std::vector<std::uint32_t> order(staged.size());
+    {
+      std::vector<std::uint32_t> starts(capacity + 1, 0);
+      for (const Staged& word : staged) ++starts[(word.hash & mask) + 1];
+      for (std::size_t k = 1; k <= capacity; ++k) starts[k] += starts[k - 1];
+      for (std::uint32_t k = 0; k < staged.size(); ++k) order[starts[staged[k].hash & mask]++] = k;
     }
+    links.reserve(staged.size());
+    for (const std::uint32_t index : order) {
+      const Staged& word = staged[index];
+      Slot& slot = slots[probe(word.hash, wordUnits.data() + word.wordOffset, word.wordLength)];
+      if (slot.wordLength == 0) {
+        slot.wordOffset = word.wordOffset;
+        slot.wordLength = word.wordLength;
+      } else if (links[slot.firstLink].language == word.language) {
+        continue;  // listed twice
+      }
+      links.push_back(Link{word.language, slot.firstLink});
+      slot.firstLink = static_cast<std::uint32_t>(links.size() - 1);
+      ++sizes[word.language];
+    }
+    staged = {};
   }
 
   // The slot of a word, or null.
   [[nodiscard]] const Slot* find(const unichar* units, std::size_t length) const {
-    std::uint64_t at = hashOf(units, length) & mask;
-    for (;; at = (at + 1) & mask) {
+    const Slot& slot = slots[probe(hashOf(units, length), units, length)];
+    return slot.wordLength != 0 ? &slot : nullptr;
+  }
+
+  // A language's words, sorted.
+  [[nodiscard]] std::vector<std::u16string> wordsOf(std::uint32_t language) const {
+    std::vector<std::u16string> words;
+    for (const Slot& slot : slots) {
+      for (std::uint32_t link = slot.wordLength != 0 ? slot.firstLink : kNoLink; link != kNoLink;
+           link = links[link].next) {
+        if (links[link].language != language) continue;
+        words.emplace_back(wordUnits.data() + slot.wordOffset, slot.wordLength);
+        break;
+      }
+    }
+    std::sort(words.begin(), words.end());
+    return words;
+  }
+
+ private:
+  // Where the word is, or the empty slot where it would go.
+  [[nodiscard]] std::size_t probe(std::uint64_t hash, const unichar* units,
+                                  std::size_t length) const {
+    for (std::uint64_t at = hash & mask;; at = (at + 1) & mask) {
       const Slot& slot = slots[at];
-      if (slot.wordLength == 0) return nullptr;
-      if (slot.wordLength == length &&
-          std::equal(units, units + length, wordUnits.data() + slot.wordOffset)) {
-        return &slot;
+      if (slot.wordLength == 0) return at;
+      const unichar* word = wordUnits.data() + slot.wordOffset;
+      if (slot.wordLength == length && word[0] == units[0] &&
+          std::equal(units + 1, units + length, word + 1)) {
+        return at;
       }
     }
   }
@@ -118,8 +181,9 @@ struct Score {
   std::size_t scriptUnits[kScripts] = {};
 
   void hit(const LanguageFilter::Lists::Slot& slot) {
-    for (std::uint32_t k = 0; k < slot.languagesCount; ++k) {
-      const std::uint16_t language = lists->languageIndexes[slot.languagesOffset + k];
+    for (std::uint32_t link = slot.firstLink; link != LanguageFilter::Lists::kNoLink;
+         link = lists->links[link].next) {
+      const std::uint32_t language = lists->links[link].language;
       ++hits[language];
       std::uint8_t& count = sampleCounts[language];
       if (count < kSamples &&
@@ -145,9 +209,10 @@ void LanguageFilterHandler(const unichar* chars, std::size_t start, std::size_t 
   }
   if (score.lowerUmlauts[first] < 0x80 && score.lowerUmlauts[last] < 0x80) {
     if (length > score.maxWordLen) return;
-    unichar folded[64];
+    thread_local std::u16string folded;
+    folded.resize(length);
     for (std::size_t k = 0; k < length; ++k) folded[k] = score.lower[word[k]];
-    if (const auto* slot = score.lists->find(folded, length)) score.hit(*slot);
+    if (const auto* slot = score.lists->find(folded.data(), length)) score.hit(*slot);
     return;
   }
   const std::size_t script = scriptSlotOf(first);
@@ -189,21 +254,28 @@ Decision decide(const Score& score) {
   return decision;
 }
 
-std::vector<std::u16string> cleanedWords(const std::vector<std::u16string>& words,
-                                         bool ignoreUmlauts, std::size_t& maxWordLen) {
-  const ConversionTable umlauts = initUmlautsCharsTable();
-  std::vector<std::u16string> kept;
-  for (std::u16string word : words) {
-    if (word.size() < 3 || word.find_first_of(u"'.") != std::u16string::npos) continue;
-    if (ignoreUmlauts) {
-      for (unichar& c : word) c = umlauts[c];
-    }
-    maxWordLen = std::max(maxWordLen, word.size());
-    kept.push_back(std::move(word));
-  }
-  std::sort(kept.begin(), kept.end());
-  kept.erase(std::unique(kept.begin(), kept.end()), kept.end());
-  return kept;
+// Adds a word if a list may hold it: 3 units or more, without "'" or "."; with
+// ignoreUmlauts, accents folded away. Answers its length when added, else 0. (The table
+// keeps lengths and languages in 16 bits: a "word" of 65,536 units or more, or a list past
+// the 65,536th, is no stop word.)
+std::size_t addCleanedWord(LanguageFilter::Lists& lists, std::uint32_t language,
+                           std::u16string_view word, bool ignoreUmlauts) {
+  if (word.size() < 3 || word.find_first_of(u"'.") != std::u16string_view::npos) return 0;
+  if (word.size() > 0xFFFF || language > 0xFFFF) return 0;
+  lists.add(language, word, ignoreUmlauts ? initUmlautsCharsTable() : nullptr);
+  return word.size();
+}
+
+// Calls the sink with each word of a stop-word file's text.
+void forEachWordOfText(std::u16string_view text,
+                       const std::function<void(std::u16string_view)>& sink) {
+  parseWordsWithHandler(
+      text.data(), text.size(),
+      [](const unichar* chars, std::size_t start, std::size_t length, void* context) {
+        (*static_cast<const std::function<void(std::u16string_view)>*>(context))(
+            std::u16string_view(chars + start, length));
+      },
+      const_cast<std::function<void(std::u16string_view)>*>(&sink), nullptr, 1);
 }
 
 }  // namespace
@@ -216,28 +288,21 @@ LanguageFilter::LanguageFilter() : _languageIndex(NSNotFound) {
 LanguageFilter::LanguageFilter(const std::vector<std::u16string>& keys,
                                const std::vector<std::vector<std::u16string>>& stopWords,
                                bool ignoreUmlauts)
-    : _lists(std::make_unique<Lists>()), _languageIndex(NSNotFound), _ignoreUmlauts(ignoreUmlauts) {
+    : _languageIndex(NSNotFound), _ignoreUmlauts(ignoreUmlauts) {
   if (stopWords.size() != keys.size()) {
     ::orvel::internal::failDebugAssertion("Classes/LanguageFilter", 148, "cnt==[keys count]");
   }
-  _lists->keys = keys;
-  for (const auto& words : stopWords) {
-    _lists->words.push_back(cleanedWords(words, ignoreUmlauts, _maxWordLen));
-  }
-  const auto english = std::find(_lists->keys.begin(), _lists->keys.end(), u"EN");
-  if (english != _lists->keys.end() && english != _lists->keys.begin()) {
-    const auto index = english - _lists->keys.begin();
-    std::rotate(_lists->keys.begin(), english, english + 1);
-    std::rotate(_lists->words.begin(), _lists->words.begin() + index,
-                _lists->words.begin() + index + 1);
-  }
-  _lists->buildTable();
+  std::size_t count = 0;
+  for (const auto& words : stopWords) count += words.size();
+  build(keys, count, [&](std::size_t k, const WordSink& sink) {
+    for (const std::u16string& word : stopWords[k]) sink(word);
+  });
 }
 
 LanguageFilter::LanguageFilter(const std::filesystem::path& directory, bool ignoreUmlauts)
-    : _languageIndex(NSNotFound) {
-  // Keys and lists together, sorted by file name for a stable order.
-  std::vector<std::pair<std::u16string, std::vector<std::u16string>>> lists;
+    : _languageIndex(NSNotFound), _ignoreUmlauts(ignoreUmlauts) {
+  // Keys and files together, sorted by file name for a stable order.
+  std::vector<std::pair<std::u16string, std::filesystem::path>> files;
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
     const std::string name = entry.path().filename().string();
@@ -247,18 +312,45 @@ LanguageFilter::LanguageFilter(const std::filesystem::path& directory, bool igno
         (key[2] | 0x20) == u'n') {
       continue;
     }
-    const std::optional<std::string> bytes = bytesOfFile(entry.path());
-    lists.emplace_back(key, bytes ? wordsUsingDefaultSeparation(utf8ToUtf16Lenient(*bytes))
-                                  : std::vector<std::u16string>());
+    files.emplace_back(key, entry.path());
   }
-  std::sort(lists.begin(), lists.end());
+  std::sort(files.begin(), files.end());
   std::vector<std::u16string> keys;
-  std::vector<std::vector<std::u16string>> words;
-  for (auto& [key, list] : lists) {
-    keys.push_back(std::move(key));
-    words.push_back(std::move(list));
+  std::uintmax_t bytes = 0;
+  for (const auto& file : files) {
+    keys.push_back(file.first);
+    bytes += std::filesystem::file_size(file.second, error);
   }
-  *this = LanguageFilter(keys, words, ignoreUmlauts);
+  // About one word in ten bytes (a list of words of 8 or 9 letters, one a line); reserved
+  // for one in eight, so that the staging is not copied to grow.
+  build(keys, static_cast<std::size_t>(bytes / 8), [&](std::size_t k, const WordSink& sink) {
+    if (const std::optional<std::string> text = bytesOfFile(files[k].second)) {
+      forEachWordOfText(utf8ToUtf16Lenient(*text), sink);
+    }
+  });
+}
+
+void LanguageFilter::build(const std::vector<std::u16string>& keys, std::size_t expectedWords,
+                           const std::function<void(std::size_t, const WordSink&)>& wordsOf) {
+  std::vector<std::size_t> order(keys.size());
+  for (std::size_t k = 0; k < order.size(); ++k) order[k] = k;
+  const auto english = std::find(keys.begin(), keys.end(), u"EN");
+  if (english != keys.end()) {
+    const auto at = english - keys.begin();
+    std::rotate(order.begin(), order.begin() + at, order.begin() + at + 1);
+  }
+  _lists = std::make_unique<Lists>();
+  _lists->sizes.assign(keys.size(), 0);
+  _lists->staged.reserve(expectedWords);
+  _lists->wordUnits.reserve(8 * expectedWords);
+  for (std::size_t position = 0; position < order.size(); ++position) {
+    _lists->keys.push_back(keys[order[position]]);
+    const auto language = static_cast<std::uint32_t>(position);
+    wordsOf(order[position], [&](std::u16string_view word) {
+      _maxWordLen = std::max(_maxWordLen, addCleanedWord(*_lists, language, word, _ignoreUmlauts));
+    });
+  }
+  _lists->finish();
 }
 
 LanguageFilter::~LanguageFilter() = default;
@@ -289,7 +381,7 @@ bool LanguageFilter::writeToDirectory(const std::filesystem::path& directory) co
   bool written = true;
   for (std::size_t language = 0; language < _lists->keys.size(); ++language) {
     std::u16string text;
-    for (const std::u16string& word : _lists->words[language]) {
+    for (const std::u16string& word : _lists->wordsOf(static_cast<std::uint32_t>(language))) {
       if (!text.empty()) text += u'\n';
       text += word;
     }
@@ -313,7 +405,8 @@ bool LanguageFilter::writeToDirectory(const std::filesystem::path& directory) co
 const std::vector<std::u16string>& LanguageFilter::languages() const { return _lists->keys; }
 
 std::vector<std::u16string> LanguageFilter::stopWordsOfLanguage(std::size_t index) const {
-  return index < _lists->words.size() ? _lists->words[index] : std::vector<std::u16string>();
+  return index < _lists->keys.size() ? _lists->wordsOf(static_cast<std::uint32_t>(index))
+                                     : std::vector<std::u16string>();
 }
 
 bool LanguageFilter::ignoreUmlauts() const { return _ignoreUmlauts; }
@@ -418,7 +511,7 @@ double LanguageFilter::stopWordRatioOfText(std::u16string_view text) const {
   if (!scoreText(*_lists, _ignoreUmlauts, _minWordLen, _maxWordLen, text, score)) return 0.0;
   const Decision best = stopWordWinner(score);
   if (best.winner == NSNotFound) return 0.0;
-  const double size = static_cast<double>(_lists->words[best.winner].size());
+  const double size = static_cast<double>(_lists->sizes[best.winner]);
   return (static_cast<double>(best.count) / static_cast<double>(score.words)) /
          std::sqrt(size / 750.0);
 }

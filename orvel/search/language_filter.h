@@ -18,6 +18,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -94,6 +95,12 @@ class LanguageFilter {
   struct Lists;
 
  private:
+  using WordSink = std::function<void(std::u16string_view)>;
+  // Builds the lists of the keys, "EN" first, with room for about expectedWords words;
+  // `wordsOf(k, sink)` gives the sink each word of the k-th key's list.
+  void build(const std::vector<std::u16string>& keys, std::size_t expectedWords,
+             const std::function<void(std::size_t, const WordSink&)>& wordsOf);
+
   std::unique_ptr<Lists> _lists;
   std::optional<std::u16string> _language;
   std::size_t _languageIndex;
