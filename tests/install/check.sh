@@ -22,7 +22,7 @@ leaks=$(cd "$prefix" && find . -path '*/internal/*' -o -path '*/testing/*' -o -n
 [ -z "$leaks" ] || fail "installed files that must stay private: $leaks"
 for needed in include/orvel/orvel.h include/orvel/version.h include/orvel/c/wildcard.h \
   include/orvel/search/query_terms.h lib/pkgconfig/orvelfoundation.pc bin/orvel \
-  lib/cmake/ORVELfoundation/ORVELfoundationConfig.cmake share/orvelfoundation/stopwords/StopWordsEN \
+  lib/cmake/ORVELfoundation/ORVELfoundationConfig.cmake share/orvelfoundation/stopwords/StopWordsEN share/orvelfoundation/stopwords/README.md \
   share/man/man1/orvel.1 share/bash-completion/completions/orvel; do
   [ -e "$prefix/$needed" ] || fail "missing from the installed tree: $needed"
 done
