@@ -9,10 +9,10 @@
 //
 // Accuracy: each text cut into paragraphs (lines of 10 words or more) and into pieces of 10,
 // 20 and 50 words; per language and overall, the share answered right and the share answered
-// wrong (an undecided answer is neither). Targets (ours): paragraphs and 50 words at least 99 %
-// right, at most 0.5 % wrong, no language below 95 %; 20 words at least 95 % right and at most
-// 0.5 % wrong. Speed: languageOfText over all texts repeated to 64 MiB against CLD2, in MB/s of
-// UTF-8; target 10x.
+// wrong (an undecided answer is neither). Targets (ours): paragraphs at least 98 % right and
+// at most 0.3 % wrong, no language below 85 %; 50 words 99.5 % and 0.2 %; 20 words 98.5 % and
+// 0.5 %; 10 words 85 % and 0.5 %. Speed: languageOfText over all texts repeated to 64 MiB
+// against CLD2, in MB/s of UTF-8; target 10x.
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -181,15 +181,19 @@ bool reportAccuracy(const orvel::LanguageFilter& filter, std::size_t size, bool 
     lowest = std::min(lowest, tally.rightShare());
   }
   row("all", ourAll, cldAll, pyAll);
-  const bool strict = size == 0 || size == 50;
-  const bool met = size == 10 ||
-                   (strict ? ourAll.rightShare() >= 99 && ourAll.wrongShare() <= 0.5 && lowest >= 95
-                           : ourAll.rightShare() >= 95 && ourAll.wrongShare() <= 0.5);
-  std::printf("TARGET %s: %s\n",
-              size == 0 ? "paragraphs" : (std::to_string(size) + " words").c_str(),
-              size == 10 ? "report only"
-              : met      ? "ok"
-                         : "MISSED");
+  // Right at least, wrong at most, and for paragraphs every language right at least.
+  struct Target {
+    double right, wrong, lowest;
+  };
+  const Target target = size == 0    ? Target{98, 0.3, 85}
+                        : size == 50 ? Target{99.5, 0.2, 0}
+                        : size == 20 ? Target{98.5, 0.5, 0}
+                                     : Target{85, 0.5, 0};
+  const bool met = ourAll.rightShare() >= target.right && ourAll.wrongShare() <= target.wrong &&
+                   lowest >= target.lowest;
+  std::printf("TARGET %s: right >= %.1f %%, wrong <= %.1f %%%s: %s\n",
+              size == 0 ? "paragraphs" : (std::to_string(size) + " words").c_str(), target.right,
+              target.wrong, size == 0 ? ", every language >= 85 %" : "", met ? "ok" : "MISSED");
   return met;
 }
 
