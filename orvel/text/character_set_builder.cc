@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <unicode/uchar.h>
+#include "orvel/text/internal/unicode_tables.h"
 
 namespace orvel {
 
@@ -11,8 +11,9 @@ CharacterSetBuilder::CharacterSetBuilder(CharacterSetRep copyOf) {
 }
 
 CharacterSetBuilder& CharacterSetBuilder::addCategories(std::uint32_t categoryMask, unichar last) {
-  for (UChar32 c = 0; c <= last; ++c) {
-    if (U_GET_GC_MASK(c) & categoryMask) addSpan(static_cast<unichar>(c), static_cast<unichar>(c));
+  for (std::uint32_t c = 0; c <= last; ++c) {
+    const auto unit = static_cast<unichar>(c);
+    if (internal::generalCategoryMask(unit) & categoryMask) addSpan(unit, unit);
   }
   return *this;
 }
