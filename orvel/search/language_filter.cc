@@ -209,10 +209,9 @@ void LanguageFilterHandler(const unichar* chars, std::size_t start, std::size_t 
   }
   if (score.lowerUmlauts[first] < 0x80 && score.lowerUmlauts[last] < 0x80) {
     if (length > score.maxWordLen) return;
-    thread_local std::u16string folded;
-    folded.resize(length);
+    unichar folded[64];  // maxWordLen is at most 64
     for (std::size_t k = 0; k < length; ++k) folded[k] = score.lower[word[k]];
-    if (const auto* slot = score.lists->find(folded.data(), length)) score.hit(*slot);
+    if (const auto* slot = score.lists->find(folded, length)) score.hit(*slot);
     return;
   }
   const std::size_t script = scriptSlotOf(first);

@@ -81,6 +81,10 @@ std::string readAll(const std::string& input, const FirstBytesCheck& check) {
   const std::string name = displayName(input);
   std::string bytes;
   bool checked = !check;
+  const auto checkFirstBytes = [&] {
+    checked = true;
+    if (std::string why = check(bytes); !why.empty()) throw CommandError(name, why);
+  };
   try {
     InputFile file(input);
     bytes.reserve(std::min(file.size(), kMaxInputBytes));  // too large for memory: fails at once
@@ -89,19 +93,14 @@ std::string readAll(const std::string& input, const FirstBytesCheck& check) {
         throw CommandError(name, "larger than 1 GiB, the most read");
       }
       bytes.append(reinterpret_cast<const char*>(chunk.data()), chunk.size());
-      if (!checked && bytes.size() >= kBytesDecidingText) {
-        checked = true;
-        if (std::string why = check(bytes); !why.empty()) throw CommandError(name, why);
-      }
+      if (!checked && bytes.size() >= kBytesDecidingText) checkFirstBytes();
     });
   } catch (const std::bad_alloc&) {
     throw CommandError(name, "too large to read into memory");
   } catch (const std::length_error&) {
     throw CommandError(name, "too large to read into memory");
   }
-  if (!checked) {
-    if (std::string why = check(bytes); !why.empty()) throw CommandError(name, why);
-  }
+  if (!checked) checkFirstBytes();  // a short input: all of it
   return bytes;
 }
 
