@@ -1,7 +1,5 @@
 #include "tools/orvel/search_progress.h"
 
-#include <condition_variable>
-
 #include <unistd.h>
 
 namespace orvel::cli {
@@ -28,54 +26,34 @@ bool progressWanted(bool noProgress) {
   return !noProgress && isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
 }
 
-SearchProgress::SearchProgress(std::FILE* terminal, std::size_t totalFiles,
-                               std::chrono::milliseconds delay, std::chrono::milliseconds interval)
-    : _terminal(terminal), _totalFiles(totalFiles) {
-  if (_terminal == nullptr) return;
-  _ticker = std::jthread([this, delay, interval](std::stop_token stop) {
-    std::mutex sleep;
-    std::condition_variable_any wake;
-    std::unique_lock lock(sleep);
-    if (wake.wait_for(lock, stop, delay, [] { return false; })) return;
-    while (!stop.stop_requested()) {
-      draw();
-      wake.wait_for(lock, stop, interval, [] { return false; });
-    }
-  });
-}
+ProgressLine::ProgressLine(std::FILE* terminal, std::chrono::milliseconds delay)
+    : _terminal(terminal), _delay(delay) {}
 
-SearchProgress::~SearchProgress() {
-  if (_ticker.joinable()) {
-    _ticker.request_stop();
-    _ticker.join();
-  }
+ProgressLine::~ProgressLine() {
+  if (_terminal == nullptr) return;
   std::lock_guard lock(_mutex);
   eraseLine();
 }
 
-void SearchProgress::fileSearched(std::uint64_t bytes) {
-  _files.fetch_add(1, std::memory_order_relaxed);
-  _bytes.fetch_add(bytes, std::memory_order_relaxed);
-}
-
-std::string SearchProgress::line() const {
+std::string ProgressLine::line(const SearchProgress& progress) const {
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
-  const double bytes = static_cast<double>(_bytes.load(std::memory_order_relaxed));
-  return grouped(_files.load(std::memory_order_relaxed)) + " of " + grouped(_totalFiles) +
-         " files, " + megabytes(bytes) + ", " + megabytes(seconds > 0 ? bytes / seconds : 0) + "/s";
+  const auto bytes = static_cast<double>(progress.bytesRead);
+  return grouped(progress.filesSearched) + " of " + grouped(progress.filesFound) +
+         (progress.walkDone ? "" : "+") + " files, " + megabytes(bytes) + ", " +
+         megabytes(seconds > 0 ? bytes / seconds : 0) + "/s";
 }
 
-void SearchProgress::draw() {
-  if (_terminal == nullptr) return;
+void ProgressLine::update(const SearchProgress& progress) {
+  if (_terminal == nullptr || std::chrono::steady_clock::now() - _start < _delay) return;
   std::lock_guard lock(_mutex);
   std::fflush(stdout);  // results first, then the line below them
-  std::fprintf(_terminal, "\r\x1b[Korvel: %s", line().c_str());
+  std::fprintf(_terminal, "\r\x1b[Korvel: %s", line(progress).c_str());
   std::fflush(_terminal);
   _drawn = true;
 }
 
-void SearchProgress::eraseLine() {
+void ProgressLine::eraseLine() {
   if (!_drawn) return;
   std::fputs("\r\x1b[K", _terminal);
   std::fflush(_terminal);

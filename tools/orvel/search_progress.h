@@ -1,15 +1,14 @@
-// The progress line of a long search: files and bytes searched and the rate, redrawn on
-// stderr a few times a second once the search has run for a while, and erased before any
+// The progress line of a long search: files and bytes searched and the rate, drawn on stderr
+// as the search reports its progress once it has run for a while, and erased before any
 // result is printed and at the end, so that it never mixes with the results.
 #pragma once
 
-#include <atomic>
 #include <chrono>
-#include <cstdint>
 #include <cstdio>
 #include <mutex>
 #include <string>
-#include <thread>
+
+#include "orvel/find/collection_search.h"
 
 namespace orvel::cli {
 
@@ -17,18 +16,18 @@ namespace orvel::cli {
 // (a person is watching, and nothing parses the stream), and --no-progress was not given.
 [[nodiscard]] bool progressWanted(bool noProgress);
 
-class SearchProgress {
+class ProgressLine {
  public:
-  // Draws on `terminal` once `delay` has passed, every `interval` after that, until
-  // destroyed; a null terminal shows nothing.
-  SearchProgress(std::FILE* terminal, std::size_t totalFiles,
-                 std::chrono::milliseconds delay = std::chrono::seconds(1),
-                 std::chrono::milliseconds interval = std::chrono::milliseconds(200));
-  ~SearchProgress();
-  SearchProgress(const SearchProgress&) = delete;
-  SearchProgress& operator=(const SearchProgress&) = delete;
+  // Draws on `terminal` at the updates that come once `delay` has passed; a null terminal
+  // shows nothing.
+  explicit ProgressLine(std::FILE* terminal,
+                        std::chrono::milliseconds delay = std::chrono::seconds(1));
+  ~ProgressLine();
+  ProgressLine(const ProgressLine&) = delete;
+  ProgressLine& operator=(const ProgressLine&) = delete;
 
-  void fileSearched(std::uint64_t bytes);
+  // Draws the line for these counts, once the delay has passed. Any thread may call it.
+  void update(const SearchProgress& progress);
   // Erases the line, if one is drawn, and runs `write` while no line can be drawn.
   template <typename Write>
   void withoutLine(Write write) {
@@ -36,22 +35,17 @@ class SearchProgress {
     eraseLine();
     write();
   }
-  // Draws the line now.
-  void draw();
-  // "1,204 of 16,686 files, 120.5 MB, 310.2 MB/s"
-  [[nodiscard]] std::string line() const;
+  // "1,204 of 16,686 files, 120.5 MB, 310.2 MB/s" ("16,686+" while the walk goes on)
+  [[nodiscard]] std::string line(const SearchProgress& progress) const;
 
  private:
   void eraseLine();
 
   std::FILE* _terminal;
-  std::size_t _totalFiles;
   std::chrono::steady_clock::time_point _start = std::chrono::steady_clock::now();
-  std::atomic<std::size_t> _files{0};
-  std::atomic<std::uint64_t> _bytes{0};
+  std::chrono::milliseconds _delay;
   std::mutex _mutex;
   bool _drawn = false;
-  std::jthread _ticker;
 };
 
 }  // namespace orvel::cli

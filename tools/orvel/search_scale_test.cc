@@ -94,13 +94,15 @@ TEST(SearchProgressTest, TheLineCountsFilesAndBytesAndIsErasedBeforeResults) {
   std::FILE* terminal = std::tmpfile();
   ASSERT_NE(terminal, nullptr);
   {
-    // A delay longer than the test: only the explicit draws show.
-    cli::SearchProgress progress(terminal, 16686, std::chrono::hours(1));
-    progress.fileSearched(1'500'000);
-    progress.fileSearched(500'000);
-    progress.withoutLine([] {});  // nothing drawn yet: nothing to erase
-    progress.draw();
-    EXPECT_TRUE(progress.line().starts_with("2 of 16,686 files, 2.0 MB, ")) << progress.line();
+    // A delay longer than the test: nothing is drawn, then an update without delay draws.
+    cli::ProgressLine late(terminal, std::chrono::hours(1));
+    late.update({2, 2'000'000, 16686, true});
+    late.withoutLine([] {});  // nothing drawn: nothing to erase
+    cli::ProgressLine progress(terminal, std::chrono::milliseconds(0));
+    progress.update({2, 2'000'000, 16686, true});
+    EXPECT_TRUE(
+        progress.line({2, 2'000'000, 16686, true}).starts_with("2 of 16,686 files, 2.0 MB, "));
+    EXPECT_TRUE(progress.line({2, 0, 9, false}).starts_with("2 of 9+ files, 0.0 MB, "));
     progress.withoutLine([&] { std::fputs("RESULT", terminal); });
   }
   std::rewind(terminal);

@@ -19,7 +19,7 @@
 
 #include "orvel/search/query_terms.h"
 
-namespace orvel::cli {
+namespace orvel::internal {
 
 [[nodiscard]] bool isMonotoneQuery(const QueryTerms& tree);
 
@@ -87,4 +87,4 @@ class SearchPrefilter {
   std::vector<std::size_t> _required;  // terms every match needs (indexes into _terms)
 };
 
-}  // namespace orvel::cli
+}  // namespace orvel::internal

@@ -1,4 +1,4 @@
-#include "tools/orvel/search_prefilter.h"
+#include "orvel/find/internal/search_prefilter.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -9,7 +9,7 @@
 #include "orvel/search/query_evaluation.h"
 #include "orvel/text/conversion_tables.h"
 
-namespace orvel::cli {
+namespace orvel::internal {
 namespace {
 
 using internal::containsBytes;
@@ -220,4 +220,4 @@ bool SearchPrefilter::mayMatch(std::string_view bytes) const {
                                            [&](const Term& term) { return mayOccur(term, bytes); });
 }
 
-}  // namespace orvel::cli
+}  // namespace orvel::internal

@@ -1,7 +1,7 @@
 // The byte filter and the prefix cut of orvel search against the plain evaluation: a file
 // the filter skips never matches, and a match in a prefix cut where the cut allows is a
 // match in the whole text.
-#include "tools/orvel/search_prefilter.h"
+#include "orvel/find/internal/search_prefilter.h"
 
 #include <random>
 #include <string>
@@ -12,7 +12,7 @@
 #include "orvel/base/utf8.h"
 #include "orvel/search/query_terms.h"
 
-namespace orvel::cli {
+namespace orvel::internal {
 namespace {
 
 // Random texts of a few words, some spelled with units that fold to ASCII letters (U+0131
@@ -84,4 +84,4 @@ TEST(SearchPrefilterTest, PrefixMatchesAreWholeTextMatches) {
 }
 
 }  // namespace
-}  // namespace orvel::cli
+}  // namespace orvel::internal

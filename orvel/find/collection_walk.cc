@@ -1,0 +1,218 @@
+#include "orvel/find/collection_walk.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+#include <variant>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "orvel/formats/markdown_files.h"
+
+namespace orvel {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool isHiddenName(std::string_view name) { return name.size() > 1 && name[0] == '.'; }
+
+// What a folder entry is, from the type the folder itself records, so that a walk costs
+// no stat per file; only a file system that records no types is asked per entry.
+fs::file_type entryType(DIR* folder, const dirent& entry) {
+  switch (entry.d_type) {
+    case DT_REG: return fs::file_type::regular;
+    case DT_DIR: return fs::file_type::directory;
+    case DT_UNKNOWN: break;
+    default: return fs::file_type::unknown;  // links, FIFOs, devices, sockets: not searched
+  }
+  struct stat info {};
+  if (::fstatat(::dirfd(folder), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
+    return fs::file_type::unknown;
+  }
+  if (S_ISREG(info.st_mode)) return fs::file_type::regular;
+  return S_ISDIR(info.st_mode) ? fs::file_type::directory : fs::file_type::unknown;
+}
+
+WalkItem failure(std::string path, int error, std::string message) {
+  return WalkItem{std::move(path), true, error, std::move(message)};
+}
+
+}  // namespace
+
+// A list of paths read a chunk at a time: only the entry being read is held.
+class CollectionWalk::PathList {
+ public:
+  PathList(const fs::path& source, bool nulSeparated)
+      : _name(source.string()), _separator(nulSeparated ? '\0' : '\n') {
+    _fd = ::open(source.c_str(), O_RDONLY | O_CLOEXEC);
+    if (_fd < 0) _failure = failure(_name, errno, cannotRead(errno));
+  }
+  ~PathList() {
+    if (_fd >= 0) ::close(_fd);
+  }
+  PathList(const PathList&) = delete;
+  PathList& operator=(const PathList&) = delete;
+
+  // The next listed path, or an error item, or nullopt at the end.
+  std::optional<std::variant<std::string, WalkItem>> next() {
+    if (_failure) return std::exchange(_failure, std::nullopt).value();
+    std::string path;
+    for (;;) {
+      if (_rest.empty() && !fill()) break;
+      if (path.empty()) {  // runs of empty entries are passed over at once
+        _rest.remove_prefix(std::min(_rest.size(), _rest.find_first_not_of(_separator)));
+        if (_rest.empty()) continue;
+      }
+      const std::size_t end = _rest.find(_separator);
+      path.append(_rest.substr(0, end));
+      _rest.remove_prefix(end == std::string_view::npos ? _rest.size() : end + 1);
+      if (path.size() > kMaxListedPathBytes) {
+        return refusal("a listed path is longer than " + std::to_string(kMaxListedPathBytes) +
+                       " bytes");
+      }
+      if (end != std::string_view::npos) return ended(std::move(path));
+    }
+    if (_failure) return std::exchange(_failure, std::nullopt).value();
+    if (path.empty()) return std::nullopt;
+    return ended(std::move(path));
+  }
+
+ private:
+  static std::string cannotRead(int error) {
+    return std::string("cannot read the list of files: ") + std::strerror(error);
+  }
+
+  // Reads the next chunk; false at the end or on a failure (then kept in _failure).
+  bool fill() {
+    if (_fd < 0) return false;
+    for (;;) {
+      const ssize_t n = ::read(_fd, _chunk, sizeof _chunk);
+      if (n < 0 && errno == EINTR) continue;
+      if (n < 0) _failure = failure(_name, errno, cannotRead(errno));
+      if (n <= 0) {
+        ::close(_fd);
+        _fd = -1;
+        return false;
+      }
+      _total += static_cast<std::size_t>(n);
+      if (_total > kMaxPathListBytes) {
+        _failure = refusal("the list of files is larger than 1 GiB");
+        return false;
+      }
+      _rest = std::string_view(_chunk, static_cast<std::size_t>(n));
+      return true;
+    }
+  }
+
+  // An entry ended by its separator (or the list's end): a CR before a line end is dropped.
+  std::optional<std::variant<std::string, WalkItem>> ended(std::string path) {
+    if (_separator == '\n' && !path.empty() && path.back() == '\r') path.pop_back();
+    if (path.find('\0') != std::string::npos) {
+      return refusal("a listed path holds a NUL byte (a NUL-separated list needs -0)");
+    }
+    if (path.empty()) return next();
+    return path;
+  }
+
+  // Ends the list with an error item naming it.
+  WalkItem refusal(std::string why) {
+    if (_fd >= 0) ::close(_fd);
+    _fd = -1;
+    _rest = {};
+    return failure(_name, -1, std::move(why));
+  }
+
+  std::string _name;
+  char _separator;
+  int _fd = -1;
+  char _chunk[64 * 1024];
+  std::string_view _rest;
+  std::size_t _total = 0;
+  std::optional<WalkItem> _failure;
+};
+
+CollectionWalk::CollectionWalk(WalkInputs inputs) : _inputs(std::move(inputs)) {}
+
+CollectionWalk::~CollectionWalk() = default;
+
+std::optional<WalkItem> CollectionWalk::next() {
+  for (;;) {
+    if (!_pending.empty()) {
+      Entry entry = std::move(_pending.back());
+      _pending.pop_back();
+      if (!entry.folder) return WalkItem{std::move(entry.path), false, 0, {}};
+      if (const int error = readFolder(entry.path); error != 0) {
+        return failure(std::move(entry.path), error, std::strerror(error));
+      }
+      continue;
+    }
+    if (_nextPath < _inputs.paths.size()) {
+      if (auto item = start(_inputs.paths[_nextPath++].native())) return item;
+      continue;
+    }
+    if (_listDone || !_inputs.pathList) return std::nullopt;
+    if (!_list) _list = std::make_unique<PathList>(*_inputs.pathList, _inputs.pathListNulSeparated);
+    auto listed = _list->next();
+    if (!listed) {
+      _listDone = true;
+      _list.reset();
+      return std::nullopt;
+    }
+    if (auto* item = std::get_if<WalkItem>(&*listed)) {
+      _listDone = true;
+      _list.reset();
+      return std::move(*item);
+    }
+    if (auto item = start(std::get<std::string>(*listed))) return item;
+  }
+}
+
+std::optional<WalkItem> CollectionWalk::start(const std::string& path) {
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0) return failure(path, errno, std::strerror(errno));
+  if (S_ISDIR(info.st_mode) && !isTextBundleFile(path)) {
+    _pending.push_back({path, 0, true});
+    return std::nullopt;
+  }
+  if (S_ISDIR(info.st_mode) || S_ISREG(info.st_mode)) return WalkItem{path, true, 0, {}};
+  return failure(path, -1,
+                 "not a regular file or folder (a FIFO, device or socket is not searched)");
+}
+
+// Puts a folder's regular files and folders on the stack, the first name on top; answers the
+// error that ended the reading (0 when none).
+int CollectionWalk::readFolder(const std::string& folderPath) {
+  DIR* folder = ::opendir(folderPath.c_str());
+  if (folder == nullptr) return errno;
+  const std::string prefix = folderPath.back() == '/' ? folderPath : folderPath + '/';
+  int error = 0;
+  _children.clear();
+  for (;;) {
+    errno = 0;
+    const dirent* entry = ::readdir(folder);
+    if (entry == nullptr) {
+      error = errno;
+      break;
+    }
+    const std::string_view name = entry->d_name;
+    if (name == "." || name == ".." || (!_inputs.hidden && isHiddenName(name))) continue;
+    const fs::file_type type = entryType(folder, *entry);
+    if (type != fs::file_type::regular && type != fs::file_type::directory) continue;
+    std::string path = prefix;
+    path += name;
+    // A .textbundle folder is one document, not a folder to walk into.
+    const bool walkInto = type == fs::file_type::directory && !isTextBundleFile(path);
+    _children.push_back({std::move(path), prefix.size(), walkInto});
+  }
+  ::closedir(folder);
+  std::sort(_children.begin(), _children.end(),
+            [](const Entry& a, const Entry& b) { return a.name() > b.name(); });
+  for (Entry& child : _children) _pending.push_back(std::move(child));
+  return error;
+}
+
+}  // namespace orvel

@@ -1,0 +1,87 @@
+// The files a search reads, found one at a time: the paths it was given, folders walked
+// recursively, and the paths listed in a file, so that the memory a walk holds does not grow
+// with the number of files (a folder's entries at a time, and one listed path).
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orvel {
+
+// The longest path a list may hold: the system's PATH_MAX.
+inline constexpr std::size_t kMaxListedPathBytes = 4096;
+// The most of a list that is read (1 GiB): a list that runs on (a device, an endless pipe)
+// is refused, not read for ever.
+inline constexpr std::size_t kMaxPathListBytes = std::size_t{1} << 30;
+
+// A file to search, or a path that could not be walked.
+struct WalkItem {
+  std::string path;
+  // Given by the caller (a path or a listed path), not found in a folder.
+  bool named = false;
+  // Nonzero when the path could not be walked: the system's error number, or -1 for a
+  // failure that has none (a FIFO given as a path, a list entry refused).
+  int error = 0;
+  std::string message;  // what was wrong, when error is nonzero
+};
+
+// Where the paths of a walk come from: the paths themselves, then those listed in a file.
+struct WalkInputs {
+  std::vector<std::filesystem::path> paths;
+  // A file listing paths, one a line (a CR before the line end is dropped), or each ended by
+  // a NUL byte when pathListNulSeparated, which lets names hold line ends. Empty entries are
+  // skipped; each entry is walked as a path given.
+  std::optional<std::filesystem::path> pathList;
+  bool pathListNulSeparated = false;
+  bool hidden = false;  // walk hidden files and folders too
+};
+
+// Answers, one at a time and in order, the regular files under each path: a named file as
+// it stands; a folder's files recursively (a .textbundle folder counts as one file, not
+// walked into), in the order of their path components (as std::filesystem::path compares
+// them), without symbolic links, FIFOs, devices and sockets, and without hidden entries
+// unless asked. A path that is missing or neither a regular file nor a folder, and a folder
+// that cannot be read, are answered as items with their error, in their place; the walk goes
+// on. A list that cannot be read, holds a NUL byte in a line-separated entry, is larger than
+// kMaxPathListBytes or has an entry longer than kMaxListedPathBytes is answered as an error
+// item naming the list, and the list ends there.
+class CollectionWalk {
+ public:
+  explicit CollectionWalk(WalkInputs inputs);
+  ~CollectionWalk();
+  CollectionWalk(const CollectionWalk&) = delete;
+  CollectionWalk& operator=(const CollectionWalk&) = delete;
+
+  // The next item, nullopt once every path and the whole list are walked.
+  std::optional<WalkItem> next();
+
+ private:
+  class PathList;
+  struct Entry {
+    std::string path;
+    std::size_t nameStart;  // where the entry's own name begins in path
+    bool folder;
+    [[nodiscard]] std::string_view name() const { return std::string_view(path).substr(nameStart); }
+  };
+
+  // The item for a path given or listed; a folder is put on the stack instead (nullopt).
+  std::optional<WalkItem> start(const std::string& path);
+  int readFolder(const std::string& folderPath);
+
+  WalkInputs _inputs;
+  std::size_t _nextPath = 0;
+  std::unique_ptr<PathList> _list;
+  bool _listDone = false;
+  // Entries waiting to be answered or walked into, the next one last: each folder's entries
+  // sorted by name, so that only siblings' names are ever compared, and a deep tree costs
+  // memory, not stack.
+  std::vector<Entry> _pending;
+  std::vector<Entry> _children;
+};
+
+}  // namespace orvel
