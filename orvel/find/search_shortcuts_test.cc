@@ -1,8 +1,9 @@
-// The shortcuts of orvel search (the byte pre-filter, -l decided on a prefix) against the
-// plain path, which reads, decodes and evaluates every file whole (ORVEL_SEARCH_PLAIN): for
+// The shortcuts of a collection search (the byte pre-filter, files decided on a prefix or on
+// their bytes, occurrences found on the bytes) against the plain path, which reads, decodes
+// and evaluates every file whole: for
 // the query shapes of the benchmark and for random queries, over generated files with
 // non-ASCII text, lookalike letters, invalid UTF-8, CR LF line ends and terms at the very
-// start and end of files, both must print the same files, counts and occurrences.
+// start and end of files, both must answer the same files, counts and occurrences.
 #include <algorithm>
 #include <random>
 #include <string>
@@ -10,16 +11,28 @@
 
 #include <gtest/gtest.h>
 
+#include "orvel/base/utf8.h"
+#include "orvel/find/collection_search.h"
 #include "orvel/testing/temp_dir.h"
-
-#include "tools/orvel/cli_test_support.h"
 
 namespace orvel {
 namespace {
 
-ProgramResult plainOrvel(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), {"ORVEL_SEARCH_PLAIN=1", ORVEL_PROGRAM});
-  return testing::runProgram("/usr/bin/env", arguments);
+// Everything a search answers, one line per result and occurrence.
+std::string answers(SearchRequest request) {
+  std::string all;
+  searchCollection(std::move(request), [&](SearchResult& result) {
+    all += result.path + " " + std::to_string(static_cast<int>(result.status)) + " " +
+           std::string(documentKindName(result.kind)) + " " + result.message + " " +
+           std::to_string(result.count) + "\n";
+    for (const FoundOccurrence& occurrence : result.occurrences) {
+      all += std::to_string(occurrence.line) + " " + std::to_string(occurrence.range.location) +
+             "+" + std::to_string(occurrence.range.length) + " " +
+             std::string(result.snippet(occurrence)) + "\n";
+    }
+    return true;
+  });
+  return all;
 }
 
 const std::vector<std::string> kWords = {"the",
@@ -88,7 +101,7 @@ std::string randomQuery(std::mt19937& random) {
   return random() % 5 == 0 ? "(" + query + ") OR socket" : query;
 }
 
-TEST(SearchPathsTest, ShortcutsAnswerAsThePlainPathDoes) {
+TEST(SearchShortcutsTest, ShortcutsAnswerAsThePlainPathDoes) {
   testing::TempDir dir;
   std::mt19937 random(2026);
   writeFiles(dir, random);
@@ -103,15 +116,29 @@ TEST(SearchPathsTest, ShortcutsAnswerAsThePlainPathDoes) {
                                       "list",
                                       "caf\xC3\xA9"};
   for (int q = 0; q < 20; ++q) queries.push_back(randomQuery(random));
-  const std::string folder = dir.path().string();
+  struct Mode {
+    SearchWant want;
+    bool ranges;
+    bool paragraphs;
+  };
+  const std::vector<Mode> modes = {{SearchWant::kFiles, false, false},
+                                   {SearchWant::kCounts, false, false},
+                                   {SearchWant::kOccurrences, true, false},
+                                   {SearchWant::kOccurrences, false, true},
+                                   {SearchWant::kOccurrences, false, false}};
   for (const std::string& query : queries) {
     SCOPED_TRACE(query);
-    for (const char* mode : {"-l", "-c", "--json", "--paragraphs", "--no-progress"}) {
-      const ProgramResult fast = orvel({"search", mode, "--", query, folder});
-      const ProgramResult plain = plainOrvel({"search", mode, "--", query, folder});
-      EXPECT_EQ(fast.exitCode, plain.exitCode) << mode;
-      EXPECT_EQ(fast.out, plain.out) << mode;
-      EXPECT_EQ(fast.err, plain.err) << mode;
+    for (std::size_t m = 0; m < modes.size(); ++m) {
+      SearchRequest request;
+      request.query = utf8ToUtf16Lenient(query);
+      request.inputs.paths = {dir.path()};
+      request.want = modes[m].want;
+      request.ranges = modes[m].ranges;
+      request.paragraphs = modes[m].paragraphs;
+      request.threads = 2;
+      const std::string fast = answers(request);
+      request.plain = true;
+      EXPECT_EQ(fast, answers(request)) << "mode " << m;
     }
   }
 }
