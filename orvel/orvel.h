@@ -1,5 +1,5 @@
 /* ORVELfoundation's C interface: character bitmaps and folding tables, fast UTF-16
- * primitives, CRC-32, MD5 and SHA-1, wildcards and the tag scanner. C++ programs use the
+ * primitives, CRC-32, MD5 and SHA-1, wildcards, the tag scanner and the collection search. C++ programs use the
  * headers of each subsystem (orvel/text/, orvel/search/, ...) instead; both may be
  * included in one translation unit. Link with -lorvelfoundation (pkg-config
  * orvelfoundation). */
@@ -8,6 +8,7 @@
 
 #include "orvel/c/characters.h"
 #include "orvel/c/checksums.h"
+#include "orvel/c/search.h"
 #include "orvel/c/tag_scanner.h"
 #include "orvel/c/types.h"
 #include "orvel/c/wildcard.h"

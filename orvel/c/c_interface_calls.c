@@ -132,3 +132,65 @@ bool c_utf8_round_trip(const char* utf8) {
   if (convertUnicodeToUTF8(units, unitCount, back, sizeof back) != 0) return false;
   return memcmp(back, utf8, length) == 0;
 }
+
+/* Searches a folder and writes one line per result: "M path count line:snippet ..." for a
+ * match (occurrences as "line:snippet" after the count), "F path error message" for a
+ * failure, "S path message" for a skipped file; answers the number of results, or -1 with
+ * the reason in out when the search cannot start. */
+int c_search(const char* query, const char* folder, int want, unsigned threads, char* out,
+             size_t capacity) {
+  orvel_search_options options;
+  orvel_search_options_init(&options);
+  options.query = query;
+  options.paths = &folder;
+  options.path_count = 1;
+  options.want = want;
+  options.threads = threads;
+  options.report_skipped = true;
+  orvel_search* search = orvel_search_open(&options, out, capacity);
+  if (search == NULL) return -1;
+  size_t used = 0;
+  int results = 0;
+  out[0] = '\0';
+  const orvel_search_result* result;
+  while ((result = orvel_search_next(search)) != NULL && used < capacity) {
+    ++results;
+    if (result->status == ORVEL_SEARCH_FAILED) {
+      used += (size_t)snprintf(out + used, capacity - used, "F %s %d %s\n", result->path,
+                               result->error, result->message);
+      continue;
+    }
+    if (result->status == ORVEL_SEARCH_SKIPPED) {
+      used += (size_t)snprintf(out + used, capacity - used, "S %s %s\n", result->path,
+                               result->message);
+      continue;
+    }
+    used += (size_t)snprintf(out + used, capacity - used, "M %s %zu", result->path,
+                             result->count);
+    for (size_t k = 0; k < result->occurrence_count && used < capacity; k++) {
+      const orvel_search_occurrence* occurrence = &result->occurrences[k];
+      used += (size_t)snprintf(out + used, capacity - used, " %zu:%.*s", occurrence->line,
+                               (int)occurrence->snippet_length, occurrence->snippet);
+    }
+    if (used < capacity) used += (size_t)snprintf(out + used, capacity - used, "\n");
+  }
+  orvel_search_free(search);
+  return results;
+}
+
+/* Cancels a search after its first result: answers how many results came after it. */
+int c_search_cancelled(const char* query, const char* folder) {
+  orvel_search_options options;
+  orvel_search_options_init(&options);
+  options.query = query;
+  options.paths = &folder;
+  options.path_count = 1;
+  options.want = ORVEL_SEARCH_FILES;
+  orvel_search* search = orvel_search_open(&options, NULL, 0);
+  if (search == NULL || orvel_search_next(search) == NULL) return -1;
+  orvel_search_cancel(search);
+  int after = 0;
+  while (orvel_search_next(search) != NULL) ++after;
+  orvel_search_free(search);
+  return after;
+}

@@ -7,6 +7,7 @@
 
 #include "orvel/orvel.h"
 #include "orvel/search/wildcard.h"
+#include "orvel/testing/temp_dir.h"
 #include "orvel/text/crc32.h"
 #include "orvel/text/digest.h"
 
@@ -20,6 +21,9 @@ void c_digests(const char* text, char md5Hex[33], char sha1Hex[41]);
 uint32_t c_upper_crc(const char* text);
 uint32_t c_crc_in_parts(const char* text);
 bool c_utf8_round_trip(const char* utf8);
+int c_search(const char* query, const char* folder, int want, unsigned threads, char* out,
+             size_t capacity);
+int c_search_cancelled(const char* query, const char* folder);
 }
 
 namespace {
@@ -88,6 +92,36 @@ TEST(CInterfaceTest, WildcardsThroughTheCInterface) {
 TEST(CInterfaceTest, ConvertersRoundTripUtf8) {
   EXPECT_TRUE(c_utf8_round_trip("plain"));
   EXPECT_TRUE(c_utf8_round_trip("Gr\xC3\xBC\xC3\x9F\x65 \xF0\x9F\x98\x80"));
+}
+
+}  // namespace
+
+namespace {
+
+TEST(CInterfaceTest, ASearchFromCAnswersEveryFileInOrder) {
+  orvel::testing::TempDir dir;
+  const std::string root = dir.path().string();
+  // A name that is no UTF-8 (Latin-1 "é") comes back as the same bytes.
+  dir.writeFile("a/caf\xE9.txt", "The harbour.\nA harbour wall.");
+  dir.writeFile("a/plain.md", "# Nothing here");
+  dir.writeFile("b/z.dat", std::string("harbour\0", 8));
+  dir.writeFile("c.html", "<p>harbour</p>");
+  char out[1024];
+  for (unsigned threads : {1u, 4u}) {
+    EXPECT_EQ(c_search("harbour", root.c_str(), ORVEL_SEARCH_OCCURRENCES, threads, out, sizeof out),
+              3);
+    EXPECT_EQ(std::string(out), "M " + root + "/a/caf\xE9.txt 2 1:The harbour 2:A harbour wall\n" +
+                                    "S " + root + "/b/z.dat binary (holds NUL bytes)\n" + "M " +
+                                    root + "/c.html 1 1:harbour\n");
+  }
+  EXPECT_EQ(c_search("harbour", root.c_str(), ORVEL_SEARCH_COUNTS, 2, out, sizeof out), 3);
+  EXPECT_EQ(std::string(out).substr(0, root.size() + 16), "M " + root + "/a/caf\xE9.txt 2\n");
+  const std::string missing = root + "/missing";
+  EXPECT_EQ(c_search("harbour", missing.c_str(), ORVEL_SEARCH_FILES, 1, out, sizeof out), 1);
+  EXPECT_EQ(std::string(out), "F " + missing + " 2 No such file or directory\n");
+  EXPECT_EQ(c_search("\xFF", root.c_str(), ORVEL_SEARCH_FILES, 1, out, sizeof out), -1);
+  EXPECT_EQ(std::string(out), "the query is not UTF-8");
+  EXPECT_EQ(c_search_cancelled("harbour", root.c_str()), 0);
 }
 
 }  // namespace
