@@ -29,6 +29,7 @@
 #include "orvel/url/url.h"
 #include "orvel/version.h"
 
+#include "python/bindings.h"
 #include "python/strict_casters.h"  // before pybind11/stl.h: its casters use these
 
 namespace py = pybind11;
@@ -393,4 +394,5 @@ PYBIND11_MODULE(_orvel, m) {
   orvel::python::defineDSStore(m);
   orvel::python::defineChecksums(m);
   orvel::python::defineStorage(m);
+  orvel::python::defineSearch(m);
 }

@@ -14,6 +14,8 @@ packages=(
   libgtest-dev libgmock-dev                      # tests
   pybind11-dev python3-dev python3-pytest        # the Python module and its tests
   python3-distributed                            #   on a Dask cluster
+  python3-pybind11 python3-setuptools            #   built by pip (pyproject.toml) into
+  python3-venv python3-pip python3-wheel         #   a virtual environment
   man-db                                         # rendering the manual page in the checks
   libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL, Xapian and SQLite are
   libsqlite3-dev                                 #   peers, never linked by the library)

@@ -1,7 +1,7 @@
 """Search a folder of documents on Dask's distributed scheduler with the orvel module.
 
-Each worker reads its share of the files and answers, per document, whether it matches the
-query, its snippets and its language; the results come back in the order of the paths.
+Each worker searches its share of the files with orvel.search and answers, per matching
+document, its snippets and its language; the results come back in the order of the paths.
 
     python3 dask_search.py 'harbour NEAR/5 quay' ~/Documents              # a local cluster
     python3 dask_search.py 'harbour NEAR/5 quay' /srv/docs --scheduler tcp://head:8786
@@ -21,20 +21,23 @@ from dask.distributed import Client, LocalCluster
 import orvel
 
 
-def document_result(path, query_text):
-    """What a search reports of one document: None when it is not text or does not match."""
-    try:
-        text = orvel.document_text(path)
-    except OSError:
-        return None
-    query = orvel.QueryTerms(query_text)
-    if text is None or not query.matches(text):
-        return None
-    return {
-        "path": path,
-        "snippets": [snippet for _, _, _, snippet in query.occurrences(text, paragraphs=True)],
-        "language": orvel.language_of_text(text),
-    }
+def partition_results(paths, query_text):
+    """What a search reports of the matching documents among some paths (one partition), in
+    their order: orvel.search reads them, with all its shortcuts; documents that are not text
+    or cannot be read drop out."""
+    readable = [path for path in paths if os.access(path, os.R_OK)]
+    results = []
+    for result in orvel.search(query_text, readable, paragraphs=True, threads=1):
+        if result.status != "matched":
+            continue
+        results.append(
+            {
+                "path": result.path,
+                "snippets": [occurrence.snippet for occurrence in result.occurrences],
+                "language": orvel.language_of_text(orvel.document_text(result.path)),
+            }
+        )
+    return results
 
 
 def document_paths(folder):
@@ -52,8 +55,7 @@ def document_paths(folder):
 def search(client, query_text, paths, partitions=None):
     """The results of the matching documents, in the order of the paths."""
     bag = db.from_sequence(paths, npartitions=partitions or max(1, min(len(paths), 64)))
-    results = bag.map(document_result, query_text).filter(lambda result: result is not None)
-    return client.compute(results).result()
+    return client.compute(bag.map_partitions(partition_results, query_text)).result()
 
 
 def main():

@@ -161,12 +161,11 @@ int c_search(const char* query, const char* folder, int want, unsigned threads, 
       continue;
     }
     if (result->status == ORVEL_SEARCH_SKIPPED) {
-      used += (size_t)snprintf(out + used, capacity - used, "S %s %s\n", result->path,
-                               result->message);
+      used +=
+          (size_t)snprintf(out + used, capacity - used, "S %s %s\n", result->path, result->message);
       continue;
     }
-    used += (size_t)snprintf(out + used, capacity - used, "M %s %zu", result->path,
-                             result->count);
+    used += (size_t)snprintf(out + used, capacity - used, "M %s %zu", result->path, result->count);
     for (size_t k = 0; k < result->occurrence_count && used < capacity; k++) {
       const orvel_search_occurrence* occurrence = &result->occurrences[k];
       used += (size_t)snprintf(out + used, capacity - used, " %zu:%.*s", occurrence->line,

@@ -1,4 +1,5 @@
-"""ORVELfoundation for Python: search documents with a forgiving query language, read
+"""ORVELfoundation for Python: search documents and folders of them with a forgiving query
+language (orvel.search walks folders on threads of its own, as the orvel program does), read
 HTML pages, links and feeds, tell a text's language, read the Finder's .DS_Store files,
 and checksum and store bytes.
 
@@ -10,7 +11,11 @@ and checksum and store bytes.
 
 from ._orvel import (
     KeyedStorage,
+    Occurrence,
     QueryTerms,
+    Search,
+    SearchProgress,
+    SearchResult,
     __version__,
     crc32,
     document_text,
@@ -22,12 +27,17 @@ from ._orvel import (
     is_feed,
     language_of_text,
     md5,
+    search,
     sha1,
 )
 
 __all__ = [
     "KeyedStorage",
+    "Occurrence",
     "QueryTerms",
+    "Search",
+    "SearchProgress",
+    "SearchResult",
     "__version__",
     "crc32",
     "document_text",
@@ -39,5 +49,6 @@ __all__ = [
     "is_feed",
     "language_of_text",
     "md5",
+    "search",
     "sha1",
 ]
