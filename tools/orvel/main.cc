@@ -1,10 +1,13 @@
 // orvel: the library's capabilities as commands. See `orvel --help`.
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <exception>
+#include <initializer_list>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include "orvel/version.h"
 
@@ -23,9 +26,54 @@ std::string commandNamed(CLI::App& app, int argc, char** argv) {
   }
 }
 
+// The command groups, each with the subcommands it adds. A process builds only the group
+// of the command it runs: building every command's options costs more than most commands
+// take to run, and scripts run orvel once per file. Help, and anything not a command, get
+// them all.
+struct CommandGroup {
+  std::initializer_list<std::string_view> names;
+  void (*add)(CLI::App& app, int& status);
+};
+
+const CommandGroup kGroups[] = {
+    {{"crc32", "md5", "sha1", "fold", "json"}, orvel::cli::registerTextCommands},
+    {{"query", "wildcard", "similarity", "words", "components", "count", "ellipsize"},
+     [](CLI::App& app, int&) { orvel::cli::registerSearchCommands(app); }},
+    {{"search", "match", "snippets"}, orvel::cli::registerSearchCommand},
+    {{"keyed", "zlib"}, orvel::cli::registerRecordCommands},
+    {{"storage"}, orvel::cli::registerStorageCommands},
+    {{"entities", "charset"}, orvel::cli::registerMarkupCommands},
+    {{"html"}, [](CLI::App& app, int&) { orvel::cli::registerHtmlCommands(app); }},
+    {{"feed"}, [](CLI::App& app, int&) { orvel::cli::registerFeedCommands(app); }},
+    {{"dsstore"}, [](CLI::App& app, int&) { orvel::cli::registerDSStoreCommands(app); }},
+    {{"comment"}, orvel::cli::registerCommentCommand},
+    {{"lang"}, orvel::cli::registerLangCommand},
+    {{"textbundle"}, [](CLI::App& app, int&) { orvel::cli::registerTextBundleCommands(app); }},
+    {{"url"}, [](CLI::App& app, int&) { orvel::cli::registerUrlCommands(app); }},
+};
+
+// Adds the group of the command named first, or every group.
+void addCommands(CLI::App& app, int& status, int argc, char** argv) {
+  if (argc >= 2) {
+    for (const CommandGroup& group : kGroups) {
+      for (std::string_view name : group.names) {
+        if (name == argv[1]) {
+          group.add(app, status);
+          return;
+        }
+      }
+    }
+  }
+  for (const CommandGroup& group : kGroups) group.add(app, status);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {  // answered before any setting up
+    std::printf("orvel %s\n", ORVEL_VERSION_STRING);
+    return std::fflush(stdout) == 0 ? 0 : 1;
+  }
   orvel::cli::installStderrLogSink();
   // TextPacks are read on several threads, and libarchive converts their entry times with
   // mktime, which while TZ is unset reads the zone again on every call (under a lock of
@@ -43,19 +91,7 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", std::string("orvel ") + ORVEL_VERSION_STRING,
                        "Print the version and exit");
   int status = 0;
-  orvel::cli::registerTextCommands(app, status);
-  orvel::cli::registerSearchCommands(app);
-  orvel::cli::registerSearchCommand(app, status);
-  orvel::cli::registerRecordCommands(app, status);
-  orvel::cli::registerStorageCommands(app, status);
-  orvel::cli::registerMarkupCommands(app, status);
-  orvel::cli::registerHtmlCommands(app);
-  orvel::cli::registerFeedCommands(app);
-  orvel::cli::registerDSStoreCommands(app);
-  orvel::cli::registerCommentCommand(app, status);
-  orvel::cli::registerLangCommand(app, status);
-  orvel::cli::registerTextBundleCommands(app);
-  orvel::cli::registerUrlCommands(app);
+  addCommands(app, status, argc, argv);
 
   try {
     app.parse(argc, argv);

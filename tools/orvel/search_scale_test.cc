@@ -132,5 +132,26 @@ TEST(VersionTest, ProgramManualAndHeadersAgree) {
       << header;
 }
 
+// A process builds only the commands of the group it runs: every command the full help lists
+// must be found by its own name, with its own help, and the unknown stay unknown.
+TEST(CommandTableTest, EveryCommandTheHelpListsRunsByItsName) {
+  const ProgramResult help = orvel({"--help"});
+  ASSERT_EQ(help.exitCode, 0);
+  std::istringstream lines(help.out.substr(help.out.find("Subcommands:")));
+  std::string line;
+  std::getline(lines, line);
+  int commands = 0;
+  while (std::getline(lines, line) && line.starts_with("  ")) {
+    const std::string name = line.substr(2, line.find(' ', 2) - 2);
+    const ProgramResult own = orvel({name, "--help"});
+    EXPECT_EQ(own.exitCode, 0) << name << ": " << own.err;
+    EXPECT_NE(own.out.find("orvel " + name), std::string::npos) << name;
+    ++commands;
+  }
+  EXPECT_EQ(commands, 27);
+  expectFailure(orvel({"nosuch", "x"}), 2,
+                "orvel: unknown command 'nosuch' (see 'orvel --help')\n");
+}
+
 }  // namespace
 }  // namespace orvel
