@@ -14,6 +14,7 @@
 #include "orvel/search/wildcard_find.h"
 #include "orvel/text/character_set_builder.h"
 #include "orvel/text/conversion_tables.h"
+#include "orvel/text/internal/cpu_features.h"
 
 namespace orvel {
 namespace {
@@ -92,7 +93,7 @@ __attribute__((target("avx2"))) std::size_t nextCandidateAvx2(const unichar* uni
   return NSNotFound;
 }
 
-const bool kHaveAvx2 = __builtin_cpu_supports("avx2");
+const bool kHaveAvx2 = internal::cpuHasAvx2();
 #endif
 
 // The first start position from `from` up to `last` where both filters let the word's

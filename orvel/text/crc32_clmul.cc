@@ -86,8 +86,7 @@ __attribute__((target("avx512f"))) inline __m512i load512(const std::uint8_t* p)
 }  // namespace
 
 bool crc32Vpclmul512Supported() {
-  static const bool supported =
-      __builtin_cpu_supports("avx512f") && cpuHasVpclmulqdq() && __builtin_cpu_supports("pclmul");
+  static const bool supported = cpuHasAvx512f() && cpuHasVpclmulqdq() && cpuHasPclmul();
   return supported;
 }
 
@@ -125,7 +124,7 @@ __attribute__((target("avx512f,vpclmulqdq,pclmul,sse2"))) std::uint32_t crc32Upd
 }
 
 bool crc32ClmulSupported() {
-  static const bool supported = __builtin_cpu_supports("pclmul") && __builtin_cpu_supports("sse2");
+  static const bool supported = cpuHasPclmul() && cpuHasSse2();
   return supported;
 }
 

@@ -16,8 +16,7 @@
 namespace orvel::internal {
 
 bool sha1ShaNiSupported() {
-  static const bool supported =
-      cpuHasShaExtensions() && __builtin_cpu_supports("sse4.1") && __builtin_cpu_supports("ssse3");
+  static const bool supported = cpuHasShaExtensions() && cpuHasSse41() && cpuHasSsse3();
   return supported;
 }
 

@@ -12,6 +12,7 @@
 
 #include "orvel/search/internal/rare_units.h"
 #include "orvel/search/internal/utf8_units.h"
+#include "orvel/text/internal/cpu_features.h"
 
 namespace orvel::internal {
 namespace {
@@ -110,7 +111,7 @@ __attribute__((target("avx2"))) std::size_t findBytesAvx2(const ByteMatch& match
   return std::string_view::npos;
 }
 
-const bool kHaveAvx2 = __builtin_cpu_supports("avx2");
+const bool kHaveAvx2 = cpuHasAvx2();
 
 // 128 bytes at a time: a byte from 0x80 sets the top bit of the OR of all, a NUL makes the
 // unsigned minimum 0. False at the first block that fails; `at` is left where the narrower

@@ -3,6 +3,8 @@
 #include <bit>
 #include <optional>
 
+#include "orvel/text/internal/cpu_features.h"
+
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
 #define ORVEL_SEPARATOR_MASKS_SIMD 1
@@ -31,7 +33,7 @@ std::uint64_t SeparatorMasks::classifyPortable(const unichar* units, std::size_t
 #ifdef ORVEL_SEPARATOR_MASKS_SIMD
 
 bool SeparatorMasks::simdSupported() {
-  static const bool supported = __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("popcnt");
+  static const bool supported = cpuHasSsse3() && cpuHasPopcnt();
   return supported;
 }
 

@@ -1,5 +1,7 @@
 #include "orvel/search/internal/snippet_walk.h"
 
+#include "orvel/text/internal/cpu_features.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -11,7 +13,7 @@ namespace orvel::internal {
 namespace {
 
 #if defined(__x86_64__)
-const bool kHaveAvx2 = __builtin_cpu_supports("avx2");
+const bool kHaveAvx2 = cpuHasAvx2();
 #endif
 
 // Whether printable ASCII (U+0020 to U+007F) ends no line: then only the other units need

@@ -1,30 +1,25 @@
-// CPU features that not every compiler's __builtin_cpu_supports names (clang 14 knows
-// neither "sha" nor "vpclmulqdq"), read from CPUID leaf 7 directly. Both extend registers
-// the OS already saves when the base feature they accompany (SSE, AVX-512) is usable, so
-// callers test that base feature with __builtin_cpu_supports as well.
+// What the processor (and the OS, which must save the registers a feature uses) lets this
+// process run, as glibc found it when the process started (<sys/platform/x86.h>). Reading
+// that costs no CPUID instruction, which in a virtual machine traps to the hypervisor for
+// several microseconds; __builtin_cpu_supports would link libgcc's own detection, which runs
+// a dozen of them at the start of every program that uses the library, whether it ever
+// needs a feature or not.
 #pragma once
 
 #if defined(__x86_64__) || defined(__i386__)
-#include <cpuid.h>
+#include <sys/platform/x86.h>
 
 namespace orvel::internal {
 
-struct StructuredExtendedFeatures {
-  unsigned ebx = 0;
-  unsigned ecx = 0;
-};
-
-inline StructuredExtendedFeatures structuredExtendedFeatures() {
-  StructuredExtendedFeatures features;
-  unsigned eax = 0, edx = 0;
-  if (__get_cpuid_count(7, 0, &eax, &features.ebx, &features.ecx, &edx) == 0) return {};
-  return features;
-}
-
-// The SHA extensions: leaf 7, EBX bit 29.
-inline bool cpuHasShaExtensions() { return (structuredExtendedFeatures().ebx >> 29) & 1; }
-// VPCLMULQDQ: leaf 7, ECX bit 10.
-inline bool cpuHasVpclmulqdq() { return (structuredExtendedFeatures().ecx >> 10) & 1; }
+inline bool cpuHasAvx2() { return CPU_FEATURE_ACTIVE(AVX2); }
+inline bool cpuHasAvx512f() { return CPU_FEATURE_ACTIVE(AVX512F); }
+inline bool cpuHasPclmul() { return CPU_FEATURE_ACTIVE(PCLMULQDQ); }
+inline bool cpuHasPopcnt() { return CPU_FEATURE_ACTIVE(POPCNT); }
+inline bool cpuHasShaExtensions() { return CPU_FEATURE_ACTIVE(SHA); }
+inline bool cpuHasSse2() { return CPU_FEATURE_ACTIVE(SSE2); }
+inline bool cpuHasSse41() { return CPU_FEATURE_ACTIVE(SSE4_1); }
+inline bool cpuHasSsse3() { return CPU_FEATURE_ACTIVE(SSSE3); }
+inline bool cpuHasVpclmulqdq() { return CPU_FEATURE_ACTIVE(VPCLMULQDQ); }
 
 }  // namespace orvel::internal
 
