@@ -6,12 +6,13 @@
 # files of realistic sizes, English and 20 other languages, with a rare word planted in 3.
 #
 # Rows: a frequent word, a word in about half the files, a rare word, a word that never
-# occurs, a two-word phrase (against `rg/ugrep -i -w`), and `a AND b -c`, `a OR b OR c`,
+# occurs, words with letters outside ASCII (one in the French declarations, one in no file),
+# a two-word phrase (against `rg/ugrep -i -w`), and `a AND b -c`, `a OR b OR c`,
 # `a NEAR/5 b` (against `ugrep --bool --files`, which has no proximity: NEAR is its AND);
 # each with -l, with -c and with full output, on one thread and on all cores, warm cache,
 # the tools interleaved. Prints the best of $ORVEL_SEARCH_RUNS (default 3) times, the ratio
 # to the faster peer, and peak memory (GNU time's maximum resident set).
-# Usage: bench/search_vs_grep_tools.sh [ORVEL]
+# Usage: bench/search_vs_grep_tools.sh [ORVEL]  (ORVEL_SEARCH_ROWS: a regex of the rows to run)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 orvel=$(realpath "${1:-build/release/tools/orvel/orvel}")
@@ -76,6 +77,7 @@ printf '%-34s %-5s %-3s %9s %9s %9s %7s %8s %8s %s\n' query mode j orvel rg ugre
 status=0
 row() {  # row LABEL KIND ORVEL-QUERY RG-PATTERN UGREP-BOOL-QUERY
   local label=$1 kind=$2 query=$3 pattern=$4 bool=$5
+  [[ "$label" =~ ${ORVEL_SEARCH_ROWS:-.} ]] || return 0
   for mode in -l -c full; do
     local flag=()
     [ "$mode" != full ] && flag=("$mode")
@@ -109,6 +111,8 @@ row "frequent word: the" words the the ""
 row "half the files: import" words import import ""
 row "rare word: quixotically" words quixotically quixotically ""
 row "never: zyzzogeton" words zyzzogeton zyzzogeton ""
+row "accented, in 100 files: société" words société société ""
+row "accented, never: größe" words größe größe ""
 row "phrase: \"for example\"" words '"for example"' 'for\s+example' ""
 row "function AND return -deprecated" bool 'function AND return -deprecated' 'function|return' 'function return -deprecated'
 row "asyncio OR socket OR thread" bool 'asyncio OR socket OR thread' 'asyncio|socket|thread' 'asyncio|socket|thread'

@@ -101,6 +101,10 @@ std::optional<std::vector<OccurrencePlace>> TextQuery::byteOccurrencePlaces(
   return _byteSearch->places(bytes, paragraphs, countLines, unitOffsets);
 }
 
+std::optional<bool> TextQuery::byteMatches(std::string_view bytes) const {
+  return _byteSearch->matches(bytes);
+}
+
 std::optional<std::u16string> TextQuery::snippets(std::u16string_view text,
                                                   std::u16string_view separator,
                                                   std::size_t maxCharacters, bool paragraphs,

@@ -47,15 +47,19 @@ class TextQuery {
   [[nodiscard]] std::optional<std::vector<OccurrencePlace>> matchingOccurrencePlaces(
       std::u16string_view text, bool paragraphs = false, bool countLines = true) const;
   // The same places for a text given as UTF-8 bytes, found on the bytes without decoding
-  // them when they can be: the query is words joined by OR (as above) made of ASCII word
-  // characters, and the bytes are well-formed UTF-8 without NUL or byte-order mark, holding
-  // no character that folds (without case) to a letter of a word. In plain ASCII the places
+  // them when they can be: the query is words joined by OR (as above) made of word
+  // characters (each letter outside ASCII is looked for as every character that folds as it
+  // does), and the bytes are well-formed UTF-8 without NUL or byte-order mark, holding no
+  // character that folds (without case) to an ASCII letter of a word. In plain ASCII the places
   // are exactly the decoded text's; otherwise their snippets, lines and number are, but the
   // ranges are byte offsets, and unitOffsets refuses such bytes. nullopt when the bytes
   // cannot be searched so (decode them); otherwise the places, empty for no match.
   [[nodiscard]] std::optional<std::vector<OccurrencePlace>> byteOccurrencePlaces(
       std::string_view bytes, bool paragraphs = false, bool countLines = true,
       bool unitOffsets = true) const;
+  // Whether such a query matches a text given as UTF-8 bytes, decided on the bytes as
+  // byteOccurrencePlaces finds the places (stopping at the first); nullopt when it cannot be.
+  [[nodiscard]] std::optional<bool> byteMatches(std::string_view bytes) const;
   // The snippets around the positive terms joined by the separator, at most
   // maxCharacters (0: no limit); nullopt when no term occurs.
   [[nodiscard]] std::optional<std::u16string> snippets(std::u16string_view text,

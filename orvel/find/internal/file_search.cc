@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <new>
 
 #include "orvel/base/utf8.h"
@@ -32,7 +33,8 @@ class FileSearch {
   void searchText(ReadingThread& thread);
   // Reads the file as little as the query needs: true when that settled it, else `bytes` is
   // the whole file.
-  bool settleOnBytes(DocumentReader& reader, std::string_view& bytes);
+  bool settleOnBytes(DocumentReader& reader, const std::filesystem::path& path,
+                     std::string_view& bytes);
   std::optional<bool> settledOnFirstBytes(DocumentReader& reader) const;
   bool prefixMatches(DocumentReader& reader) const;
   void searchDocument(DocumentText document);
@@ -91,14 +93,17 @@ std::optional<SearchResult> FileSearch::run(ReadingThread& thread) {
 }
 
 void FileSearch::searchText(ReadingThread& thread) {
-  if (isTextBundleFile(_result.path)) {
+  // One path object for the kind tests: making one splits the path, which costs more than
+  // the tests themselves.
+  const std::filesystem::path path = _result.path;
+  if (isTextBundleFile(path)) {
     _result.kind = DocumentKind::kTextBundle;
-    if (wanted(_result.kind)) searchDocument(textBundleDocumentText(_result.path));
+    if (wanted(_result.kind)) searchDocument(textBundleDocumentText(path));
     return;
   }
   DocumentReader reader(thread, _result.path);
   std::string_view bytes;
-  if (settleOnBytes(reader, bytes)) return;
+  if (settleOnBytes(reader, path, bytes)) return;
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
   const SearchPrefilter& prefilter = _plan.prefilter;
   DocumentText document = _possible ? documentText(bytes, _result.kind)
@@ -113,10 +118,11 @@ void FileSearch::searchText(ReadingThread& thread) {
   searchDocument(std::move(document));
 }
 
-bool FileSearch::settleOnBytes(DocumentReader& reader, std::string_view& bytes) {
+bool FileSearch::settleOnBytes(DocumentReader& reader, const std::filesystem::path& path,
+                               std::string_view& bytes) {
   const std::string_view first = reader.readAtLeast(kBytesDecidingText);
   _result.bytesRead = first.size();
-  _result.kind = documentKind(_result.path, first);
+  _result.kind = documentKind(path, first);
   if (!wanted(_result.kind)) return true;
   // A longer file that is no text is told by its first bytes, before the rest is read.
   if (!reader.atEnd()) {
@@ -170,6 +176,12 @@ bool FileSearch::settleOnBytes(DocumentReader& reader, std::string_view& bytes) 
     _possible = true;
   }
   // A file is searched on its bytes when the query and the bytes allow it.
+  if (listing) {
+    if (const std::optional<bool> matches = _plan.query.byteMatches(bytes)) {
+      _matched = *matches;
+      return true;
+    }
+  }
   if (shortcuts && _request.want != SearchWant::kFiles) {
     const bool occurrences = _request.want == SearchWant::kOccurrences;
     const bool unitRanges = occurrences && _request.ranges;
@@ -202,6 +214,7 @@ bool FileSearch::prefixMatches(DocumentReader& reader) const {
   if (!whyNotText(bytes).empty()) return false;
   const std::string_view prefix(bytes.data(), safePrefixEnd(bytes));
   if (prefix.empty() || !_plan.prefilter.mayMatch(prefix)) return false;
+  if (const std::optional<bool> matches = _plan.query.byteMatches(prefix)) return *matches;
   return _plan.query.matches(decodeDocumentText(prefix));
 }
 

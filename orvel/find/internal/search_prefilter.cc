@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "orvel/base/utf8.h"
+#include "orvel/search/internal/byte_forms.h"
 #include "orvel/search/internal/byte_search.h"
 #include "orvel/search/query_evaluation.h"
 #include "orvel/text/conversion_tables.h"
@@ -49,10 +50,8 @@ void collectRequiredLeaves(const QueryTerms& node, std::vector<std::u16string>& 
   }
 }
 
-bool isAsciiTerm(const std::u16string& term) {
-  return !term.empty() && term[0] != u'*' &&
-         std::all_of(term.begin(), term.end(), [](char16_t c) { return c > 0 && c < 0x80; });
-}
+// A term the filter can look for: not a wildcard. Its byte forms tell the rest.
+bool isLiteralTerm(const std::u16string& term) { return !term.empty() && term[0] != u'*'; }
 
 char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c - 'A' + 'a') : c; }
 
@@ -92,14 +91,16 @@ SearchPrefilter::SearchPrefilter(const QueryTerms& tree, bool caseSensitive, boo
     : _caseSensitive(caseSensitive) {
   if (wildcard || !needsPositiveTerm(tree)) return;
   const std::vector<std::u16string> terms = tree.plusParts();
-  if (terms.empty() || !std::all_of(terms.begin(), terms.end(), isAsciiTerm)) return;
+  if (terms.empty() || !std::all_of(terms.begin(), terms.end(), isLiteralTerm)) return;
   ConversionTable upper = initUpperCharsTable();
   for (const std::u16string& text : terms) {
-    Term term{std::string(text.begin(), text.end()), {}, {}};
+    std::vector<std::string> forms = byteFormsOf(text, caseSensitive);
+    if (forms.empty()) return;
+    Term term{forms.front(), {}, {}, ByteFormsFinder(std::move(forms), !caseSensitive)};
     if (!caseSensitive) {
-      std::transform(term.bytes.begin(), term.bytes.end(), term.bytes.begin(), lowerAscii);
-      // Units such as U+0131 (dotless i) fold to an ASCII letter of the term.
-      std::string lettersWithLookalikes;
+      // Units such as U+0131 (dotless i) fold to an ASCII letter of the term; the anchor
+      // holds neither those letters nor any byte outside ASCII, which differs among forms.
+      std::string lettersWithLookalikes = "\x80";
       for (std::uint32_t unit = 0x80; unit < 0x10000; ++unit) {
         if (unit >= 0xD800 && unit < 0xE000) continue;
         const unichar folded = upper[unit];
@@ -109,7 +110,9 @@ SearchPrefilter::SearchPrefilter(const QueryTerms& tree, bool caseSensitive, boo
           lettersWithLookalikes += letter;
         }
       }
-      term.anchor = longestPartWithout(term.bytes, lettersWithLookalikes);
+      std::string asciiBytes = term.bytes;
+      for (char& c : asciiBytes) c = static_cast<unsigned char>(c) >= 0x80 ? '\x80' : c;
+      term.anchor = longestPartWithout(asciiBytes, lettersWithLookalikes);
     }
     _terms.push_back(std::move(term));
   }
@@ -205,7 +208,7 @@ bool SearchPrefilter::holdsLookalike(const Term& term, std::string_view bytes) {
 }
 
 bool SearchPrefilter::mayOccur(const Term& term, std::string_view bytes) const {
-  if (containsBytes(bytes, term.bytes, !_caseSensitive)) return true;
+  if (term.forms.containedIn(bytes)) return true;
   return holdsLookalike(term, bytes) &&
          (term.anchor.empty() || containsBytes(bytes, term.anchor, true));
 }

@@ -3,10 +3,11 @@
 // bytes, ASCII case folded as the search folds it) cannot match; nor can one that lacks a
 // term that every match needs (one joined to the rest by AND or a proximity operator).
 //
-// It only decides for queries whose positive terms are plain ASCII words or phrases, and
-// never for wildcard queries; otherwise every file "may match". Units outside ASCII that
-// fold to ASCII letters (such as U+0131 and U+017F) make a file undecidable, so it is
-// searched.
+// It tests for queries whose positive terms are words or phrases (a letter outside ASCII
+// looked for as every character that folds as it does), never for wildcard queries;
+// otherwise every file "may match". Units outside ASCII that fold to ASCII letters (such as
+// U+0131 and U+017F) make a file undecidable, so it is searched. It decides a match only for
+// words of ASCII letters and digits.
 //
 // It also answers whether a query is monotone: without negation or XOR, so that a match in
 // a prefix of a text (cut after a non-word unit) is a match in the whole text.
@@ -17,6 +18,7 @@
 #include <string_view>
 #include <vector>
 
+#include "orvel/search/internal/byte_forms.h"
 #include "orvel/search/query_terms.h"
 
 namespace orvel::internal {
@@ -58,11 +60,12 @@ class SearchPrefilter {
 
  private:
   struct Term {
-    std::string bytes;                    // lower-cased unless case-sensitive
+    std::string bytes;                    // the first form: ASCII lower-cased unless case-sensitive
     std::vector<std::string> lookalikes;  // UTF-8 of non-ASCII units folding to its letters
     // The longest part of the term without a letter that has a lookalike: a match spelled
     // with lookalikes still holds these bytes as they are.
     std::string anchor;
+    ByteFormsFinder forms;  // every UTF-8 form of the term (byteFormsOf)
   };
 
   // The query as words combined by all-of and any-of, over the terms.

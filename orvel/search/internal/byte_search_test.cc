@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "orvel/search/internal/byte_forms.h"
 #include "orvel/text/character_sets.h"
 
 namespace orvel::internal {
@@ -46,6 +47,29 @@ TEST(FindBytesTest, WholeWordsStandApart) {
   EXPECT_EQ(findBytes(std::string(70, 'x') + " import", "import", true, 0, words), 71u);
   EXPECT_EQ(findBytes(std::string(70, 'x') + "import", "import", true, 0, words),
             std::string::npos);
+}
+
+// A word's forms: every character that folds as a letter outside ASCII does, found in one
+// pass on the bytes the forms share at their start or end.
+TEST(ByteFormsTest, EveryFoldingFormIsFoundAndNothingElse) {
+  const std::vector<std::string> cafe = byteFormsOf(u"Caf\u00e9", false);
+  EXPECT_EQ(cafe, (std::vector<std::string>{"caf\xC3\x89", "caf\xC3\xA9"}));
+  EXPECT_EQ(byteFormsOf(u"Caf\u00e9", true), std::vector<std::string>{"Caf\xC3\xA9"});
+  EXPECT_TRUE(byteFormsOf(u"a\U0001D11E", false).empty());  // outside the BMP
+  // "Gr\u00f6\u00dfe" forms begin alike; "\u00e9t\u00e9" ones share no two bytes at either end.
+  for (const std::u16string word : {u"Gr\u00f6\u00dfe", u"\u00e9t\u00e9", u"Caf\u00e9"}) {
+    const ByteFormsFinder finder(byteFormsOf(word, false), true);
+    ASSERT_GE(finder.forms().size(), 2u);
+    for (const std::string& form : finder.forms()) {
+      std::string upper = form;
+      for (char& c : upper) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
+      EXPECT_TRUE(finder.containedIn("x " + upper + "!")) << upper;
+      EXPECT_TRUE(finder.containedIn(form)) << form;
+      EXPECT_FALSE(finder.containedIn(form.substr(1))) << form;
+      EXPECT_FALSE(finder.containedIn(form.substr(0, form.size() - 1) + " " + form.substr(1)));
+    }
+  }
+  EXPECT_FALSE(ByteFormsFinder(byteFormsOf(u"\u00e9t\u00e9", false), true).containedIn("ete"));
 }
 
 }  // namespace

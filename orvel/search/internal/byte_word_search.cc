@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "orvel/base/utf8.h"
+#include "orvel/search/internal/byte_forms.h"
 #include "orvel/search/internal/byte_search.h"
 #include "orvel/search/internal/snippet_walk.h"
 #include "orvel/search/query_evaluation.h"
@@ -14,22 +15,6 @@ namespace orvel::internal {
 namespace {
 
 char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-// The words as bytes when each is ASCII (lower-cased unless case-sensitive); else none.
-std::vector<std::string> asciiWordsOf(const std::vector<std::u16string>& words,
-                                      bool caseSensitive) {
-  std::vector<std::string> bytes;
-  for (const std::u16string& word : words) {
-    std::string ascii;
-    for (const char16_t unit : word) {
-      if (unit == 0 || unit >= 0x80) return {};
-      const auto c = static_cast<char>(unit);
-      ascii += caseSensitive ? c : lowerAscii(c);
-    }
-    bytes.push_back(std::move(ascii));
-  }
-  return bytes;
-}
 
 // Whether the character sets let bytes be walked as their UTF-16 text would be, for any
 // words. The walk finds each word on the bytes as a whole word, where the text's walk
@@ -56,7 +41,7 @@ bool setsAllowByteWalk(CharacterSetRep wordCharacters) {
 
 // Whether the walk holds for these words: the sets allow it, and each word is made of word
 // characters alone.
-bool byteWalkHolds(const std::vector<std::string>& words, CharacterSetRep wordCharacters) {
+bool byteWalkHolds(const std::vector<std::u16string>& words, CharacterSetRep wordCharacters) {
   // The sets are read once per set of word characters a thread meets, not per query.
   thread_local CharacterSetRep checked = nullptr;
   thread_local bool allowed = false;
@@ -64,17 +49,17 @@ bool byteWalkHolds(const std::vector<std::string>& words, CharacterSetRep wordCh
     allowed = setsAllowByteWalk(wordCharacters);
     checked = wordCharacters;
   }
-  return allowed && std::all_of(words.begin(), words.end(), [&](const std::string& word) {
-           return !word.empty() && std::all_of(word.begin(), word.end(), [&](char c) {
-             return isMemberOfCharacterSetRep(wordCharacters, static_cast<unichar>(c));
+  return allowed && std::all_of(words.begin(), words.end(), [&](const std::u16string& word) {
+           return !word.empty() && std::all_of(word.begin(), word.end(), [&](char16_t unit) {
+             return isMemberOfCharacterSetRep(wordCharacters, unit);
            });
          });
 }
 
-// UTF-8 of the characters outside ASCII that the upper-case table folds to a letter of the
-// words (U+0131 to I, U+017F to S): a caseless search of the text would find the words
+// UTF-8 of the characters outside ASCII that the upper-case table folds to an ASCII letter of
+// the words (U+0131 to I, U+017F to S): a caseless search of the text would find the words
 // spelt with them, which the byte search does not.
-std::vector<std::string> lookalikesOf(const std::vector<std::string>& words) {
+std::vector<std::string> lookalikesOf(const std::vector<std::u16string>& words) {
   // Every such character with the letter it folds to, found once.
   static const std::vector<std::pair<char, std::string>> all = [] {
     const ConversionTable upper = initUpperCharsTable();
@@ -89,8 +74,10 @@ std::vector<std::string> lookalikesOf(const std::vector<std::string>& words) {
   std::vector<std::string> lookalikes;
   for (const auto& lookalike : all) {
     const char letter = lookalike.first;
-    if (std::any_of(words.begin(), words.end(), [letter](const std::string& word) {
-          return word.find(letter) != std::string::npos;
+    if (std::any_of(words.begin(), words.end(), [letter](const std::u16string& word) {
+          return std::any_of(word.begin(), word.end(), [letter](char16_t unit) {
+            return unit < 0x80 && lowerAscii(static_cast<char>(unit)) == letter;
+          });
         })) {
       lookalikes.push_back(lookalike.second);
     }
@@ -101,18 +88,23 @@ std::vector<std::string> lookalikesOf(const std::vector<std::string>& words) {
 }  // namespace
 
 ByteWordSearch::ByteWordSearch(const std::vector<std::u16string>& words, bool caseSensitive)
-    : _words(asciiWordsOf(words, caseSensitive)), _caseSensitive(caseSensitive) {
-  if (_words.empty()) return;
+    : _caseSensitive(caseSensitive) {
+  if (words.empty()) return;
   _wordCharacters = queryTermCharacters();
-  if (!byteWalkHolds(_words, _wordCharacters)) {
-    _words.clear();
-    return;
+  if (!byteWalkHolds(words, _wordCharacters)) return;
+  for (std::size_t k = 0; k < words.size(); ++k) {
+    std::vector<std::string> forms = byteFormsOf(words[k], caseSensitive);
+    if (forms.empty()) {
+      _forms.clear();
+      return;
+    }
+    for (std::string& form : forms) _forms.push_back(std::move(form));
   }
-  if (!caseSensitive) _lookalikes = lookalikesOf(_words);
+  if (!caseSensitive) _lookalikes = lookalikesOf(words);
 }
 
 bool ByteWordSearch::searchable(std::string_view bytes, bool unitOffsets) const {
-  if (_words.empty() || queryTermCharacters() != _wordCharacters) return false;
+  if (_forms.empty() || queryTermCharacters() != _wordCharacters) return false;
   if (isPlainAscii(bytes)) return true;
   return !unitOffsets && isValidUtf8(bytes) && bytes.find('\0') == std::string_view::npos &&
          !bytes.starts_with("\xEF\xBB\xBF") &&
@@ -125,20 +117,27 @@ std::optional<std::vector<OccurrencePlace>> ByteWordSearch::places(std::string_v
                                                                    bool paragraphs, bool countLines,
                                                                    bool unitOffsets) const {
   if (!searchable(bytes, unitOffsets)) return std::nullopt;
-  // Each word's next whole-word occurrence, searched again once the walk has passed it.
+  // Each form's next whole-word occurrence, searched again once the walk has passed it.
   constexpr std::size_t kUnsearched = std::string_view::npos - 1;
-  std::vector<std::size_t> next(_words.size(), kUnsearched);
+  std::vector<std::size_t> next(_forms.size(), kUnsearched);
   return walkOccurrences<Utf8LineCounter>(bytes, paragraphs, countLines, [&](std::size_t position) {
     Range found = Range::notFound();
-    for (std::size_t k = 0; k < _words.size(); ++k) {
+    for (std::size_t k = 0; k < _forms.size(); ++k) {
       if (next[k] == kUnsearched || (next[k] != std::string_view::npos && next[k] < position)) {
-        next[k] = findBytes(bytes, _words[k], !_caseSensitive, position, _wordCharacters);
+        next[k] = findBytes(bytes, _forms[k], !_caseSensitive, position, _wordCharacters);
       }
       if (next[k] != std::string_view::npos && (!found.found() || next[k] < found.location)) {
-        found = Range{next[k], _words[k].size()};
+        found = Range{next[k], _forms[k].size()};
       }
     }
     return found;
+  });
+}
+
+std::optional<bool> ByteWordSearch::matches(std::string_view bytes) const {
+  if (!searchable(bytes, false)) return std::nullopt;
+  return std::any_of(_forms.begin(), _forms.end(), [&](const std::string& form) {
+    return findBytes(bytes, form, !_caseSensitive, 0, _wordCharacters) != std::string_view::npos;
   });
 }
 
