@@ -10,6 +10,8 @@
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+// Defined by the targets that set up something first (as libFuzzer calls it).
+extern "C" __attribute__((weak)) int LLVMFuzzerInitialize(int* argc, char*** argv);
 
 namespace {
 
@@ -25,9 +27,12 @@ void replay(const std::filesystem::path& file) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  // The inputs are named before a target's set-up may change the working folder.
+  std::vector<std::filesystem::path> inputs;
+  for (int i = 1; i < argc; ++i) inputs.push_back(std::filesystem::absolute(argv[i]));
+  if (LLVMFuzzerInitialize != nullptr) LLVMFuzzerInitialize(&argc, &argv);
   std::size_t count = 0;
-  for (int i = 1; i < argc; ++i) {
-    const std::filesystem::path path(argv[i]);
+  for (const std::filesystem::path& path : inputs) {
     if (std::filesystem::is_directory(path)) {
       for (const auto& entry : std::filesystem::recursive_directory_iterator(path)) {
         if (entry.is_regular_file()) {
