@@ -2,7 +2,7 @@
 # Sets up, builds and runs every test: the optimised build (warnings as errors, with the
 # benchmarks compiled, the Python module and its tests), the installed tree and its
 # consumers, the AddressSanitizer + UndefinedBehaviorSanitizer build, the ThreadSanitizer
-# run of a parallel search, a short run of every fuzz target, and the formatting check.
+# runs of parallel searches, a short run of every fuzz target, and the formatting check.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -20,10 +20,11 @@ for preset in release sanitize; do
   fi
 done
 
-echo "== thread sanitizer: orvel search on four threads, of text files and of TextPacks"
+echo "== thread sanitizer: the collection search on 8 threads (order, cancellation), and"
+echo "   orvel search on four threads, of text files and of TextPacks"
 cmake --preset tsan >/dev/null
-cmake --build --preset tsan --target orvel orvel_cli_test
-ctest --preset tsan -R 'SearchInputsTest\.(ThreadsPrintInFileOrder|TextPacksAreReadOnSeveralThreads)'
+cmake --build --preset tsan --target orvel orvel_cli_test orvel_find_test
+ctest --preset tsan -R 'CollectionSearchTest|SearchShortcutsTest|SearchInputsTest\.(ThreadsPrintInFileOrder|TextPacksAreReadOnSeveralThreads)'
 
 echo "== fuzzing, about 5 s per target"
 mkdir -p build

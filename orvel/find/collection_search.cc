@@ -5,6 +5,7 @@
 
 #include "orvel/find/internal/file_search.h"
 #include "orvel/find/internal/ordered_runner.h"
+#include "orvel/find/internal/walk_buffer.h"
 
 namespace orvel {
 
@@ -14,7 +15,7 @@ using Clock = std::chrono::steady_clock;
 
 // How many results each thread may make ahead of the one taken next: enough that a thread
 // rarely waits for a slow file before it, few enough that little is held.
-constexpr std::size_t kResultsAheadPerThread = 8;
+constexpr std::size_t kResultsAheadPerThread = 64;
 
 unsigned threadsFor(const SearchRequest& request) {
   if (request.threads > 0) return request.threads;
@@ -30,7 +31,10 @@ struct CollectionSearch::State {
   explicit State(SearchRequest searchRequest)
       : request(std::move(searchRequest)),
         plan(request),
-        walk(request.inputs),
+        walk(request.inputs,
+             [this](const WalkItem& item) {
+               if (item.error == 0) filesFound.fetch_add(1, std::memory_order_relaxed);
+             }),
         reading(threadsFor(request)),
         runner(
             threadsFor(request), kResultsAheadPerThread * threadsFor(request),
@@ -39,15 +43,12 @@ struct CollectionSearch::State {
 
   std::optional<WalkItem> nextItem() {
     std::optional<WalkItem> item = walk.next();
-    if (!item) {
-      walkDone.store(true, std::memory_order_relaxed);
-    } else if (item->error == 0) {
-      filesFound.fetch_add(1, std::memory_order_relaxed);
-    }
+    if (!item) walkDone.store(true, std::memory_order_relaxed);
     return item;
   }
 
   std::optional<SearchResult> search(WalkItem& item, unsigned thread) {
+    walk.refill();  // between two files, off the lock that taking an item holds
     const bool file = item.error == 0;
     std::optional<SearchResult> result = internal::searchWalkItem(item, plan, reading[thread]);
     if (file) {
@@ -80,15 +81,16 @@ struct CollectionSearch::State {
 
   SearchRequest request;
   internal::SearchPlan plan;
-  CollectionWalk walk;  // only taken from under the runner's lock
-  std::vector<internal::ReadingThread> reading;
   std::atomic<std::uint64_t> filesSearched{0};
   std::atomic<std::uint64_t> bytesRead{0};
-  std::atomic<std::uint64_t> filesFound{0};
+  std::atomic<std::uint64_t> filesFound{0};  // counted by the walking thread
   std::atomic<bool> walkDone{false};
   std::mutex progressMutex;
   std::atomic<std::int64_t> progressDue{Clock::now().time_since_epoch().count() + interval()};
-  Runner runner;  // last: its threads stop before the rest goes
+  // Last: the searching threads stop before what they use goes.
+  internal::WalkBuffer walk;
+  std::vector<internal::ReadingThread> reading;
+  Runner runner;
 };
 
 CollectionSearch::CollectionSearch(SearchRequest request)
