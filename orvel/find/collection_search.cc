@@ -15,7 +15,11 @@ using Clock = std::chrono::steady_clock;
 
 // How many results each thread may make ahead of the one taken next: enough that a thread
 // rarely waits for a slow file before it, few enough that little is held.
-constexpr std::size_t kResultsAheadPerThread = 64;
+constexpr std::size_t kResultsAheadPerThread = 32;
+// On several threads, items are taken a few at a time and walked a few hundred ahead, so
+// that the threads seldom meet at a lock; one thread does nothing ahead of what is asked.
+constexpr std::size_t kItemsTakenAtOnce = 4;
+constexpr std::size_t kItemsWalkedAtOnce = 256;
 
 unsigned threadsFor(const SearchRequest& request) {
   if (request.threads > 0) return request.threads;
@@ -31,14 +35,16 @@ struct CollectionSearch::State {
   explicit State(SearchRequest searchRequest)
       : request(std::move(searchRequest)),
         plan(request),
-        walk(request.inputs,
-             [this](const WalkItem& item) {
-               if (item.error == 0) filesFound.fetch_add(1, std::memory_order_relaxed);
-             }),
+        walk(
+            request.inputs,
+            [this](const WalkItem& item) {
+              if (item.error == 0) filesFound.fetch_add(1, std::memory_order_relaxed);
+            },
+            threadsFor(request) > 1 ? kItemsWalkedAtOnce : 1),
         reading(threadsFor(request)),
         runner(
             threadsFor(request), kResultsAheadPerThread * threadsFor(request),
-            [this] { return nextItem(); },
+            threadsFor(request) > 1 ? kItemsTakenAtOnce : 1, [this] { return nextItem(); },
             [this](WalkItem& item, unsigned thread) { return search(item, thread); }) {}
 
   std::optional<WalkItem> nextItem() {

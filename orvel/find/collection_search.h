@@ -114,8 +114,10 @@ struct SearchResult {
   }
 };
 
-// A search under way. It starts with the first next(); its threads read ahead of the results
-// taken, a few files per thread, and stop when it is destroyed.
+// A search under way. It starts with the first next(); on several threads it searches ahead
+// of the results taken (at most 32 files a thread, and walks a few hundred ahead), and its
+// threads stop when it is destroyed. On one thread it does nothing ahead: each file is
+// walked to and searched when next() asks for the next result.
 class CollectionSearch {
  public:
   explicit CollectionSearch(SearchRequest request);

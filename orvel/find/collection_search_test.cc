@@ -164,7 +164,7 @@ TEST(CollectionSearchTest, ASearchStopsWhenItsConsumerSaysSo) {
                          [&](SearchResult&) { return ++taken < 3; });
     EXPECT_EQ(taken, 3u);
     // The threads read ahead a few files each, no more.
-    EXPECT_LT(progress.filesSearched, 3u + 8u * threads + threads) << threads << " threads";
+    EXPECT_LT(progress.filesSearched, 3u + 32u * threads + 4u * threads) << threads << " threads";
   }
 }
 

@@ -35,9 +35,13 @@ class OrderedRunner {
   using Source = std::function<std::optional<Item>()>;
   using Work = std::function<Result(Item&, unsigned threadIndex)>;
 
-  OrderedRunner(unsigned threads, std::size_t window, Source source, Work work)
+  // `takenAtOnce` items are taken at a time (with one thread, take 1: nothing is then made
+  // ahead of the results asked for).
+  OrderedRunner(unsigned threads, std::size_t window, std::size_t takenAtOnce, Source source,
+                Work work)
       : _threads(std::max(1u, threads)),
         _window(std::max<std::size_t>(window, _threads)),
+        _takenAtOnce(std::max<std::size_t>(1, takenAtOnce)),
         _slots(std::make_unique<Slot[]>(_window)),
         _source(std::move(source)),
         _work(std::move(work)) {}
@@ -65,7 +69,7 @@ class OrderedRunner {
       }
       if (finished(answered)) return std::nullopt;
       if (hasRoom()) {
-        makeOne(0);
+        makeSome(0, _consumerItems);
         continue;
       }
       std::unique_lock lock(_mutex);
@@ -109,6 +113,7 @@ class OrderedRunner {
     _started = true;
     for (unsigned t = 1; t < _threads; ++t) {
       _workers.emplace_back([this, t] {
+        std::vector<Item> items;
         while (!_stopping.load() && !_sourceDone.load()) {
           if (!hasRoom()) {
             std::unique_lock lock(_mutex);
@@ -117,7 +122,7 @@ class OrderedRunner {
             _waitingForRoom.fetch_sub(1);
             continue;
           }
-          makeOne(t);
+          makeSome(t, items);
         }
       });
     }
@@ -126,11 +131,11 @@ class OrderedRunner {
   // Takes the next few items, as many as there is room for, and works on each in turn,
   // publishing its result. Taking a few at a time keeps the threads from meeting at the
   // source's lock, which the walk may hold while it reads a folder.
-  void makeOne(unsigned threadIndex) {
-    std::vector<Item> items;
+  void makeSome(unsigned threadIndex, std::vector<Item>& items) {
+    items.clear();
     std::unique_lock source(_sourceMutex);
     const std::size_t first = _taken.load(std::memory_order_relaxed);
-    while (items.size() < kItemsTakenAtOnce && hasRoom()) {
+    while (items.size() < _takenAtOnce && hasRoom()) {
       std::optional<Item> item = _source();
       if (!item) {
         _sourceDone.store(true);
@@ -154,14 +159,14 @@ class OrderedRunner {
     }
   }
 
-  static constexpr std::size_t kItemsTakenAtOnce = 4;
-
   const unsigned _threads;
   const std::size_t _window;
+  const std::size_t _takenAtOnce;
   std::unique_ptr<Slot[]> _slots;  // item i waits in slot i % window
   Source _source;
   Work _work;
   std::vector<std::thread> _workers;
+  std::vector<Item> _consumerItems;  // the items the consumer's thread works on, reused
   bool _started = false;
 
   std::mutex _sourceMutex;                // taking an item: the source, and _taken

@@ -1,13 +1,21 @@
 #include "orvel/find/internal/walk_buffer.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace orvel::internal {
 
-WalkBuffer::WalkBuffer(WalkInputs inputs, std::function<void(const WalkItem&)> found)
-    : _walk(std::move(inputs)), _found(std::move(found)) {}
+WalkBuffer::WalkBuffer(WalkInputs inputs, std::function<void(const WalkItem&)> found,
+                       std::size_t batch)
+    : _walk(std::move(inputs)), _found(std::move(found)), _batch(std::max<std::size_t>(1, batch)) {}
 
 std::optional<WalkItem> WalkBuffer::next() {
+  if (_batch == 1) {  // nothing ahead: straight from the walk
+    const std::lock_guard walk(_walkMutex);
+    std::optional<WalkItem> item = _walk.next();
+    if (item && _found) _found(*item);
+    return item;
+  }
   for (;;) {
     {
       const std::lock_guard buffer(_bufferMutex);
@@ -26,8 +34,8 @@ std::optional<WalkItem> WalkBuffer::next() {
 }
 
 void WalkBuffer::refill() {
-  if (_walkDone.load(std::memory_order_relaxed) ||
-      _buffered.load(std::memory_order_relaxed) >= kLow) {
+  if (_batch == 1 || _walkDone.load(std::memory_order_relaxed) ||
+      _buffered.load(std::memory_order_relaxed) >= _batch / 2) {
     return;
   }
   const std::unique_lock walk(_walkMutex, std::try_to_lock);
@@ -37,7 +45,7 @@ void WalkBuffer::refill() {
 void WalkBuffer::walkBatch() {
   std::vector<WalkItem> batch;
   bool ended = _walkDone.load(std::memory_order_relaxed);
-  while (!ended && batch.size() < kBatch) {
+  while (!ended && batch.size() < _batch) {
     std::optional<WalkItem> item = _walk.next();
     ended = !item;
     if (!item) break;

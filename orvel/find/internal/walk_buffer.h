@@ -18,8 +18,10 @@ namespace orvel::internal {
 
 class WalkBuffer {
  public:
-  // `found` is called with each item as the walk finds it.
-  WalkBuffer(WalkInputs inputs, std::function<void(const WalkItem&)> found);
+  // `found` is called with each item as the walk finds it. `batch` items are walked at a
+  // time, and refilled when fewer than half of that wait; 1 walks only when an item is
+  // wanted, nothing ahead.
+  WalkBuffer(WalkInputs inputs, std::function<void(const WalkItem&)> found, std::size_t batch);
 
   // The next item in the walk's order, walking for it when the buffer is empty; nullopt at
   // the end.
@@ -29,16 +31,14 @@ class WalkBuffer {
   void refill();
 
  private:
-  static constexpr std::size_t kLow = 128;    // refilled below this many items
-  static constexpr std::size_t kBatch = 256;  // items walked at a time
-
-  // Walks up to kBatch items into the buffer, in order; the walk's lock is held.
+  // Walks up to a batch of items into the buffer, in order; the walk's lock is held.
   void walkBatch();
 
   CollectionWalk _walk;
   std::function<void(const WalkItem&)> _found;
-  std::mutex _walkMutex;    // the walk; taken before _bufferMutex
-  std::mutex _bufferMutex;  // the buffer and _done
+  const std::size_t _batch;  // items walked at a time
+  std::mutex _walkMutex;     // the walk; taken before _bufferMutex
+  std::mutex _bufferMutex;   // the buffer and _done
   std::deque<WalkItem> _buffer;
   bool _done = false;
   std::atomic<std::size_t> _buffered{0};  // the buffer's size, read without the lock
