@@ -79,7 +79,7 @@ struct SearchRequest {
 
   unsigned threads = 0;  // 0: one per core
   // Called from a searching thread (one call at a time) every progressInterval while the
-  // search runs.
+  // search runs, and possibly once cancelled, until the search is destroyed.
   std::function<void(const SearchProgress&)> progress;
   std::chrono::milliseconds progressInterval{200};
 };
