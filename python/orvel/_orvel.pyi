@@ -1,6 +1,6 @@
 """Type stubs of the compiled part of the orvel module."""
 
-from collections.abc import Iterator
+from collections.abc import Callable, Iterable, Iterator
 from os import PathLike
 from typing import Any, TypedDict
 
@@ -62,3 +62,68 @@ class KeyedStorage:
     def close(self) -> None: ...
     def __enter__(self) -> KeyedStorage: ...
     def __exit__(self, *args: object) -> None: ...
+
+class SearchProgress:
+    @property
+    def files_searched(self) -> int: ...
+    @property
+    def bytes_read(self) -> int: ...
+    @property
+    def files_found(self) -> int: ...
+    @property
+    def walk_done(self) -> bool: ...
+
+class Occurrence:
+    @property
+    def line(self) -> int: ...
+    @property
+    def snippet(self) -> str: ...
+
+class SearchResult:
+    @property
+    def path(self) -> str: ...
+    @property
+    def path_bytes(self) -> bytes: ...
+    @property
+    def named(self) -> bool: ...
+    @property
+    def status(self) -> str: ...  # 'matched', 'skipped' or 'failed'
+    @property
+    def kind(self) -> str: ...
+    @property
+    def message(self) -> str: ...
+    @property
+    def errno(self) -> int: ...
+    @property
+    def count(self) -> int: ...
+    @property
+    def occurrences(self) -> list[Occurrence]: ...
+    @property
+    def bytes_read(self) -> int: ...
+
+class Search(Iterator[SearchResult]):
+    def __iter__(self) -> Search: ...
+    def __next__(self) -> SearchResult: ...
+    def cancel(self) -> None: ...
+    @property
+    def progress(self) -> SearchProgress: ...
+
+def search(
+    query: str,
+    paths: _Path | Iterable[_Path],
+    *,
+    case_sensitive: bool = False,
+    wildcard: bool = False,
+    files_from: _Path | None = None,
+    nul_separated: bool = False,
+    hidden: bool = False,
+    kinds: list[str] | None = None,
+    comments: bool = False,
+    language: str | None = None,
+    want: str = "occurrences",
+    paragraphs: bool = False,
+    report_skipped: bool = False,
+    threads: int = 0,
+    progress: Callable[[SearchProgress], object] | None = None,
+    progress_interval: float = 0.2,
+) -> Search: ...

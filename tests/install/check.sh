@@ -67,6 +67,11 @@ c++ -std=c++20 -o "$work/readme/example" "$work/readme/example.cc" \
   $(pkg-config --cflags --libs orvelfoundation)
 expected="line 2: The ferry leaves the harbour from the north quay"
 [ "$("$work/readme/example")" = "$expected" ] || fail "the README's C++ example"
+c++ -std=c++20 -o "$work/readme/example_find" "$work/readme/example_find.cc" \
+  $(pkg-config --cflags --libs orvelfoundation)
+[ "$(cd "$root" && "$work/readme/example_find")" = \
+  "$(cd "$root" && "$prefix/bin/orvel" search -c 'dignity NEAR/5 rights' examples/udhr)" ] ||
+  fail "the README's collection search example"
 if [ -d "$prefix/lib/python3/dist-packages/orvel" ]; then
   [ "$(PYTHONPATH="$prefix/lib/python3/dist-packages" /usr/bin/python3 "$work/readme/example.py")" \
     = "$expected" ] || fail "the README's Python example"

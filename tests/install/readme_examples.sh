@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Writes the README's first ```cpp block to DIR/example.cc and its first ```python block to
-# DIR/example.py, so that the examples users copy are the ones CI runs.
+# Writes the README's first ```cpp block to DIR/example.cc, its first ```python block to
+# DIR/example.py and its first cpp block inside a list item (fenced two spaces in) to
+# DIR/example_find.cc, so that the examples users copy are the ones CI runs.
 # Usage: readme_examples.sh README DIR
 set -euo pipefail
 mkdir -p "$2"
@@ -12,4 +13,6 @@ extract() {
 }
 extract cpp "$1" >"$2/example.cc"
 extract python "$1" >"$2/example.py"
-[ -s "$2/example.cc" ] && [ -s "$2/example.py" ] || { echo "README: no cpp or python example" >&2; exit 1; }
+extract "cpp" <(sed -n 's/^  //p' "$1") >"$2/example_find.cc"
+[ -s "$2/example.cc" ] && [ -s "$2/example.py" ] && [ -s "$2/example_find.cc" ] ||
+  { echo "README: no cpp, python or list-item cpp example" >&2; exit 1; }
