@@ -24,7 +24,7 @@ echo "== thread sanitizer: the collection search on 8 threads (order, cancellati
 echo "   orvel search on four threads, of text files and of TextPacks"
 cmake --preset tsan >/dev/null
 cmake --build --preset tsan --target orvel orvel_cli_test orvel_find_test
-ctest --preset tsan -R 'CollectionSearchTest|SearchShortcutsTest|SearchInputsTest\.(ThreadsPrintInFileOrder|TextPacksAreReadOnSeveralThreads)'
+ctest --preset tsan -R 'OrderedRunnerTest|CollectionSearchTest|SearchShortcutsTest|SearchInputsTest\.(ThreadsPrintInFileOrder|TextPacksAreReadOnSeveralThreads)'
 
 echo "== fuzzing, about 5 s per target"
 mkdir -p build
