@@ -7,7 +7,10 @@
 #pragma once
 
 #if defined(__x86_64__) || defined(__i386__)
+// The header spells its answers' type as C's _Bool, which clang does not take in C++.
+#define _Bool bool
 #include <sys/platform/x86.h>
+#undef _Bool
 
 namespace orvel::internal {
 
