@@ -72,16 +72,23 @@ TEST(TextQueryTest, BytesGiveThePlacesOfTheDecodedText) {
   std::mt19937 random(23);
   const std::vector<std::string> ascii = {"the", "The",    "import", "imports", "IMPORT",
                                           "x",   "thread", "_the",   "a",       "socket2"};
-  const std::vector<std::string> other = {"caf\xC3\xA9",      "CAF\xC3\x89",
-                                          "\xD0\xB4\xD0\xBE\xD0\xBC", "\xD0\x94\xD0\x9E\xD0\x9C",
-                                          "\xF0\x9D\x84\x9E",  "na\xC3\xAFve",
-                                          "GR\xC3\x96\xC3\x9F" "E", "gr\xC3\xB6\xE1\xBA\x9E" "e"};
+  const std::vector<std::string> other = {"caf\xC3\xA9",
+                                          "CAF\xC3\x89",
+                                          "\xD0\xB4\xD0\xBE\xD0\xBC",
+                                          "\xD0\x94\xD0\x9E\xD0\x9C",
+                                          "\xF0\x9D\x84\x9E",
+                                          "na\xC3\xAFve",
+                                          "GR\xC3\x96\xC3\x9F"
+                                          "E",
+                                          "gr\xC3\xB6\xE1\xBA\x9E"
+                                          "e"};
   const std::vector<std::string> gaps = {
       " ", ". ", "\n",   "\r\n", "\r",           "\f",           "\t",      "-",
       "",  "! ", "\x03", "; ",   "\xE2\x80\xA8", "\xE2\x80\x94", "\xC2\xA0"};
-  const std::vector<std::u16string> queries = {u"the",    u"import OR x", u"THE OR socket2 OR a",
-                                               u"thread", u"CAF\u00c9",   u"\u0434\u043e\u043c OR the",
-                                               u"na\u00efve", u"gr\u00f6\u00dfe"};
+  const std::vector<std::u16string> queries = {
+      u"the",        u"import OR x",    u"THE OR socket2 OR a",
+      u"thread",     u"CAF\u00c9",      u"\u0434\u043e\u043c OR the",
+      u"na\u00efve", u"gr\u00f6\u00dfe"};
   for (int round = 0; round < 600; ++round) {
     const bool asciiOnly = round % 2 == 0;
     std::string bytes;
@@ -144,8 +151,10 @@ TEST(TextQueryTest, BytesAreSearchedOnlyWhenTheyCanBe) {
   EXPECT_TRUE(the.byteOccurrencePlaces("no match here")->empty());
   // A word outside ASCII is looked for in every form that folds as it does.
   const TextQuery accented(u"caf\u00e9");
-  EXPECT_EQ(accented.byteOccurrencePlaces("Caf\xC3\xA9. CAF\xC3\x89! Not cafe.", false, true, false)->size(),
-            2u);
+  EXPECT_EQ(
+      accented.byteOccurrencePlaces("Caf\xC3\xA9. CAF\xC3\x89! Not cafe.", false, true, false)
+          ->size(),
+      2u);
   EXPECT_EQ(accented.byteMatches("a CAF\xC3\x89"), true);
   EXPECT_EQ(accented.byteMatches("a cafe"), false);
   EXPECT_EQ(TextQuery(u"caf\u00e9", true).byteMatches("a CAF\xC3\x89"), false);
