@@ -12,14 +12,20 @@ namespace {
 
 char lowerAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-// The characters outside ASCII that the upper-case table folds as it folds `unit` (the unit
-// itself among them), each as UTF-8.
+// The characters that the upper-case table folds as it folds `unit` (the unit itself among
+// them), each as UTF-8: an ASCII letter once, in lower case (the search compares ASCII
+// letters in either case). A letter outside ASCII may fold to an ASCII one (U+0131 to I), so
+// that "i" is then one of its forms.
 std::vector<std::string> foldingAlike(char16_t unit) {
   const ConversionTable upper = initUpperCharsTable();
   std::vector<std::string> alike;
-  for (std::uint32_t other = 0x80; other < 0x10000; ++other) {
+  for (std::uint32_t other = 1; other < 0x10000; ++other) {
     if ((other >= 0xD800 && other < 0xE000) || upper[other] != upper[unit]) continue;
-    alike.push_back(utf16ToUtf8(std::u16string(1, static_cast<char16_t>(other))));
+    std::string character = utf16ToUtf8(std::u16string(1, static_cast<char16_t>(other)));
+    if (other < 0x80) character[0] = lowerAscii(character[0]);
+    if (std::find(alike.begin(), alike.end(), character) == alike.end()) {
+      alike.push_back(std::move(character));
+    }
   }
   return alike;
 }

@@ -1,5 +1,6 @@
 #include "orvel/search/internal/byte_search.h"
 
+#include <algorithm>
 #include <random>
 #include <string>
 
@@ -56,6 +57,10 @@ TEST(ByteFormsTest, EveryFoldingFormIsFoundAndNothingElse) {
   EXPECT_EQ(cafe, (std::vector<std::string>{"caf\xC3\x89", "caf\xC3\xA9"}));
   EXPECT_EQ(byteFormsOf(u"Caf\u00e9", true), std::vector<std::string>{"Caf\xC3\xA9"});
   EXPECT_TRUE(byteFormsOf(u"a\U0001D11E", false).empty());  // outside the BMP
+  // A dotless i folds to I: "i" is one of its forms.
+  const std::vector<std::string> dotless = byteFormsOf(u"\u0131", false);
+  EXPECT_NE(std::find(dotless.begin(), dotless.end(), "i"), dotless.end());
+  EXPECT_NE(std::find(dotless.begin(), dotless.end(), "\xC4\xB1"), dotless.end());
   // "Gr\u00f6\u00dfe" forms begin alike; "\u00e9t\u00e9" ones share no two bytes at either end.
   for (const std::u16string word : {u"Gr\u00f6\u00dfe", u"\u00e9t\u00e9", u"Caf\u00e9"}) {
     const ByteFormsFinder finder(byteFormsOf(word, false), true);
