@@ -41,6 +41,8 @@ case "$target" in
     max_len=65536  # the expanding pack is 64 KB
     ;;
 esac
+# Absolute paths: a target may change its working folder when it sets up (path_list does).
+for k in "${!seeds[@]}"; do seeds[k]=$(realpath "${seeds[k]}"); done
 exec "build/fuzz/fuzz/${target}_fuzzer" -max_total_time="$seconds" -timeout=10 \
   -rss_limit_mb=4096 -max_len=$max_len -print_final_stats=1 \
-  -artifact_prefix="fuzz/corpus/$target/" "$work" "${seeds[@]}"
+  -artifact_prefix="$PWD/fuzz/corpus/$target/" "$(realpath "$work")" "${seeds[@]}"
