@@ -114,10 +114,71 @@ const char* statusName(SearchStatus status) {
   return "matched";
 }
 
-struct PyOccurrence {
-  std::size_t line;
-  py::str snippet;
-};
+// The result types are struct sequences (named tuples made in C): reading a field costs a C
+// member access where a bound property would cost a call through the binding, and a loop
+// over thousands of results reads a few fields of each.
+PyStructSequence_Field kOccurrenceFields[] = {
+    {"line", "1 for the first line; 0 for the Finder comment."},
+    {"snippet", "The sentence (or line) around it."},
+    {nullptr, nullptr}};
+PyStructSequence_Desc kOccurrenceDescription = {
+    "orvel.Occurrence", "Where a term of the query occurs in a document.", kOccurrenceFields, 2};
+
+PyStructSequence_Field kResultFields[] = {
+    {"path", "The path, decoded as os.fsdecode decodes file names."},
+    {"path_bytes", "The path as the file system holds it."},
+    {"status", "'matched', 'skipped' (no text) or 'failed'."},
+    {"kind", "'text', 'markdown', 'html', 'feed' or 'textbundle'."},
+    {"count", "Occurrences (want='counts' or 'occurrences')."},
+    {"occurrences", "Each occurrence with its line and snippet (want='occurrences')."},
+    {"message", "Why it was skipped or failed."},
+    {"errno", "For a failure, the system's error number (-1 when there is none)."},
+    {"named", "Whether the caller named it (not found in a folder)."},
+    {"bytes_read", "The bytes of the file that were read."},
+    {nullptr, nullptr}};
+PyStructSequence_Desc kResultDescription = {
+    "orvel.SearchResult", "A matching document, or one that was skipped or could not be read.",
+    kResultFields, 10};
+
+// The types, made once when the module is loaded (and kept with it).
+PyTypeObject* gOccurrenceType = nullptr;
+PyTypeObject* gResultType = nullptr;
+
+// A struct sequence of the type with these values, in the order of its fields.
+py::object structSequence(PyTypeObject* type, std::initializer_list<py::object> values) {
+  auto object = py::reinterpret_steal<py::object>(PyStructSequence_New(type));
+  if (!object) throw py::error_already_set();
+  Py_ssize_t k = 0;
+  for (const py::object& value : values) {
+    PyStructSequence_SetItem(object.ptr(), k++, py::object(value).release().ptr());
+  }
+  return object;
+}
+
+// The few names a result's status and kind take, made once: results share them.
+py::object sharedName(std::string_view name) {
+  static std::vector<std::pair<std::string, py::object>>* names =
+      new std::vector<std::pair<std::string, py::object>>();
+  for (const auto& [known, object] : *names) {
+    if (known == name) return object;
+  }
+  names->emplace_back(std::string(name), py::str(std::string(name)));
+  return names->back().second;
+}
+
+py::object resultObject(const SearchResult& result) {
+  py::list occurrences;
+  for (const FoundOccurrence& occurrence : result.occurrences) {
+    occurrences.append(structSequence(
+        gOccurrenceType, {py::int_(occurrence.line), utf8Text(result.snippet(occurrence))}));
+  }
+  return structSequence(
+      gResultType,
+      {pathText(result.path), py::bytes(result.path), sharedName(statusName(result.status)),
+       sharedName(documentKindName(result.kind)), py::int_(result.count), std::move(occurrences),
+       py::str(result.message), py::int_(result.error), py::bool_(result.named),
+       py::int_(result.bytesRead)});
+}
 
 class PySearch;
 
@@ -159,7 +220,7 @@ class PySearch {
   PySearch(const PySearch&) = delete;
   PySearch& operator=(const PySearch&) = delete;
 
-  std::shared_ptr<SearchResult> next() {
+  py::object next() {
     std::optional<SearchResult> result;
     {
       py::gil_scoped_release release;
@@ -171,7 +232,7 @@ class PySearch {
       throw failure;
     }
     if (!result) throw py::stop_iteration();
-    return std::make_shared<SearchResult>(std::move(*result));
+    return resultObject(*result);
   }
 
   void cancel() { _search->cancel(); }
@@ -238,48 +299,13 @@ void defineSearch(py::module_& m) {
                ", walk_done=" + (p.walkDone ? "True" : "False") + ")";
       });
 
-  py::class_<PyOccurrence>(m, "Occurrence", "Where a term of the query occurs in a document.")
-      .def_readonly("line", &PyOccurrence::line, "1 for the first line; 0 for the Finder comment.")
-      .def_readonly("snippet", &PyOccurrence::snippet, "The sentence (or line) around it.")
-      .def("__repr__", [](const PyOccurrence& o) {
-        return "Occurrence(line=" + std::to_string(o.line) +
-               ", snippet=" + py::repr(o.snippet).cast<std::string>() + ")";
-      });
-
-  py::class_<SearchResult, std::shared_ptr<SearchResult>>(
-      m, "SearchResult", "A matching document, or one that was skipped or could not be read.")
-      .def_property_readonly(
-          "path", [](const SearchResult& r) { return pathText(r.path); },
-          "The path, decoded as os.fsdecode decodes file names.")
-      .def_property_readonly(
-          "path_bytes", [](const SearchResult& r) { return py::bytes(r.path); },
-          "The path as the file system holds it.")
-      .def_readonly("named", &SearchResult::named,
-                    "Whether the caller named it (not found in a folder).")
-      .def_property_readonly(
-          "status", [](const SearchResult& r) { return statusName(r.status); },
-          "'matched', 'skipped' (no text) or 'failed'.")
-      .def_property_readonly("kind", [](const SearchResult& r) { return documentKindName(r.kind); })
-      .def_readonly("message", &SearchResult::message, "Why it was skipped or failed.")
-      .def_readonly("errno", &SearchResult::error,
-                    "For a failure, the system's error number (-1 when there is none).")
-      .def_readonly("count", &SearchResult::count, "Occurrences (want='counts' or 'occurrences').")
-      .def_property_readonly(
-          "occurrences",
-          [](const SearchResult& r) {
-            py::list all;
-            for (const FoundOccurrence& o : r.occurrences) {
-              all.append(PyOccurrence{o.line, utf8Text(r.snippet(o))});
-            }
-            return all;
-          },
-          "Each occurrence with its line and snippet (want='occurrences').")
-      .def_readonly("bytes_read", &SearchResult::bytesRead)
-      .def("__repr__", [](const SearchResult& r) {
-        return "SearchResult(path=" + py::repr(pathText(r.path)).cast<std::string>() +
-               ", status='" + statusName(r.status) + "', kind='" +
-               std::string(documentKindName(r.kind)) + "', count=" + std::to_string(r.count) + ")";
-      });
+  gOccurrenceType = PyStructSequence_NewType(&kOccurrenceDescription);
+  gResultType = PyStructSequence_NewType(&kResultDescription);
+  if (gOccurrenceType == nullptr || gResultType == nullptr) throw py::error_already_set();
+  m.attr("Occurrence") =
+      py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(gOccurrenceType));
+  m.attr("SearchResult") =
+      py::reinterpret_borrow<py::object>(reinterpret_cast<PyObject*>(gResultType));
 
   py::class_<PySearch, std::shared_ptr<PySearch>>(
       m, "Search", "A search under way: iterate it for its results, in the order of the walk.")

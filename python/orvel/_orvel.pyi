@@ -73,13 +73,13 @@ class SearchProgress:
     @property
     def walk_done(self) -> bool: ...
 
-class Occurrence:
+class Occurrence(tuple[Any, ...]):
     @property
     def line(self) -> int: ...
     @property
     def snippet(self) -> str: ...
 
-class SearchResult:
+class SearchResult(tuple[Any, ...]):
     @property
     def path(self) -> str: ...
     @property
