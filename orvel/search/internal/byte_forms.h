@@ -18,8 +18,9 @@ inline constexpr std::size_t kMaxByteForms = 32;
 // them in either case); each character outside ASCII is, without case, any character the
 // upper-case table folds as it folds that one (with case, itself), an ASCII letter among
 // them where it folds to one. Characters outside ASCII that fold to an ASCII letter of the
-// word (U+0131 to I) are not forms of that letter: the callers look for those apart. None when the word is empty, holds NUL or a surrogate, or would take more than
-// kMaxByteForms forms.
+// word (U+0131 to I) are not forms of that letter: the callers look for those apart. None
+// when the word is empty, holds NUL or a surrogate, or would take more than kMaxByteForms
+// forms.
 [[nodiscard]] std::vector<std::string> byteFormsOf(std::u16string_view word, bool caseSensitive);
 
 // Whether any of a word's forms occurs in bytes (anywhere, not only as a whole word), in one
