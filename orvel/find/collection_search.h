@@ -66,6 +66,9 @@ struct SearchRequest {
   std::shared_ptr<const LanguageFilter> languageFilter;
 
   SearchWant want = SearchWant::kOccurrences;
+  // With kCounts and kOccurrences: at most this many occurrences a file (the first; the
+  // Finder comment counts as one), and its count stops there; 0 for all.
+  std::size_t maxCount = 0;
   bool paragraphs = false;  // snippets are lines, not sentences
   // With kOccurrences: each occurrence's range in the document's text, in UTF-16 units.
   // Without it ranges are left out (location NSNotFound), which lets a file of UTF-8 be

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "orvel/base/file_bytes.h"
 #include "orvel/base/file_extension.h"
@@ -141,10 +142,20 @@ std::string_view documentKindName(DocumentKind kind) {
   return "text";
 }
 
+// Other names of the kinds, as grep tools' type names and file extensions spell them.
+constexpr std::pair<std::string_view, DocumentKind> kKindAliases[] = {
+    {"txt", DocumentKind::kText},           {"md", DocumentKind::kMarkdown},
+    {"htm", DocumentKind::kHtml},           {"xhtml", DocumentKind::kHtml},
+    {"rss", DocumentKind::kFeed},           {"atom", DocumentKind::kFeed},
+    {"textpack", DocumentKind::kTextBundle}};
+
 std::optional<DocumentKind> documentKindNamed(std::string_view name) {
   for (const DocumentKind kind : {DocumentKind::kText, DocumentKind::kMarkdown, DocumentKind::kHtml,
                                   DocumentKind::kFeed, DocumentKind::kTextBundle}) {
     if (documentKindName(kind) == name) return kind;
+  }
+  for (const auto& [alias, kind] : kKindAliases) {
+    if (alias == name) return kind;
   }
   return std::nullopt;
 }
@@ -164,7 +175,8 @@ std::string documentKindList() {
          html +
          ", and files without an extension that begin with markup\n"
          "feed: RSS, RDF and Atom files, by their first tag, whatever their extension\n"
-         "textbundle: .textbundle folders and .textpack archives\n";
+         "textbundle: .textbundle folders and .textpack archives\n"
+         "(also named: txt, md, htm, xhtml, rss, atom, textpack)\n";
 }
 
 DocumentText textBundleDocumentText(const std::filesystem::path& path) {

@@ -28,7 +28,8 @@ enum class DocumentKind { kText, kMarkdown, kHtml, kFeed, kTextBundle };
                                         std::string_view firstBytes);
 // "text", "markdown", "html", "feed", "textbundle".
 [[nodiscard]] std::string_view documentKindName(DocumentKind kind);
-// The kind of a name, nullopt for none.
+// The kind of a name ("markdown", or another name of it: txt, md, htm, xhtml, rss, atom,
+// textpack), nullopt for none.
 [[nodiscard]] std::optional<DocumentKind> documentKindNamed(std::string_view name);
 // Each kind with what selects it, one line each, for `search --type-list`.
 [[nodiscard]] std::string documentKindList();

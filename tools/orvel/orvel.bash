@@ -5,15 +5,16 @@ _orvel() {
   local commands="search match snippets query wildcard similarity words components count
     ellipsize crc32 md5 sha1 fold json entities charset html feed dsstore comment lang
     textbundle keyed storage zlib url"
-  local search_options="--files-with-matches --count --json --case-sensitive --wildcard
+  local search_options="--files-with-matches --count --json --ignore-case --case-sensitive
+    --smart-case --word-regexp --quiet --max-count --no-line-number --no-heading --wildcard
     --paragraphs --snippet-chars --files-from --null --type --type-list --lang --stop-words
     --comments --hidden --no-progress --verbose --help -j"
   local words=""
   if [ "$COMP_CWORD" -eq 1 ]; then
     words="$commands --help --version"
   elif [ "${COMP_WORDS[1]}" = search ]; then
-    if [ "$previous" = --type ]; then
-      words="text markdown html feed textbundle"
+    if [ "$previous" = --type ] || [ "$previous" = -t ]; then
+      words="text markdown html feed textbundle txt md htm xhtml rss atom textpack"
     elif [[ $current == -* ]]; then
       words=$search_options
     fi

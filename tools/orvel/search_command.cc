@@ -14,6 +14,7 @@
 #include "orvel/search/language_filter.h"
 #include "orvel/search/separation.h"
 #include "orvel/search/text_query.h"
+#include "orvel/text/character_sets.h"
 
 #include "tools/orvel/command_support.h"
 #include "tools/orvel/commands.h"
@@ -37,7 +38,7 @@ struct SearchOptions {
   std::optional<std::string> filesFrom;  // a list of paths, one a line ("-": stdin)
   bool nulSeparated = false;             // -0: the list's paths end with NUL bytes instead
   bool noProgress = false;
-  bool caseSensitive = false;
+  enum class Case { kIgnore, kSensitive, kSmart } caseMode = Case::kIgnore;  // the last given
   bool wildcard = false;
   bool paragraphs = false;
   bool filesWithMatches = false;
@@ -54,7 +55,23 @@ struct SearchOptions {
   bool typeList = false;
   unsigned threads = 0;
   std::size_t snippetCharacters = 0;
+  std::size_t maxCount = 0;   // -m: occurrences a file
+  bool quiet = false;         // -q: print nothing; stop at the first match
+  bool noLineNumber = false;  // -N
+  bool noHeading = false;     // path:line:snippet, a line each
 };
+
+// Whether a term of the query holds an upper-case letter (smart case): the operators, which
+// are written in capitals, are not terms.
+bool termsHoldUpperCase(const QueryTerms& node) {
+  if (node.isWord()) {
+    const std::u16string& term = node.string();
+    return std::any_of(term.begin(), term.end(), [](char16_t unit) {
+      return isMemberOfCharacterSetRep(upperCharacterSetRep(), unit);
+    });
+  }
+  return std::any_of(node.children().begin(), node.children().end(), termsHoldUpperCase);
+}
 
 // Appends a snippet on one line: line breaks and tabs become spaces; shortened after
 // `characters` when that is not 0.
@@ -112,10 +129,14 @@ std::string resultText(const SearchResult& result, const SearchOptions& options)
   if (options.json) return fileJson(result);
   if (options.filesWithMatches) return result.path + "\n";
   if (options.count) return result.path + ":" + std::to_string(result.count) + "\n";
-  std::string out = result.path + "\n";
+  // A heading line with the path, or the path before each occurrence (--no-heading).
+  std::string out = options.noHeading ? "" : result.path + "\n";
   for (const FoundOccurrence& occurrence : result.occurrences) {
-    out += std::to_string(occurrence.line);
-    out += ':';
+    if (options.noHeading) out += result.path + ':';
+    if (!options.noLineNumber) {
+      out += std::to_string(occurrence.line);
+      out += ':';
+    }
     appendUtf8SnippetLine(out, result.snippet(occurrence), options.snippetCharacters);
     out += '\n';
   }
@@ -125,7 +146,12 @@ std::string resultText(const SearchResult& result, const SearchOptions& options)
 SearchRequest searchRequest(const SearchOptions& options) {
   SearchRequest request;
   request.query = decodeText(options.query, "query");
-  request.caseSensitive = options.caseSensitive;
+  using Case = SearchOptions::Case;
+  request.caseSensitive =
+      options.caseMode == Case::kSensitive ||
+      (options.caseMode == Case::kSmart &&
+       termsHoldUpperCase(options.wildcard ? QueryTerms::withWildcard(request.query)
+                                           : QueryTerms(request.query)));
   request.wildcard = options.wildcard;
   request.inputs.paths.assign(options.paths.begin(), options.paths.end());
   if (options.filesFrom) {
@@ -136,7 +162,9 @@ SearchRequest searchRequest(const SearchOptions& options) {
   request.kinds = options.types;
   request.comments = options.comments;
   request.languageFilter = options.languageFilter;
-  request.want = options.json               ? SearchWant::kOccurrences
+  request.maxCount = options.maxCount;
+  request.want = options.quiet              ? SearchWant::kFiles
+                 : options.json             ? SearchWant::kOccurrences
                  : options.filesWithMatches ? SearchWant::kFiles
                  : options.count            ? SearchWant::kCounts
                                             : SearchWant::kOccurrences;
@@ -170,10 +198,12 @@ int runSearch(const SearchOptions& options) {
         reportError(result->path, "skipped: " + result->message);
       } else {
         anyMatch = true;
-        writeOut(resultText(*result, options));
+        if (!options.quiet) writeOut(resultText(*result, options));
       }
     });
+    if (anyMatch && options.quiet) break;  // the answer is known: the rest need not be read
   }
+  if (anyMatch && options.quiet) return 0;
   if (failed) return 2;
   return anyMatch ? 0 : 1;
 }
@@ -197,18 +227,38 @@ void registerSearch(CLI::App& app, int& status) {
                     "With --files-from: the paths end with NUL bytes, not line ends");
   command->add_flag("--no-progress", options->noProgress,
                     "Never show progress (shown on a terminal when a search takes a while)");
-  command->add_flag("-s,--case-sensitive", options->caseSensitive, "Compare case-sensitively");
+  // The case options as grep tools take them: the last one given holds (read from the order
+  // of parsing when the command runs).
+  CLI::Option* ignoreCase = command->add_flag("-i,--ignore-case")
+                                ->description("Compare without regard to case (the default)");
+  CLI::Option* caseSensitive =
+      command->add_flag("-s,--case-sensitive")->description("Compare case-sensitively");
+  CLI::Option* smartCase =
+      command->add_flag("-S,--smart-case")
+          ->description("Compare case-sensitively when a term holds an upper-case letter");
+  command->add_flag_callback(
+      "-w,--word-regexp", [] {}, "Accepted as grep tools take it: words always match whole");
   command->add_flag("--wildcard", options->wildcard, "Terms are wildcard patterns");
   command->add_flag("--paragraphs", options->paragraphs, "Snippets are lines, not sentences");
   command->add_flag("-l,--files-with-matches", options->filesWithMatches,
                     "Print only the paths of matching files");
+  command->add_flag("-q,--quiet", options->quiet,
+                    "Print nothing; exit 0 at the first match (1: none, 2: an error before one)");
+  command
+      ->add_option("-m,--max-count", options->maxCount,
+                   "At most N occurrences a file (and -c counts up to N)")
+      ->type_name("N");
+  command->add_flag("-N,--no-line-number", options->noLineNumber,
+                    "Print snippets without their line numbers");
+  command->add_flag("--no-heading", options->noHeading,
+                    "Print PATH:LINE:SNIPPET, a line each, instead of the path above its lines");
   command->add_flag("-c,--count", options->count, "Print PATH:COUNT of occurrences");
   command->add_flag("--json", options->json, "One JSON object per matching file");
   command->add_flag("--hidden", options->hidden, "Search hidden files and folders too");
   command
-      ->add_option("--type", options->typeNames,
-                   "Only documents of this kind: text, markdown, html, feed, textbundle "
-                   "(repeatable)")
+      ->add_option("-t,--type", options->typeNames,
+                   "Only documents of this kind: text, markdown, html, feed, textbundle, or "
+                   "txt, md, htm, xhtml, rss, atom, textpack (repeatable)")
       ->type_name("KIND")
       ->allow_extra_args(false)
       ->check([](const std::string& name) {
@@ -231,13 +281,18 @@ void registerSearch(CLI::App& app, int& status) {
       ->check(CLI::Range(1u, 1024u));
   command->add_option("--snippet-chars", options->snippetCharacters,
                       "Shorten snippets after N characters");
-  command->callback([options, query, &status] {
+  command->callback([options, query, command, ignoreCase, caseSensitive, smartCase, &status] {
     if (options->typeList) {
       writeOut(documentKindList());
       status = 0;
       return;
     }
     if (query->count() == 0) throw CLI::RequiredError("QUERY");
+    for (const CLI::Option* given : command->parse_order()) {
+      if (given == ignoreCase) options->caseMode = SearchOptions::Case::kIgnore;
+      if (given == caseSensitive) options->caseMode = SearchOptions::Case::kSensitive;
+      if (given == smartCase) options->caseMode = SearchOptions::Case::kSmart;
+    }
     for (const std::string& name : options->typeNames) {
       options->types.push_back(*documentKindNamed(name));
     }

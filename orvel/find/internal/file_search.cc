@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <new>
+#include <span>
 
 #include "orvel/base/utf8.h"
 #include "orvel/dsstore/ds_store.h"
@@ -242,13 +243,16 @@ void FileSearch::searchDocument(DocumentText document) {
 void FileSearch::keepOccurrences(const std::vector<OccurrencePlace>& places,
                                  std::u16string_view text, std::string_view utf8, bool unitRanges) {
   _matched = true;
+  std::size_t kept = places.size();
+  if (_request.maxCount > 0)
+    kept = std::min(kept, _request.maxCount - std::min(_request.maxCount, _result.count));
   if (_request.want != SearchWant::kOccurrences) {
-    _result.count += places.size();
+    _result.count += kept;
     return;
   }
-  _result.occurrences.reserve(_result.occurrences.size() + places.size());
+  _result.occurrences.reserve(_result.occurrences.size() + kept);
   std::string snippet;
-  for (const OccurrencePlace& place : places) {
+  for (const OccurrencePlace& place : std::span(places).first(kept)) {
     const Range range = unitRanges ? place.range : Range::notFound();
     if (utf8.empty()) {
       snippet.clear();

@@ -1,0 +1,76 @@
+// orvel search with the options grep-tool users type: case (-i, -s, -S, the last one given
+// holding), -w, -q, -m, -N, --no-heading, and -t with the kinds' other names.
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "orvel/testing/temp_dir.h"
+
+#include "tools/orvel/cli_test_support.h"
+
+namespace orvel {
+namespace {
+
+class SearchHabitsTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    _a = _dir.writeFile("a.txt", "The Harbour is calm.\nA harbour wall. Another harbour.\n")
+             .string();
+    _b = _dir.writeFile("b.md", "# Harbour AND quay\n").string();
+    _root = _dir.path().string();
+  }
+
+  testing::TempDir _dir;
+  std::string _a, _b, _root;
+};
+
+TEST_F(SearchHabitsTest, TheLastCaseOptionHoldsAndSmartCaseLooksAtTermsOnly) {
+  const std::string all = _a + "\n1:The Harbour is calm\n2:A harbour wall\n2:Another harbour\n";
+  const std::string capital = _a + "\n1:The Harbour is calm\n";
+  expectSuccess(orvel({"search", "harbour", _a}), all);
+  expectSuccess(orvel({"search", "-i", "harbour", _a}), all);
+  expectSuccess(orvel({"search", "-s", "Harbour", _a}), capital);
+  expectSuccess(orvel({"search", "-s", "-i", "Harbour", _a}), all);
+  expectFailure(orvel({"search", "-i", "--case-sensitive", "HARBOUR", _a}), 1, "");
+  // Smart case: sensitive for a capital in a term, not for the capitals of an operator.
+  expectSuccess(orvel({"search", "-S", "Harbour", _a}), capital);
+  expectSuccess(orvel({"search", "-S", "harbour OR zebra", _a}), all);
+  expectSuccess(orvel({"search", "-l", "--smart-case", "harbour AND quay", _b}), _b + "\n");
+  expectFailure(orvel({"search", "-l", "-S", "Quay", _b}), 1, "");
+  expectSuccess(orvel({"search", "-S", "-i", "Harbour", _a}), all);
+  // Words always match whole: -w changes nothing.
+  expectSuccess(orvel({"search", "-w", "harbour", _a}), all);
+  expectFailure(orvel({"search", "-w", "harb", _a}), 1, "");
+}
+
+TEST_F(SearchHabitsTest, OutputFormsForEditorsAndScripts) {
+  expectSuccess(orvel({"search", "--no-heading", "-j", "1", "harbour", _root}),
+                _a + ":1:The Harbour is calm\n" + _a + ":2:A harbour wall\n" + _a +
+                    ":2:Another harbour\n" + _b + ":1:Harbour AND quay\n");
+  expectSuccess(orvel({"search", "-N", "quay", _b}), _b + "\nHarbour AND quay\n");
+  expectSuccess(orvel({"search", "-N", "--no-heading", "quay", _b}), _b + ":Harbour AND quay\n");
+  // -m keeps the first occurrences of each file, and -c counts up to it.
+  expectSuccess(orvel({"search", "-m", "2", "harbour", _a}),
+                _a + "\n1:The Harbour is calm\n2:A harbour wall\n");
+  expectSuccess(orvel({"search", "-c", "--max-count", "1", "-j", "1", "harbour", _root}),
+                _a + ":1\n" + _b + ":1\n");
+  // -q prints nothing: 0 at a match, 1 for none, 2 for an error with no match.
+  expectSuccess(orvel({"search", "-q", "harbour", _root}), "");
+  expectFailure(orvel({"search", "--quiet", "zebra", _root}), 1, "");
+  const ProgramResult missing = orvel({"search", "-q", "harbour", _root + "/nope"});
+  EXPECT_EQ(missing.exitCode, 2);
+  EXPECT_EQ(missing.out, "");
+}
+
+TEST_F(SearchHabitsTest, KindsGoByTheirOtherNamesToo) {
+  expectSuccess(orvel({"search", "-l", "-t", "md", "harbour", _root}), _b + "\n");
+  expectSuccess(orvel({"search", "-l", "--type", "txt", "harbour", _root}), _a + "\n");
+  expectSuccess(orvel({"search", "-l", "-t", "markdown", "-t", "txt", "-j", "1", "harbour", _root}),
+                _a + "\n" + _b + "\n");
+  const ProgramResult unknown = orvel({"search", "-t", "pdf", "harbour", _root});
+  EXPECT_EQ(unknown.exitCode, 2);
+  EXPECT_NE(unknown.err.find("unknown kind 'pdf'"), std::string::npos) << unknown.err;
+}
+
+}  // namespace
+}  // namespace orvel
