@@ -6,8 +6,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -192,6 +195,34 @@ TEST(CollectionSearchTest, ASearchStopsFromItsProgressCallback) {
   EXPECT_GE(lastSearched.load(), 10u);
   EXPECT_LT(atEnd.filesSearched, 100u);
   EXPECT_LE(atEnd.filesSearched, atEnd.filesFound);
+}
+
+TEST(CollectionSearchTest, APipeNamedWithReadStreamsIsReadToItsEnd) {
+  testing::TempDir dir;
+  const fs::path fifo = dir.path() / "pipe";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  // Written in pieces with pauses, so that reads come back short before the end.
+  std::thread writer([&] {
+    std::FILE* out = std::fopen(fifo.c_str(), "w");
+    for (int piece = 0; piece < 5; ++piece) {
+      std::fputs(std::string(3000, 'x').c_str(), out);
+      std::fputs(piece == 4 ? "\nthe harbour at last\n" : "\n", out);
+      std::fflush(out);
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    std::fclose(out);
+  });
+  SearchRequest request = requestFor(u"harbour", {fifo});
+  request.inputs.readStreams = true;
+  std::vector<std::string> lines;
+  searchCollection(std::move(request), [&](SearchResult& result) {
+    for (const FoundOccurrence& found : result.occurrences) {
+      lines.push_back(std::to_string(found.line) + ":" + std::string(result.snippet(found)));
+    }
+    return true;
+  });
+  writer.join();
+  EXPECT_EQ(lines, std::vector<std::string>{"6:the harbour at last"});
 }
 
 TEST(CollectionSearchTest, KindsCommentsAndSkippedFilesAreAsAsked) {

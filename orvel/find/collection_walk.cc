@@ -179,6 +179,9 @@ std::optional<WalkItem> CollectionWalk::start(const std::string& path) {
     return std::nullopt;
   }
   if (S_ISDIR(info.st_mode) || S_ISREG(info.st_mode)) return WalkItem{path, true, 0, {}};
+  if (_inputs.readStreams && (S_ISFIFO(info.st_mode) || S_ISCHR(info.st_mode))) {
+    return WalkItem{path, true, 0, {}, true};
+  }
   return failure(path, -1,
                  "not a regular file or folder (a FIFO, device or socket is not searched)");
 }

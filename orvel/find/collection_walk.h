@@ -28,6 +28,8 @@ struct WalkItem {
   // failure that has none (a FIFO given as a path, a list entry refused).
   int error = 0;
   std::string message;  // what was wrong, when error is nonzero
+  // A pipe or device named with readStreams: read to its end, however its reads come.
+  bool stream = false;
 };
 
 // Where the paths of a walk come from: the paths themselves, then those listed in a file.
@@ -39,6 +41,10 @@ struct WalkInputs {
   std::optional<std::filesystem::path> pathList;
   bool pathListNulSeparated = false;
   bool hidden = false;  // walk hidden files and folders too
+  // A named path that is a FIFO or a character device (standard input as /dev/stdin, a
+  // process substitution's /dev/fd/N) is read to its end as one document, instead of being
+  // refused as something a search would wait on for ever.
+  bool readStreams = false;
 };
 
 // Answers, one at a time and in order, the regular files under each path: a named file as

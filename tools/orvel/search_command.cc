@@ -7,6 +7,8 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "orvel/base/utf8.h"
 #include "orvel/find/collection_search.h"
@@ -143,6 +145,17 @@ std::string resultText(const SearchResult& result, const SearchOptions& options)
   return out;
 }
 
+// Standard input as a path, and the name it is printed under (as ripgrep prints it).
+constexpr const char* kStandardInput = "/dev/stdin";
+constexpr const char* kStandardInputName = "<stdin>";
+
+// Whether standard input brings something to search when no path is given: a pipe or a
+// redirected file, not a terminal (nor /dev/null, a device).
+bool standardInputBringsText() {
+  struct stat info {};
+  return ::fstat(STDIN_FILENO, &info) == 0 && (S_ISFIFO(info.st_mode) || S_ISREG(info.st_mode));
+}
+
 SearchRequest searchRequest(const SearchOptions& options) {
   SearchRequest request;
   request.query = decodeText(options.query, "query");
@@ -153,9 +166,13 @@ SearchRequest searchRequest(const SearchOptions& options) {
        termsHoldUpperCase(options.wildcard ? QueryTerms::withWildcard(request.query)
                                            : QueryTerms(request.query)));
   request.wildcard = options.wildcard;
-  request.inputs.paths.assign(options.paths.begin(), options.paths.end());
+  // "-" is standard input, read as a stream like any pipe named.
+  for (const std::string& path : options.paths) {
+    request.inputs.paths.emplace_back(path == "-" ? kStandardInput : path);
+    request.inputs.readStreams = request.inputs.readStreams || path == "-";
+  }
   if (options.filesFrom) {
-    request.inputs.pathList = *options.filesFrom == "-" ? "/dev/stdin" : *options.filesFrom;
+    request.inputs.pathList = *options.filesFrom == "-" ? kStandardInput : *options.filesFrom;
   }
   request.inputs.pathListNulSeparated = options.nulSeparated;
   request.inputs.hidden = options.hidden;
@@ -184,11 +201,14 @@ int runSearch(const SearchOptions& options) {
   CollectionSearch search(std::move(request));
   bool failed = false;
   bool anyMatch = false;
-  while (const auto result = search.next()) {
+  const bool readsStandardInput =
+      std::find(options.paths.begin(), options.paths.end(), "-") != options.paths.end();
+  while (auto result = search.next()) {
+    if (readsStandardInput && result->path == kStandardInput) result->path = kStandardInputName;
     progress.withoutLine([&] {
       if (result->status == SearchStatus::kFailed) {
         // The list read from standard input is named as every command names it.
-        const bool list = options.filesFrom == "-" && result->path == "/dev/stdin";
+        const bool list = options.filesFrom == "-" && result->path == kStandardInput;
         reportError(list ? "stdin" : result->path, result->message);
         failed = true;
       } else if (result->status == SearchStatus::kSkipped && result->named) {
@@ -217,7 +237,9 @@ void registerSearch(CLI::App& app, int& status) {
       "A document is read up to 1 GiB (larger ones are reported, exit 2); one that is not text "
       "is told by its first 4 KB.");
   CLI::Option* query = command->add_option("QUERY", options->query, "The query");
-  command->add_option("PATH", options->paths, "Files and folders (default: the current folder)");
+  command->add_option("PATH", options->paths,
+                      "Files and folders, '-' for standard input (default: standard input when "
+                      "it is a pipe or a file, else the current folder)");
   command
       ->add_option("--files-from", options->filesFrom,
                    "Also search the paths listed in FILE, one a line ('-': standard input); "
@@ -299,7 +321,13 @@ void registerSearch(CLI::App& app, int& status) {
     if (options->nulSeparated && !options->filesFrom) {
       throw CLI::ValidationError("-0", "needs --files-from");
     }
-    if (options->paths.empty() && !options->filesFrom) options->paths.push_back(".");
+    if (options->paths.empty() && !options->filesFrom) {
+      options->paths.push_back(standardInputBringsText() ? "-" : ".");
+    }
+    if (options->filesFrom == "-" &&
+        std::find(options->paths.begin(), options->paths.end(), "-") != options->paths.end()) {
+      throw CLI::ValidationError("-", "standard input cannot be both a path and the list");
+    }
     runAnsweringCommand(status, [&] {
       if (options->language) {
         auto filter = loadLanguageFilter(options->stopWords, true);

@@ -115,7 +115,9 @@ TEST_F(SearchCommandTest, FileListsDecideOnAPrefixOnlyAtWordBoundaries) {
 TEST_F(SearchCommandTest, SearchesTheCurrentFolderByDefault) {
   const std::string here = std::filesystem::current_path().string();
   std::filesystem::current_path(path("sub"));
-  const ProgramResult result = orvel({"search", "-l", "fuchs"});
+  // With no path, and no pipe or file on standard input (a pipe would be searched instead).
+  const ProgramResult result = testing::runProgram(
+      "/bin/sh", {"-c", "exec \"$0\" search -l fuchs < /dev/null", ORVEL_PROGRAM});
   std::filesystem::current_path(here);
   EXPECT_EQ(result.out, "./c.txt\n");
 }

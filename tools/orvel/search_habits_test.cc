@@ -1,5 +1,6 @@
 // orvel search with the options grep-tool users type: case (-i, -s, -S, the last one given
-// holding), -w, -q, -m, -N, --no-heading, and -t with the kinds' other names.
+// holding), -w, -q, -m, -N, --no-heading, -t with the kinds' other names, and standard input
+// as "-" or as the pipe a search with no path reads.
 #include <string>
 
 #include <gtest/gtest.h>
@@ -70,6 +71,27 @@ TEST_F(SearchHabitsTest, KindsGoByTheirOtherNamesToo) {
   const ProgramResult unknown = orvel({"search", "-t", "pdf", "harbour", _root});
   EXPECT_EQ(unknown.exitCode, 2);
   EXPECT_NE(unknown.err.find("unknown kind 'pdf'"), std::string::npos) << unknown.err;
+}
+
+TEST_F(SearchHabitsTest, StandardInputIsSearchedAsADashOrAPipe) {
+  const std::string text = "Calm sea.\nThe ferry leaves the harbour.\n";
+  expectSuccess(orvel({"search", "harbour", "-"}, text),
+                "<stdin>\n2:The ferry leaves the harbour\n");
+  // With no path, a pipe on standard input is what is searched, as grep tools do.
+  expectSuccess(orvel({"search", "-c", "harbour"}, text), "<stdin>:1\n");
+  expectFailure(orvel({"search", "harbour"}, "nothing here\n"), 1, "");
+  // In its place among the paths; a page on standard input is told by its first bytes.
+  expectSuccess(orvel({"search", "-l", "calm", _a, "-"}, "<html><body>calm</body></html>"),
+                _a + "\n<stdin>\n");
+  expectSuccess(orvel({"search", "--json", "ferry", "-"}, text),
+                "{\"kind\":\"text\",\"occurrences\":[{\"line\":2,\"range\":[10,28],"
+                "\"string\":\"The ferry leaves the harbour\"}],\"path\":\"<stdin>\"}\n");
+  // Binary input is refused as a named file is, by its first bytes.
+  expectFailure(orvel({"search", "harbour", "-"}, std::string("harbour\0", 8)), 2,
+                "orvel: <stdin>: not searched: binary (holds NUL bytes)\n");
+  const ProgramResult both = orvel({"search", "--files-from", "-", "harbour", "-"}, _a + "\n");
+  EXPECT_EQ(both.exitCode, 2);
+  EXPECT_NE(both.err.find("standard input cannot be both"), std::string::npos) << both.err;
 }
 
 }  // namespace

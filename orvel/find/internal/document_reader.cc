@@ -37,7 +37,8 @@ void ReadingThread::reserve(std::size_t size, std::size_t keep) {
   _capacity = grown;
 }
 
-DocumentReader::DocumentReader(ReadingThread& thread, const std::string& path) : _thread(thread) {
+DocumentReader::DocumentReader(ReadingThread& thread, const std::string& path, bool stream)
+    : _thread(thread), _stream(stream) {
   _fd = thread.openFile(path);
   if (_fd < 0) throw DocumentReadError{errno, std::strerror(errno)};
 }
@@ -57,7 +58,7 @@ std::string_view DocumentReader::readAtLeast(std::size_t size) {
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) throw DocumentReadError{errno, std::strerror(errno)};
     _read += static_cast<std::size_t>(n);
-    _atEnd = static_cast<std::size_t>(n) < want;
+    _atEnd = _stream ? n == 0 : static_cast<std::size_t>(n) < want;
   }
   return {_thread._bytes.get(), _read};
 }

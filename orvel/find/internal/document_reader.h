@@ -50,7 +50,9 @@ class ReadingThread {
 // until the thread's next reader reads.
 class DocumentReader {
  public:
-  DocumentReader(ReadingThread& thread, const std::string& path);
+  // A stream (a pipe, a device) is read until a read answers nothing; a regular file until
+  // a read brings fewer bytes than asked.
+  DocumentReader(ReadingThread& thread, const std::string& path, bool stream = false);
   ~DocumentReader();
   DocumentReader(const DocumentReader&) = delete;
   DocumentReader& operator=(const DocumentReader&) = delete;
@@ -65,6 +67,7 @@ class DocumentReader {
   ReadingThread& _thread;
   int _fd = -1;
   std::size_t _read = 0;  // bytes in the thread's buffer
+  bool _stream;
   bool _atEnd = false;
 };
 

@@ -17,7 +17,8 @@ namespace {
 // The search of one file: what the walk found, and what is found in it.
 class FileSearch {
  public:
-  FileSearch(const SearchPlan& plan, WalkItem& item) : _plan(plan), _request(plan.request) {
+  FileSearch(const SearchPlan& plan, WalkItem& item)
+      : _plan(plan), _request(plan.request), _stream(item.stream) {
     _result.path = std::move(item.path);
     _result.named = item.named;
   }
@@ -45,6 +46,7 @@ class FileSearch {
 
   const SearchPlan& _plan;
   const SearchRequest& _request;
+  bool _stream;  // a pipe or device, read to its end
   SearchResult _result;
   bool _matched = false;
   // The byte tests found that the file may match: no need to repeat them.
@@ -102,7 +104,7 @@ void FileSearch::searchText(ReadingThread& thread) {
     if (wanted(_result.kind)) searchDocument(textBundleDocumentText(path));
     return;
   }
-  DocumentReader reader(thread, _result.path);
+  DocumentReader reader(thread, _result.path, _stream);
   std::string_view bytes;
   if (settleOnBytes(reader, path, bytes)) return;
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
