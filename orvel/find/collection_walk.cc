@@ -145,7 +145,7 @@ std::optional<WalkItem> CollectionWalk::next() {
       Entry entry = std::move(_pending.back());
       _pending.pop_back();
       if (!entry.folder) return WalkItem{std::move(entry.path), false, 0, {}};
-      if (const int error = readFolder(entry.path); error != 0) {
+      if (const int error = readFolder(entry); error != 0) {
         return failure(std::move(entry.path), error, std::strerror(error));
       }
       continue;
@@ -175,7 +175,7 @@ std::optional<WalkItem> CollectionWalk::start(const std::string& path) {
   struct stat info {};
   if (::stat(path.c_str(), &info) != 0) return failure(path, errno, std::strerror(errno));
   if (S_ISDIR(info.st_mode) && !isTextBundleFile(path)) {
-    _pending.push_back({path, 0, true});
+    _pending.push_back({path, 0, true, 0});
     return std::nullopt;
   }
   if (S_ISDIR(info.st_mode) || S_ISREG(info.st_mode)) return WalkItem{path, true, 0, {}};
@@ -188,7 +188,9 @@ std::optional<WalkItem> CollectionWalk::start(const std::string& path) {
 
 // Puts a folder's regular files and folders on the stack, the first name on top; answers the
 // error that ended the reading (0 when none).
-int CollectionWalk::readFolder(const std::string& folderPath) {
+int CollectionWalk::readFolder(const Entry& parent) {
+  if (parent.depth >= _inputs.maxDepth) return 0;
+  const std::string& folderPath = parent.path;
   DIR* folder = ::opendir(folderPath.c_str());
   if (folder == nullptr) return errno;
   const std::string prefix = folderPath.back() == '/' ? folderPath : folderPath + '/';
@@ -209,7 +211,7 @@ int CollectionWalk::readFolder(const std::string& folderPath) {
     path += name;
     // A .textbundle folder is one document, not a folder to walk into.
     const bool walkInto = type == fs::file_type::directory && !isTextBundleFile(path);
-    _children.push_back({std::move(path), prefix.size(), walkInto});
+    _children.push_back({std::move(path), prefix.size(), walkInto, parent.depth + 1});
   }
   ::closedir(folder);
   std::sort(_children.begin(), _children.end(),

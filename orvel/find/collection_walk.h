@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,6 +46,9 @@ struct WalkInputs {
   // process substitution's /dev/fd/N) is read to its end as one document, instead of being
   // refused as something a search would wait on for ever.
   bool readStreams = false;
+  // How deep below a folder given the walk goes: 1 takes the folder's own files only, 0
+  // nothing in it. No limit by default.
+  std::size_t maxDepth = std::numeric_limits<std::size_t>::max();
 };
 
 // Answers, one at a time and in order, the regular files under each path: a named file as
@@ -72,12 +76,13 @@ class CollectionWalk {
     std::string path;
     std::size_t nameStart;  // where the entry's own name begins in path
     bool folder;
+    std::size_t depth;  // 0 for a path given, 1 for its entries, ...
     [[nodiscard]] std::string_view name() const { return std::string_view(path).substr(nameStart); }
   };
 
   // The item for a path given or listed; a folder is put on the stack instead (nullopt).
   std::optional<WalkItem> start(const std::string& path);
-  int readFolder(const std::string& folderPath);
+  int readFolder(const Entry& folder);
 
   WalkInputs _inputs;
   std::size_t _nextPath = 0;

@@ -6,6 +6,9 @@
 #include <cstring>
 #include <utility>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "orvel/base/file_bytes.h"
 #include "orvel/base/file_extension.h"
 #include "orvel/base/utf8.h"
@@ -259,6 +262,23 @@ std::optional<DocumentText> documentTextAtPath(const std::filesystem::path& path
     return std::nullopt;
   }
   return documentText(*bytes, documentKind(path, *bytes));
+}
+
+std::optional<DocumentKind> documentKindAtPath(const std::filesystem::path& path) {
+  if (isTextBundleFile(path)) return DocumentKind::kTextBundle;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return std::nullopt;
+  std::string first(kBytesDecidingText, '\0');
+  std::size_t read = 0;
+  while (read < first.size()) {
+    const ssize_t n = ::read(fd, first.data() + read, first.size() - read);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) break;
+    read += static_cast<std::size_t>(n);
+  }
+  ::close(fd);
+  first.resize(read);
+  return documentKind(path, first);
 }
 
 }  // namespace orvel

@@ -84,4 +84,8 @@ inline constexpr std::size_t kBytesDecidingText = 3 + kTextSniffBytes + 4;
 [[nodiscard]] std::optional<DocumentText> documentTextAtPath(const std::filesystem::path& path,
                                                              std::string* error = nullptr);
 
+// The kind of the document at a path, from its name and its first bytes (a feed by its
+// first tag, before its whole text confirms it); nullopt when it cannot be opened.
+[[nodiscard]] std::optional<DocumentKind> documentKindAtPath(const std::filesystem::path& path);
+
 }  // namespace orvel

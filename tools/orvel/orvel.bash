@@ -6,7 +6,8 @@ _orvel() {
     ellipsize crc32 md5 sha1 fold json entities charset html feed dsstore comment lang
     textbundle keyed storage zlib url"
   local search_options="--files-with-matches --count --json --ignore-case --case-sensitive
-    --smart-case --word-regexp --quiet --max-count --no-line-number --no-heading --wildcard
+    --smart-case --word-regexp --quiet --max-count --no-line-number --no-heading --files
+    --max-depth --stats --wildcard
     --paragraphs --snippet-chars --files-from --null --type --type-list --lang --stop-words
     --comments --hidden --no-progress --verbose --help -j"
   local words=""

@@ -1,6 +1,9 @@
 // search: the main job, searching a folder of documents with the query language. match
 // and snippets: the evaluator on one text.
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <thread>
@@ -61,6 +64,9 @@ struct SearchOptions {
   bool quiet = false;         // -q: print nothing; stop at the first match
   bool noLineNumber = false;  // -N
   bool noHeading = false;     // path:line:snippet, a line each
+  std::size_t maxDepth = std::numeric_limits<std::size_t>::max();
+  bool files = false;  // --files: list what would be searched, and stop
+  bool stats = false;  // --stats: what was searched, after the results
 };
 
 // Whether a term of the query holds an upper-case letter (smart case): the operators, which
@@ -176,6 +182,7 @@ SearchRequest searchRequest(const SearchOptions& options) {
   }
   request.inputs.pathListNulSeparated = options.nulSeparated;
   request.inputs.hidden = options.hidden;
+  request.inputs.maxDepth = options.maxDepth;
   request.kinds = options.types;
   request.comments = options.comments;
   request.languageFilter = options.languageFilter;
@@ -192,15 +199,62 @@ SearchRequest searchRequest(const SearchOptions& options) {
   return request;
 }
 
+// Whether the list read from standard input is the one a failure names.
+bool namesTheList(const SearchOptions& options, const std::string& path) {
+  return options.filesFrom == "-" && path == kStandardInput;
+}
+
+// --files: the files a search would read, a line each, in its order; kinds are told as the
+// search tells them (a feed by its first tag).
+int listFiles(const SearchOptions& options, const WalkInputs& inputs) {
+  CollectionWalk walk(inputs);
+  bool failed = false;
+  bool any = false;
+  while (auto item = walk.next()) {
+    if (item->error != 0) {
+      reportError(namesTheList(options, item->path) ? "stdin" : item->path, item->message);
+      failed = true;
+      continue;
+    }
+    if (!options.types.empty()) {
+      const std::optional<DocumentKind> kind = documentKindAtPath(item->path);
+      if (!kind ||
+          std::find(options.types.begin(), options.types.end(), *kind) == options.types.end()) {
+        continue;
+      }
+    }
+    any = true;
+    writeOut(item->path == kStandardInput ? std::string(kStandardInputName) + "\n"
+                                          : item->path + "\n");
+  }
+  if (failed) return 2;
+  return any ? 0 : 1;
+}
+
+// --stats: "files searched: N", and so on, one a line.
+std::string statsText(const SearchProgress& progress, std::uint64_t matched,
+                      std::uint64_t occurrences, bool counted, double seconds) {
+  std::string out = "files searched: " + std::to_string(progress.filesSearched) +
+                    "\nfiles matched: " + std::to_string(matched) + "\n";
+  if (counted) out += "occurrences: " + std::to_string(occurrences) + "\n";
+  out += "bytes read: " + std::to_string(progress.bytesRead) + "\n";
+  return out + formatText("seconds: %.3f\n", seconds);
+}
+
 // Searches the files on the threads asked for and prints each file's results as soon as
 // those of every file before it are printed.
 int runSearch(const SearchOptions& options) {
   SearchRequest request = searchRequest(options);
+  if (options.files) return listFiles(options, request.inputs);
+  const auto start = std::chrono::steady_clock::now();
+  const bool counted = request.want != SearchWant::kFiles;
   ProgressLine progress(progressWanted(options.noProgress) ? stderr : nullptr);
   request.progress = [&](const SearchProgress& counts) { progress.update(counts); };
   CollectionSearch search(std::move(request));
   bool failed = false;
   bool anyMatch = false;
+  std::uint64_t matched = 0;
+  std::uint64_t occurrences = 0;
   const bool readsStandardInput =
       std::find(options.paths.begin(), options.paths.end(), "-") != options.paths.end();
   while (auto result = search.next()) {
@@ -208,8 +262,7 @@ int runSearch(const SearchOptions& options) {
     progress.withoutLine([&] {
       if (result->status == SearchStatus::kFailed) {
         // The list read from standard input is named as every command names it.
-        const bool list = options.filesFrom == "-" && result->path == kStandardInput;
-        reportError(list ? "stdin" : result->path, result->message);
+        reportError(namesTheList(options, result->path) ? "stdin" : result->path, result->message);
         failed = true;
       } else if (result->status == SearchStatus::kSkipped && result->named) {
         reportError(result->path, "not searched: " + result->message);
@@ -218,10 +271,17 @@ int runSearch(const SearchOptions& options) {
         reportError(result->path, "skipped: " + result->message);
       } else {
         anyMatch = true;
+        ++matched;
+        occurrences += result->count;
         if (!options.quiet) writeOut(resultText(*result, options));
       }
     });
     if (anyMatch && options.quiet) break;  // the answer is known: the rest need not be read
+  }
+  if (options.stats) {
+    const double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    writeOut(statsText(search.progress(), matched, occurrences, counted, seconds));
   }
   if (anyMatch && options.quiet) return 0;
   if (failed) return 2;
@@ -272,6 +332,15 @@ void registerSearch(CLI::App& app, int& status) {
       ->type_name("N");
   command->add_flag("-N,--no-line-number", options->noLineNumber,
                     "Print snippets without their line numbers");
+  command
+      ->add_option("--max-depth", options->maxDepth,
+                   "Walk at most N levels below a folder given (1: its own files)")
+      ->type_name("N");
+  command->add_flag("--files", options->files,
+                    "Print the files the search would read, a line each, and search nothing");
+  command->add_flag("--stats", options->stats,
+                    "After the results, print the files searched and matched, the occurrences, "
+                    "the bytes read and the time");
   command->add_flag("--no-heading", options->noHeading,
                     "Print PATH:LINE:SNIPPET, a line each, instead of the path above its lines");
   command->add_flag("-c,--count", options->count, "Print PATH:COUNT of occurrences");
@@ -309,7 +378,11 @@ void registerSearch(CLI::App& app, int& status) {
       status = 0;
       return;
     }
-    if (query->count() == 0) throw CLI::RequiredError("QUERY");
+    // --files takes no query: what stands in its place is the first path.
+    if (options->files && query->count() > 0) {
+      options->paths.insert(options->paths.begin(), options->query);
+    }
+    if (query->count() == 0 && !options->files) throw CLI::RequiredError("QUERY");
     for (const CLI::Option* given : command->parse_order()) {
       if (given == ignoreCase) options->caseMode = SearchOptions::Case::kIgnore;
       if (given == caseSensitive) options->caseMode = SearchOptions::Case::kSensitive;

@@ -73,6 +73,28 @@ TEST_F(SearchHabitsTest, KindsGoByTheirOtherNamesToo) {
   EXPECT_NE(unknown.err.find("unknown kind 'pdf'"), std::string::npos) << unknown.err;
 }
 
+TEST_F(SearchHabitsTest, FilesDepthAndStats) {
+  const std::string deep = _dir.writeFile("sub/deeper/c.txt", "harbour").string();
+  const std::string shallow = _dir.writeFile("sub/d.txt", "harbour").string();
+  // --files lists what a search would read, in its order, and searches nothing.
+  expectSuccess(orvel({"search", "--files", _root}),
+                _a + "\n" + _b + "\n" + shallow + "\n" + deep + "\n");
+  expectSuccess(orvel({"search", "--files", "-t", "md", _root}), _b + "\n");
+  expectSuccess(orvel({"search", "--files", "--max-depth", "1", _root}), _a + "\n" + _b + "\n");
+  // --max-depth: 1 takes a folder's own files, 2 one level more, 0 nothing in it.
+  expectSuccess(orvel({"search", "-l", "--max-depth", "2", "-j", "1", "harbour", _root}),
+                _a + "\n" + _b + "\n" + shallow + "\n");
+  expectFailure(orvel({"search", "-l", "--max-depth", "0", "harbour", _root}), 1, "");
+  // --stats after the results.
+  const ProgramResult stats = orvel({"search", "-c", "--stats", "-j", "1", "harbour", _root});
+  EXPECT_EQ(stats.exitCode, 0);
+  EXPECT_TRUE(stats.out.starts_with(_a + ":3\n" + _b + ":1\n" + shallow + ":1\n" + deep +
+                                    ":1\nfiles searched: 4\nfiles matched: 4\noccurrences: 6\n"
+                                    "bytes read: "))
+      << stats.out;
+  EXPECT_NE(stats.out.find("\nseconds: "), std::string::npos);
+}
+
 TEST_F(SearchHabitsTest, StandardInputIsSearchedAsADashOrAPipe) {
   const std::string text = "Calm sea.\nThe ferry leaves the harbour.\n";
   expectSuccess(orvel({"search", "harbour", "-"}, text),
