@@ -55,7 +55,7 @@ struct CollectionSearch::State {
 
   std::optional<SearchResult> search(WalkItem& item, unsigned thread) {
     walk.refill();  // between two files, off the lock that taking an item holds
-    const bool file = item.error == 0;
+    const bool file = item.error == 0 && !item.skipped;
     std::optional<SearchResult> result = internal::searchWalkItem(item, plan, reading[thread]);
     if (file) {
       filesSearched.fetch_add(1, std::memory_order_relaxed);

@@ -27,13 +27,15 @@ fs::file_type entryType(DIR* folder, const dirent& entry) {
     case DT_REG: return fs::file_type::regular;
     case DT_DIR: return fs::file_type::directory;
     case DT_UNKNOWN: break;
-    default: return fs::file_type::unknown;  // links, FIFOs, devices, sockets: not searched
+    case DT_LNK: return fs::file_type::symlink;
+    default: return fs::file_type::unknown;  // FIFOs, devices, sockets: not searched
   }
   struct stat info {};
   if (::fstatat(::dirfd(folder), entry.d_name, &info, AT_SYMLINK_NOFOLLOW) != 0) {
     return fs::file_type::unknown;
   }
   if (S_ISREG(info.st_mode)) return fs::file_type::regular;
+  if (S_ISLNK(info.st_mode)) return fs::file_type::symlink;
   return S_ISDIR(info.st_mode) ? fs::file_type::directory : fs::file_type::unknown;
 }
 
@@ -144,6 +146,11 @@ std::optional<WalkItem> CollectionWalk::next() {
     if (!_pending.empty()) {
       Entry entry = std::move(_pending.back());
       _pending.pop_back();
+      if (entry.error != 0 || entry.skipped) {
+        WalkItem item{std::move(entry.path), false, entry.error, std::move(entry.message)};
+        item.skipped = entry.skipped;
+        return item;
+      }
       if (!entry.folder) return WalkItem{std::move(entry.path), false, 0, {}};
       if (const int error = readFolder(entry); error != 0) {
         return failure(std::move(entry.path), error, std::strerror(error));
@@ -175,7 +182,11 @@ std::optional<WalkItem> CollectionWalk::start(const std::string& path) {
   struct stat info {};
   if (::stat(path.c_str(), &info) != 0) return failure(path, errno, std::strerror(errno));
   if (S_ISDIR(info.st_mode) && !isTextBundleFile(path)) {
-    _pending.push_back({path, 0, true, 0});
+    _pending.emplace_back(path, 0, true, 0);
+    if (_inputs.followLinks) {
+      _pending.back().onPath =
+          std::make_shared<const FolderOnPath>(FolderOnPath{info.st_dev, info.st_ino, nullptr});
+    }
     return std::nullopt;
   }
   if (S_ISDIR(info.st_mode) || S_ISREG(info.st_mode)) return WalkItem{path, true, 0, {}};
@@ -206,18 +217,65 @@ int CollectionWalk::readFolder(const Entry& parent) {
     const std::string_view name = entry->d_name;
     if (name == "." || name == ".." || (!_inputs.hidden && isHiddenName(name))) continue;
     const fs::file_type type = entryType(folder, *entry);
-    if (type != fs::file_type::regular && type != fs::file_type::directory) continue;
+    if (type != fs::file_type::regular && type != fs::file_type::directory &&
+        type != fs::file_type::symlink) {
+      continue;
+    }
     std::string path = prefix;
     path += name;
+    if (type == fs::file_type::symlink) {
+      _children.push_back(linkEntry(::dirfd(folder), parent, std::move(path), prefix.size()));
+      continue;
+    }
     // A .textbundle folder is one document, not a folder to walk into.
     const bool walkInto = type == fs::file_type::directory && !isTextBundleFile(path);
-    _children.push_back({std::move(path), prefix.size(), walkInto, parent.depth + 1});
+    _children.emplace_back(std::move(path), prefix.size(), walkInto, parent.depth + 1);
+    if (walkInto && _inputs.followLinks) {
+      // Its identity, for the links below that may lead back to it.
+      struct stat info {};
+      if (::fstatat(::dirfd(folder), entry->d_name, &info, AT_SYMLINK_NOFOLLOW) == 0) {
+        _children.back().onPath = std::make_shared<const FolderOnPath>(
+            FolderOnPath{info.st_dev, info.st_ino, parent.onPath});
+      }
+    }
   }
   ::closedir(folder);
   std::sort(_children.begin(), _children.end(),
             [](const Entry& a, const Entry& b) { return a.name() > b.name(); });
   for (Entry& child : _children) _pending.push_back(std::move(child));
   return error;
+}
+
+CollectionWalk::Entry CollectionWalk::linkEntry(int folderFd, const Entry& parent, std::string path,
+                                                std::size_t nameStart) {
+  Entry link{std::move(path), nameStart, false, parent.depth + 1};
+  const auto skip = [&](std::string why) {
+    link.skipped = true;
+    link.message = std::move(why);
+    return std::move(link);
+  };
+  if (!_inputs.followLinks) return skip("a symbolic link, not followed");
+  struct stat info {};
+  if (::fstatat(folderFd, link.path.c_str() + nameStart, &info, 0) != 0) {
+    return skip(std::string("a symbolic link that leads nowhere: ") + std::strerror(errno));
+  }
+  if (S_ISREG(info.st_mode)) return link;
+  if (!S_ISDIR(info.st_mode)) return skip("a symbolic link to no file or folder");
+  for (const FolderOnPath* above = parent.onPath.get(); above != nullptr;
+       above = above->parent.get()) {
+    if (above->device == info.st_dev && above->inode == info.st_ino) {
+      link.error = -1;
+      link.message = "a symbolic link to a folder already on the path (a loop): not followed";
+      return link;
+    }
+  }
+  // A linked .textbundle folder is one document, as a folder of that name is.
+  link.folder = !isTextBundleFile(link.path);
+  if (link.folder) {
+    link.onPath =
+        std::make_shared<const FolderOnPath>(FolderOnPath{info.st_dev, info.st_ino, parent.onPath});
+  }
+  return link;
 }
 
 }  // namespace orvel

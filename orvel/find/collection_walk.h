@@ -10,7 +10,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
+
+#include <sys/types.h>
 
 namespace orvel {
 
@@ -31,6 +34,9 @@ struct WalkItem {
   std::string message;  // what was wrong, when error is nonzero
   // A pipe or device named with readStreams: read to its end, however its reads come.
   bool stream = false;
+  // Not a file to search, and no trouble either: a symbolic link not followed (message says
+  // so).
+  bool skipped = false;
 };
 
 // Where the paths of a walk come from: the paths themselves, then those listed in a file.
@@ -46,6 +52,10 @@ struct WalkInputs {
   // process substitution's /dev/fd/N) is read to its end as one document, instead of being
   // refused as something a search would wait on for ever.
   bool readStreams = false;
+  // Follow symbolic links found in folders, to files and folders; a link to a folder already
+  // on the way down from the path given is answered as a failure (a loop), not followed.
+  // Without it, each link is answered as a skipped item.
+  bool followLinks = false;
   // How deep below a folder given the walk goes: 1 takes the folder's own files only, 0
   // nothing in it. No limit by default.
   std::size_t maxDepth = std::numeric_limits<std::size_t>::max();
@@ -72,17 +82,32 @@ class CollectionWalk {
 
  private:
   class PathList;
+  // A folder on the way down, when links are followed: its identity and the folder above.
+  struct FolderOnPath {
+    dev_t device;
+    ino_t inode;
+    std::shared_ptr<const FolderOnPath> parent;
+  };
   struct Entry {
+    Entry(std::string entryPath, std::size_t start, bool isFolder, std::size_t level)
+        : path(std::move(entryPath)), nameStart(start), folder(isFolder), depth(level) {}
+
     std::string path;
     std::size_t nameStart;  // where the entry's own name begins in path
     bool folder;
     std::size_t depth;  // 0 for a path given, 1 for its entries, ...
+    std::shared_ptr<const FolderOnPath> onPath = nullptr;  // a folder's, when links are followed
+    int error = 0;                                         // not walked: a failure (-1) ...
+    bool skipped = false;                                  // ... or skipped
+    std::string message;                                   // why
     [[nodiscard]] std::string_view name() const { return std::string_view(path).substr(nameStart); }
   };
 
   // The item for a path given or listed; a folder is put on the stack instead (nullopt).
   std::optional<WalkItem> start(const std::string& path);
   int readFolder(const Entry& folder);
+  // The entry for a symbolic link found in a folder (open at folderFd).
+  Entry linkEntry(int folderFd, const Entry& parent, std::string path, std::size_t nameStart);
 
   WalkInputs _inputs;
   std::size_t _nextPath = 0;

@@ -65,8 +65,9 @@ struct SearchOptions {
   bool noLineNumber = false;  // -N
   bool noHeading = false;     // path:line:snippet, a line each
   std::size_t maxDepth = std::numeric_limits<std::size_t>::max();
-  bool files = false;  // --files: list what would be searched, and stop
-  bool stats = false;  // --stats: what was searched, after the results
+  bool files = false;   // --files: list what would be searched, and stop
+  bool follow = false;  // -L: follow symbolic links
+  bool stats = false;   // --stats: what was searched, after the results
 };
 
 // Whether a term of the query holds an upper-case letter (smart case): the operators, which
@@ -183,6 +184,7 @@ SearchRequest searchRequest(const SearchOptions& options) {
   request.inputs.pathListNulSeparated = options.nulSeparated;
   request.inputs.hidden = options.hidden;
   request.inputs.maxDepth = options.maxDepth;
+  request.inputs.followLinks = options.follow;
   request.kinds = options.types;
   request.comments = options.comments;
   request.languageFilter = options.languageFilter;
@@ -214,6 +216,10 @@ int listFiles(const SearchOptions& options, const WalkInputs& inputs) {
     if (item->error != 0) {
       reportError(namesTheList(options, item->path) ? "stdin" : item->path, item->message);
       failed = true;
+      continue;
+    }
+    if (item->skipped) {
+      if (options.verbose) reportError(item->path, "skipped: " + item->message);
       continue;
     }
     if (!options.types.empty()) {
@@ -336,6 +342,9 @@ void registerSearch(CLI::App& app, int& status) {
       ->add_option("--max-depth", options->maxDepth,
                    "Walk at most N levels below a folder given (1: its own files)")
       ->type_name("N");
+  command->add_flag("-L,--follow", options->follow,
+                    "Follow symbolic links (a link to a folder already on the path is named on "
+                    "stderr and not followed)");
   command->add_flag("--files", options->files,
                     "Print the files the search would read, a line each, and search nothing");
   command->add_flag("--stats", options->stats,
@@ -367,7 +376,8 @@ void registerSearch(CLI::App& app, int& status) {
       ->type_name("DIR");
   command->add_flag("--comments", options->comments,
                     "Match files by their Finder comments too (reported as line 0)");
-  command->add_flag("--verbose", options->verbose, "Report files skipped as not text");
+  command->add_flag("--verbose", options->verbose,
+                    "Report files skipped as not text, and symbolic links not followed");
   command->add_option("-j", options->threads, "Threads (default: all cores)")
       ->check(CLI::Range(1u, 1024u));
   command->add_option("--snippet-chars", options->snippetCharacters,

@@ -1,6 +1,7 @@
 // orvel search with the options grep-tool users type: case (-i, -s, -S, the last one given
 // holding), -w, -q, -m, -N, --no-heading, -t with the kinds' other names, and standard input
 // as "-" or as the pipe a search with no path reads.
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -93,6 +94,36 @@ TEST_F(SearchHabitsTest, FilesDepthAndStats) {
                                     "bytes read: "))
       << stats.out;
   EXPECT_NE(stats.out.find("\nseconds: "), std::string::npos);
+}
+
+TEST_F(SearchHabitsTest, LinksAreFollowedWithLAndALoopIsNamedNotWalked) {
+  namespace fs = std::filesystem;
+  const std::string inner = _dir.writeFile("tree/deep/x.txt", "harbour").string();
+  fs::create_directory_symlink("..", _dir.path() / "tree/deep/up");            // a loop
+  fs::create_symlink("deep/x.txt", _dir.path() / "tree/linked.txt");           // a file
+  fs::create_directory_symlink("deep", _dir.path() / "tree/shortcut");         // a folder
+  fs::create_symlink(_dir.path() / "missing", _dir.path() / "tree/dead.txt");  // nowhere
+  const std::string tree = _root + "/tree";
+  // Not followed: only the file itself; --verbose names every link passed over.
+  expectSuccess(orvel({"search", "-l", "harbour", tree}), inner + "\n");
+  const ProgramResult verbose = orvel({"search", "-l", "--verbose", "harbour", tree});
+  EXPECT_EQ(verbose.exitCode, 0);
+  for (const char* link : {"/dead.txt", "/deep/up", "/linked.txt", "/shortcut"}) {
+    EXPECT_NE(verbose.err.find(tree + link + ": skipped: a symbolic link, not followed\n"),
+              std::string::npos)
+        << link << "\n"
+        << verbose.err;
+  }
+  // Followed: the linked file and folder are searched; the loop is named, wherever the walk
+  // meets it (under the linked folder too), and not walked.
+  const ProgramResult followed = orvel({"search", "-l", "-L", "-j", "1", "harbour", tree});
+  EXPECT_EQ(followed.exitCode, 2);
+  EXPECT_EQ(followed.out, inner + "\n" + tree + "/linked.txt\n" + tree + "/shortcut/x.txt\n");
+  const std::string loop =
+      ": a symbolic link to a folder already on the path (a loop): not "
+      "followed\n";
+  EXPECT_EQ(followed.err,
+            "orvel: " + tree + "/deep/up" + loop + "orvel: " + tree + "/shortcut/up" + loop);
 }
 
 TEST_F(SearchHabitsTest, StandardInputIsSearchedAsADashOrAPipe) {

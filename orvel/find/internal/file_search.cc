@@ -290,6 +290,14 @@ SearchPlan::SearchPlan(const SearchRequest& request)
 
 std::optional<SearchResult> searchWalkItem(WalkItem& item, const SearchPlan& plan,
                                            ReadingThread& thread) {
+  if (item.skipped) {
+    if (!plan.request.reportSkipped) return std::nullopt;
+    SearchResult skipped;
+    skipped.path = std::move(item.path);
+    skipped.status = SearchStatus::kSkipped;
+    skipped.message = std::move(item.message);
+    return skipped;
+  }
   if (item.error != 0) {
     SearchResult failed;
     failed.path = std::move(item.path);
