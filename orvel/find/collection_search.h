@@ -74,6 +74,10 @@ struct SearchRequest {
   // Without it ranges are left out (location NSNotFound), which lets a file of UTF-8 be
   // searched on its bytes.
   bool ranges = true;
+  // A gzip file (whose bytes begin with its magic number) is searched as the document it
+  // holds, inflated up to 1 GiB and 200 times its size (past that it is a failure: a gzip
+  // bomb is not inflated), its kind that of its name without ".gz".
+  bool searchZip = false;
   // Report files found in folders that are skipped as no text (a named file always is).
   bool reportSkipped = false;
   // Every file read whole, decoded and evaluated, without the byte shortcuts: the slow path

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "orvel/records/compression.h"
 #include "orvel/testing/temp_dir.h"
 
 #include "tools/orvel/cli_test_support.h"
@@ -124,6 +125,30 @@ TEST_F(SearchHabitsTest, LinksAreFollowedWithLAndALoopIsNamedNotWalked) {
       "followed\n";
   EXPECT_EQ(followed.err,
             "orvel: " + tree + "/deep/up" + loop + "orvel: " + tree + "/shortcut/up" + loop);
+}
+
+TEST_F(SearchHabitsTest, GzipFilesAreSearchedWithZAndABombIsRefused) {
+  const auto gzip = [](const std::string& text) {
+    const auto packed = dataByGzippingBytes(text.data(), text.size());
+    return std::string(packed->begin(), packed->end());
+  };
+  const std::string notes = _dir.writeFile("z/notes.md.gz", gzip("# The harbour\n")).string();
+  // 20 MB of one byte pack into a few kilobytes: far past 200 times.
+  const std::string bomb =
+      _dir.writeFile("z/bomb.txt.gz", gzip(std::string(20 << 20, 'a'))).string();
+  const std::string z = _root + "/z";
+  // Without -z a gzip file is binary, passed over.
+  expectFailure(orvel({"search", "-l", "harbour", z}), 1, "");
+  const ProgramResult found = orvel({"search", "-z", "--json", "harbour", z});
+  EXPECT_EQ(found.exitCode, 2);
+  EXPECT_EQ(found.out,
+            "{\"kind\":\"markdown\",\"occurrences\":[{\"line\":1,\"range\":[2,11],"
+            "\"string\":\"The harbour\"}],\"path\":\"" +
+                notes + "\"}\n");
+  EXPECT_EQ(found.err, "orvel: " + bomb +
+                           ": a gzip file that inflates past 200 times its size or 1 GiB: not "
+                           "searched\n");
+  expectSuccess(orvel({"search", "-z", "-l", "-t", "md", "harbour", notes}), notes + "\n");
 }
 
 TEST_F(SearchHabitsTest, StandardInputIsSearchedAsADashOrAPipe) {

@@ -5,10 +5,12 @@
 #include <filesystem>
 #include <new>
 #include <span>
+#include <vector>
 
 #include "orvel/base/utf8.h"
 #include "orvel/dsstore/ds_store.h"
 #include "orvel/formats/markdown_files.h"
+#include "orvel/records/compression.h"
 #include "orvel/search/language_filter.h"
 
 namespace orvel::internal {
@@ -33,6 +35,8 @@ class FileSearch {
   [[nodiscard]] bool quiet() const { return !_result.named && !_request.reportSkipped; }
 
   void searchText(ReadingThread& thread);
+  // Inflates a gzip file's bytes and searches the document they hold.
+  void searchGzip(std::string_view bytes, const std::filesystem::path& path);
   // Reads the file as little as the query needs: true when that settled it, else `bytes` is
   // the whole file.
   bool settleOnBytes(DocumentReader& reader, const std::filesystem::path& path,
@@ -105,6 +109,10 @@ void FileSearch::searchText(ReadingThread& thread) {
     return;
   }
   DocumentReader reader(thread, _result.path, _stream);
+  if (_request.searchZip && reader.readAtLeast(2).starts_with("\x1F\x8B")) {
+    searchGzip(reader.readAll(), path);
+    return;
+  }
   std::string_view bytes;
   if (settleOnBytes(reader, path, bytes)) return;
   // Whether it is text first: a file that is not is reported, whatever its bytes hold.
@@ -196,6 +204,34 @@ bool FileSearch::settleOnBytes(DocumentReader& reader, const std::filesystem::pa
     }
   }
   return false;
+}
+
+// The most a gzip file inflates to, for its size: beyond that it is taken for a bomb.
+constexpr std::size_t kMaxInflationRatio = 200;
+
+void FileSearch::searchGzip(std::string_view bytes, const std::filesystem::path& path) {
+  _result.bytesRead = bytes.size();
+  std::vector<std::uint8_t> inflated;
+  const std::size_t limit = std::min(kMaxDocumentBytes, kMaxInflationRatio * bytes.size());
+  if (!setDataByInflatingBytes(inflated, bytes.data(), bytes.size(), limit)) {
+    throw DocumentReadError{0, inflated.size() >= limit
+                                   ? "a gzip file that inflates past " +
+                                         std::to_string(kMaxInflationRatio) +
+                                         " times its size or 1 GiB: not searched"
+                                   : "a damaged gzip file"};
+  }
+  const std::string_view text(reinterpret_cast<const char*>(inflated.data()), inflated.size());
+  // Its kind by its name without the .gz, and by what it holds.
+  const std::filesystem::path inner =
+      path.extension() == ".gz" ? path.parent_path() / path.stem() : path;
+  _result.kind = documentKind(inner, text.substr(0, kBytesDecidingText));
+  if (!wanted(_result.kind)) return;
+  DocumentText document = documentText(text, _result.kind);
+  if (!wanted(document.kind)) {
+    _result.kind = document.kind;
+    return;
+  }
+  searchDocument(std::move(document));
 }
 
 // For a files-only search of words joined by AND and OR: whether the first bytes settle the
