@@ -11,7 +11,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "orvel/base/utf8.h"
 #include "orvel/formats/markdown_files.h"
+#include "orvel/search/wildcard_matcher.h"
 
 namespace orvel {
 namespace {
@@ -137,7 +139,47 @@ class CollectionWalk::PathList {
   std::optional<WalkItem> _failure;
 };
 
-CollectionWalk::CollectionWalk(WalkInputs inputs) : _inputs(std::move(inputs)) {}
+// The globs of a walk, compiled once: matchers of names, and of paths below the folder given.
+class CollectionWalk::Globs {
+ public:
+  explicit Globs(const std::vector<std::string>& globs) {
+    for (const std::string& glob : globs) {
+      const bool exclude = glob.starts_with('!');
+      const std::u16string pattern = utf8ToUtf16Lenient(exclude ? glob.substr(1) : glob);
+      const bool ofPath = pattern.find(u'/') != std::u16string::npos;
+      _globs.push_back({WildcardMatcher(pattern, true, nullptr), exclude, ofPath});
+      _anyInclude = _anyInclude || !exclude;
+    }
+  }
+
+  // Whether an entry (its name, and its path below the folder given) is taken.
+  [[nodiscard]] bool takes(std::string_view name, std::string_view below, bool folder) const {
+    const std::u16string name16 = utf8ToUtf16Lenient(name);
+    std::u16string below16;
+    bool included = !_anyInclude || folder;
+    for (const Glob& glob : _globs) {
+      if (glob.exclude == false && included) continue;
+      if (glob.ofPath && below16.empty()) below16 = utf8ToUtf16Lenient(below);
+      if (!glob.matcher.matches(glob.ofPath ? below16 : name16)) continue;
+      if (glob.exclude) return false;
+      included = true;
+    }
+    return included;
+  }
+
+ private:
+  struct Glob {
+    WildcardMatcher matcher;
+    bool exclude;
+    bool ofPath;
+  };
+  std::vector<Glob> _globs;
+  bool _anyInclude = false;
+};
+
+CollectionWalk::CollectionWalk(WalkInputs inputs) : _inputs(std::move(inputs)) {
+  if (!_inputs.globs.empty()) _globs = std::make_unique<Globs>(_inputs.globs);
+}
 
 CollectionWalk::~CollectionWalk() = default;
 
@@ -183,6 +225,7 @@ std::optional<WalkItem> CollectionWalk::start(const std::string& path) {
   if (::stat(path.c_str(), &info) != 0) return failure(path, errno, std::strerror(errno));
   if (S_ISDIR(info.st_mode) && !isTextBundleFile(path)) {
     _pending.emplace_back(path, 0, true, 0);
+    _pending.back().rootEnd = path.size();
     if (_inputs.followLinks) {
       _pending.back().onPath =
           std::make_shared<const FolderOnPath>(FolderOnPath{info.st_dev, info.st_ino, nullptr});
@@ -223,13 +266,16 @@ int CollectionWalk::readFolder(const Entry& parent) {
     }
     std::string path = prefix;
     path += name;
+    // A .textbundle folder is one document, not a folder to walk into.
+    const bool walkInto = type == fs::file_type::directory && !isTextBundleFile(path);
+    const std::string_view below = std::string_view(path).substr(parent.rootEnd + 1);
+    if (_globs && !_globs->takes(name, below, walkInto)) continue;
     if (type == fs::file_type::symlink) {
       _children.push_back(linkEntry(::dirfd(folder), parent, std::move(path), prefix.size()));
       continue;
     }
-    // A .textbundle folder is one document, not a folder to walk into.
-    const bool walkInto = type == fs::file_type::directory && !isTextBundleFile(path);
     _children.emplace_back(std::move(path), prefix.size(), walkInto, parent.depth + 1);
+    _children.back().rootEnd = parent.rootEnd;
     if (walkInto && _inputs.followLinks) {
       // Its identity, for the links below that may lead back to it.
       struct stat info {};
@@ -249,6 +295,7 @@ int CollectionWalk::readFolder(const Entry& parent) {
 CollectionWalk::Entry CollectionWalk::linkEntry(int folderFd, const Entry& parent, std::string path,
                                                 std::size_t nameStart) {
   Entry link{std::move(path), nameStart, false, parent.depth + 1};
+  link.rootEnd = parent.rootEnd;
   const auto skip = [&](std::string why) {
     link.skipped = true;
     link.message = std::move(why);

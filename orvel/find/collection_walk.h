@@ -56,6 +56,12 @@ struct WalkInputs {
   // on the way down from the path given is answered as a failure (a loop), not followed.
   // Without it, each link is answered as a skipped item.
   bool followLinks = false;
+  // Globs in the Unix wildcard language (*, ?, [sets]; * also matches a /): a file found in a
+  // folder is taken when it matches one of them (or there are none), and a file or folder is
+  // left out when it matches one written with a leading "!". A glob without a / is matched
+  // against the entry's name, one with a / against its path below the folder given. Paths
+  // given and listed are always taken.
+  std::vector<std::string> globs;
   // How deep below a folder given the walk goes: 1 takes the folder's own files only, 0
   // nothing in it. No limit by default.
   std::size_t maxDepth = std::numeric_limits<std::size_t>::max();
@@ -82,6 +88,7 @@ class CollectionWalk {
 
  private:
   class PathList;
+  class Globs;
   // A folder on the way down, when links are followed: its identity and the folder above.
   struct FolderOnPath {
     dev_t device;
@@ -95,7 +102,8 @@ class CollectionWalk {
     std::string path;
     std::size_t nameStart;  // where the entry's own name begins in path
     bool folder;
-    std::size_t depth;  // 0 for a path given, 1 for its entries, ...
+    std::size_t depth;        // 0 for a path given, 1 for its entries, ...
+    std::size_t rootEnd = 0;  // where the path given ends in path
     std::shared_ptr<const FolderOnPath> onPath = nullptr;  // a folder's, when links are followed
     int error = 0;                                         // not walked: a failure (-1) ...
     bool skipped = false;                                  // ... or skipped
@@ -112,6 +120,7 @@ class CollectionWalk {
   WalkInputs _inputs;
   std::size_t _nextPath = 0;
   std::unique_ptr<PathList> _list;
+  std::unique_ptr<Globs> _globs;  // none when there are no globs
   bool _listDone = false;
   // Entries waiting to be answered or walked into, the next one last: each folder's entries
   // sorted by name, so that only siblings' names are ever compared, and a deep tree costs

@@ -7,7 +7,7 @@ _orvel() {
     textbundle keyed storage zlib url"
   local search_options="--files-with-matches --count --json --ignore-case --case-sensitive
     --smart-case --word-regexp --quiet --max-count --no-line-number --no-heading --files
-    --max-depth --stats --follow --search-zip --wildcard
+    --max-depth --stats --follow --search-zip --glob --wildcard
     --paragraphs --snippet-chars --files-from --null --type --type-list --lang --stop-words
     --comments --hidden --no-progress --verbose --help -j"
   local words=""

@@ -65,10 +65,11 @@ struct SearchOptions {
   bool noLineNumber = false;  // -N
   bool noHeading = false;     // path:line:snippet, a line each
   std::size_t maxDepth = std::numeric_limits<std::size_t>::max();
-  bool files = false;      // --files: list what would be searched, and stop
-  bool follow = false;     // -L: follow symbolic links
-  bool searchZip = false;  // -z: gzip files searched as what they hold
-  bool stats = false;      // --stats: what was searched, after the results
+  bool files = false;              // --files: list what would be searched, and stop
+  bool follow = false;             // -L: follow symbolic links
+  bool searchZip = false;          // -z: gzip files searched as what they hold
+  std::vector<std::string> globs;  // -g
+  bool stats = false;              // --stats: what was searched, after the results
 };
 
 // Whether a term of the query holds an upper-case letter (smart case): the operators, which
@@ -187,6 +188,7 @@ SearchRequest searchRequest(const SearchOptions& options) {
   request.inputs.maxDepth = options.maxDepth;
   request.inputs.followLinks = options.follow;
   request.searchZip = options.searchZip;
+  request.inputs.globs = options.globs;
   request.kinds = options.types;
   request.comments = options.comments;
   request.languageFilter = options.languageFilter;
@@ -347,6 +349,13 @@ void registerSearch(CLI::App& app, int& status) {
   command->add_flag("-L,--follow", options->follow,
                     "Follow symbolic links (a link to a folder already on the path is named on "
                     "stderr and not followed)");
+  command
+      ->add_option("-g,--glob", options->globs,
+                   "Only files found in folders that match GLOB (*, ?, [sets]; '!GLOB' leaves "
+                   "files and folders out; a GLOB with a / matches the path below the folder "
+                   "given, else the name); repeatable")
+      ->type_name("GLOB")
+      ->allow_extra_args(false);
   command->add_flag("-z,--search-zip", options->searchZip,
                     "Search gzip files as the documents they hold (inflated up to 1 GiB and 200 "
                     "times their size)");

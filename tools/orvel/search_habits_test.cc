@@ -3,6 +3,7 @@
 // as "-" or as the pipe a search with no path reads.
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -149,6 +150,31 @@ TEST_F(SearchHabitsTest, GzipFilesAreSearchedWithZAndABombIsRefused) {
                            ": a gzip file that inflates past 200 times its size or 1 GiB: not "
                            "searched\n");
   expectSuccess(orvel({"search", "-z", "-l", "-t", "md", "harbour", notes}), notes + "\n");
+}
+
+TEST_F(SearchHabitsTest, GlobsTakeAndLeaveOutFilesAndFolders) {
+  const std::string g = _root + "/g";
+  const std::string md = _dir.writeFile("g/src/a.md", "harbour").string();
+  const std::string txt = _dir.writeFile("g/src/b.txt", "harbour").string();
+  const std::string built = _dir.writeFile("g/build/c.md", "harbour").string();
+  _dir.writeFile("g/src/d.textbundle/text.md", "harbour");
+  const auto listed = [&](std::vector<std::string> globs) {
+    std::vector<std::string> arguments = {"search", "-l", "-j", "1"};
+    for (const std::string& glob : globs) arguments.insert(arguments.end(), {"-g", glob});
+    arguments.insert(arguments.end(), {"harbour", g});
+    return orvel(arguments).out;
+  };
+  // A name glob, anywhere below; a .textbundle folder is a document, matched by its name.
+  EXPECT_EQ(listed({"*.md"}), built + "\n" + md + "\n");
+  EXPECT_EQ(listed({"*.textbundle", "*.txt"}), txt + "\n" + g + "/src/d.textbundle\n");
+  // "!" leaves out a folder (not walked into) or files; the last word is with the excluders.
+  EXPECT_EQ(listed({"!build"}), md + "\n" + txt + "\n" + g + "/src/d.textbundle\n");
+  EXPECT_EQ(listed({"*.md", "!build"}), md + "\n");
+  // A glob with a / matches the path below the folder given.
+  EXPECT_EQ(listed({"src/*", "!*.txt"}), md + "\n" + g + "/src/d.textbundle\n");
+  EXPECT_EQ(listed({"[bc]*/*.md"}), built + "\n");
+  // Paths given are always taken.
+  expectSuccess(orvel({"search", "-l", "-g", "*.md", "harbour", txt}), txt + "\n");
 }
 
 TEST_F(SearchHabitsTest, StandardInputIsSearchedAsADashOrAPipe) {
