@@ -17,6 +17,7 @@ packages=(
   python3-pybind11 python3-setuptools            #   built by pip (pyproject.toml) into
   python3-venv python3-pip python3-wheel         #   a virtual environment
   man-db                                         # rendering the manual page in the checks
+  tmux                                           # a real terminal for the progress line's test
   libbenchmark-dev libssl-dev libxapian-dev      # benchmarks (OpenSSL, Xapian and SQLite are
   libsqlite3-dev                                 #   peers, never linked by the library)
   ripgrep ugrep hyperfine time                   # peers of the search benchmarks; GNU time

@@ -258,9 +258,9 @@ int runSearch(const SearchOptions& options) {
   if (options.files) return listFiles(options, request.inputs);
   const auto start = std::chrono::steady_clock::now();
   const bool counted = request.want != SearchWant::kFiles;
-  ProgressLine progress(progressWanted(options.noProgress) ? stderr : nullptr);
-  request.progress = [&](const SearchProgress& counts) { progress.update(counts); };
   CollectionSearch search(std::move(request));
+  ProgressLine progress(progressWanted(options.noProgress) ? stderr : nullptr,
+                        [&search] { return search.progress(); });
   bool failed = false;
   bool anyMatch = false;
   std::uint64_t matched = 0;

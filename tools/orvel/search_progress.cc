@@ -1,5 +1,7 @@
 #include "tools/orvel/search_progress.h"
 
+#include <condition_variable>
+
 #include <unistd.h>
 
 namespace orvel::cli {
@@ -26,10 +28,28 @@ bool progressWanted(bool noProgress) {
   return !noProgress && isatty(STDOUT_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
 }
 
-ProgressLine::ProgressLine(std::FILE* terminal, std::chrono::milliseconds delay)
-    : _terminal(terminal), _delay(delay) {}
+ProgressLine::ProgressLine(std::FILE* terminal, std::function<SearchProgress()> snapshot,
+                           std::chrono::milliseconds delay, std::chrono::milliseconds interval)
+    : _terminal(terminal), _delay(delay) {
+  if (_terminal == nullptr || !snapshot) return;
+  _ticker =
+      std::jthread([this, snapshot = std::move(snapshot), delay, interval](std::stop_token stop) {
+        std::mutex sleep;
+        std::condition_variable_any wake;
+        std::unique_lock lock(sleep);
+        if (wake.wait_for(lock, stop, delay, [] { return false; })) return;
+        while (!stop.stop_requested()) {
+          update(snapshot());
+          wake.wait_for(lock, stop, interval, [] { return false; });
+        }
+      });
+}
 
 ProgressLine::~ProgressLine() {
+  if (_ticker.joinable()) {
+    _ticker.request_stop();
+    _ticker.join();
+  }
   if (_terminal == nullptr) return;
   std::lock_guard lock(_mutex);
   eraseLine();

@@ -1,12 +1,15 @@
 // The progress line of a long search: files and bytes searched and the rate, drawn on stderr
-// as the search reports its progress once it has run for a while, and erased before any
-// result is printed and at the end, so that it never mixes with the results.
+// once the search has run for a while and redrawn a few times a second (even while one large
+// file is being read), and erased only before a result or an error is printed and at the
+// end, so that it stays on screen and never mixes with the results.
 #pragma once
 
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <mutex>
 #include <string>
+#include <thread>
 
 #include "orvel/find/collection_search.h"
 
@@ -18,10 +21,11 @@ namespace orvel::cli {
 
 class ProgressLine {
  public:
-  // Draws on `terminal` at the updates that come once `delay` has passed; a null terminal
-  // shows nothing.
-  explicit ProgressLine(std::FILE* terminal,
-                        std::chrono::milliseconds delay = std::chrono::seconds(1));
+  // Draws on `terminal` the counts `snapshot` answers, once `delay` has passed and every
+  // `interval` after that, until destroyed; a null terminal shows nothing.
+  explicit ProgressLine(std::FILE* terminal, std::function<SearchProgress()> snapshot = {},
+                        std::chrono::milliseconds delay = std::chrono::seconds(1),
+                        std::chrono::milliseconds interval = std::chrono::milliseconds(100));
   ~ProgressLine();
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
@@ -46,6 +50,7 @@ class ProgressLine {
   std::chrono::milliseconds _delay;
   std::mutex _mutex;
   bool _drawn = false;
+  std::jthread _ticker;  // last: it stops before the rest goes
 };
 
 }  // namespace orvel::cli

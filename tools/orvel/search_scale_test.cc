@@ -3,11 +3,14 @@
 // its manual page and the library agree on.
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "orvel/testing/temp_dir.h"
 #include "orvel/version.h"
@@ -95,10 +98,10 @@ TEST(SearchProgressTest, TheLineCountsFilesAndBytesAndIsErasedBeforeResults) {
   ASSERT_NE(terminal, nullptr);
   {
     // A delay longer than the test: nothing is drawn, then an update without delay draws.
-    cli::ProgressLine late(terminal, std::chrono::hours(1));
+    cli::ProgressLine late(terminal, {}, std::chrono::hours(1));
     late.update({2, 2'000'000, 16686, true});
     late.withoutLine([] {});  // nothing drawn: nothing to erase
-    cli::ProgressLine progress(terminal, std::chrono::milliseconds(0));
+    cli::ProgressLine progress(terminal, {}, std::chrono::milliseconds(0));
     progress.update({2, 2'000'000, 16686, true});
     EXPECT_TRUE(
         progress.line({2, 2'000'000, 16686, true}).starts_with("2 of 16,686 files, 2.0 MB, "));
@@ -112,6 +115,31 @@ TEST(SearchProgressTest, TheLineCountsFilesAndBytesAndIsErasedBeforeResults) {
   EXPECT_TRUE(shown.starts_with("\r\x1b[Korvel: 2 of 16,686 files, 2.0 MB, ")) << shown;
   EXPECT_NE(shown.find(" MB/s\r\x1b[KRESULT"), std::string::npos) << shown;
   EXPECT_EQ(shown.size(), shown.find("RESULT") + 6);  // erased once; not again at the end
+}
+
+// On a real terminal (a tmux pane): the line shows while a slow search runs, though no file
+// has finished yet, and is gone once the results are printed.
+TEST(SearchProgressTest, TheLineStaysOnATerminalWhileTheSearchRunsAndGoesAtTheEnd) {
+  const std::string tmux = "/usr/bin/tmux";
+  if (!std::filesystem::exists(tmux)) GTEST_SKIP() << "tmux is not installed";
+  const std::string server = "orvel-test-" + std::to_string(::getpid());
+  const auto pane = [&] {
+    return testing::runProgram(tmux, {"-L", server, "capture-pane", "-p", "-t", "search"}).out;
+  };
+  const std::string command = "(sleep 3; echo the harbour) | '" + std::string(ORVEL_PROGRAM) +
+                              "' search harbour -; sleep 10";
+  ASSERT_EQ(testing::runProgram(tmux, {"-L", server, "new-session", "-d", "-s", "search", "-x",
+                                       "120", "-y", "10", "sh", "-c", command})
+                .exitCode,
+            0);
+  std::this_thread::sleep_for(std::chrono::milliseconds(2000));
+  const std::string during = pane();
+  std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+  const std::string after = pane();
+  testing::runProgram(tmux, {"-L", server, "kill-server"});
+  EXPECT_NE(during.find("orvel: 0 of 1 files, 0.0 MB"), std::string::npos) << during;
+  EXPECT_NE(after.find("<stdin>\n1:the harbour"), std::string::npos) << after;
+  EXPECT_EQ(after.find("orvel: "), std::string::npos) << after;
 }
 
 TEST(SearchProgressTest, NothingShowsWhenTheOutputIsNoTerminal) {
