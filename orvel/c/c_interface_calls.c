@@ -133,21 +133,27 @@ bool c_utf8_round_trip(const char* utf8) {
   return memcmp(back, utf8, length) == 0;
 }
 
+/* Opens a search of one folder (every result reported, skipped files too). */
+static orvel_search* open_search(const char* query, const char** folder, int want, unsigned threads,
+                                 char* error, size_t error_size) {
+  orvel_search_options options;
+  orvel_search_options_init(&options);
+  options.query = query;
+  options.paths = folder;
+  options.path_count = 1;
+  options.want = want;
+  options.threads = threads;
+  options.report_skipped = true;
+  return orvel_search_open(&options, error, error_size);
+}
+
 /* Searches a folder and writes one line per result: "M path count line:snippet ..." for a
  * match (occurrences as "line:snippet" after the count), "F path error message" for a
  * failure, "S path message" for a skipped file; answers the number of results, or -1 with
  * the reason in out when the search cannot start. */
 int c_search(const char* query, const char* folder, int want, unsigned threads, char* out,
              size_t capacity) {
-  orvel_search_options options;
-  orvel_search_options_init(&options);
-  options.query = query;
-  options.paths = &folder;
-  options.path_count = 1;
-  options.want = want;
-  options.threads = threads;
-  options.report_skipped = true;
-  orvel_search* search = orvel_search_open(&options, out, capacity);
+  orvel_search* search = open_search(query, &folder, want, threads, out, capacity);
   if (search == NULL) return -1;
   size_t used = 0;
   int results = 0;
@@ -179,13 +185,7 @@ int c_search(const char* query, const char* folder, int want, unsigned threads, 
 
 /* Cancels a search after its first result: answers how many results came after it. */
 int c_search_cancelled(const char* query, const char* folder) {
-  orvel_search_options options;
-  orvel_search_options_init(&options);
-  options.query = query;
-  options.paths = &folder;
-  options.path_count = 1;
-  options.want = ORVEL_SEARCH_FILES;
-  orvel_search* search = orvel_search_open(&options, NULL, 0);
+  orvel_search* search = open_search(query, &folder, ORVEL_SEARCH_FILES, 0, NULL, 0);
   if (search == NULL || orvel_search_next(search) == NULL) return -1;
   orvel_search_cancel(search);
   int after = 0;

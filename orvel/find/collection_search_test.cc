@@ -225,7 +225,7 @@ TEST(CollectionSearchTest, APipeNamedWithReadStreamsIsReadToItsEnd) {
   EXPECT_EQ(lines, std::vector<std::string>{"6:the harbour at last"});
 }
 
-TEST(CollectionSearchTest, KindsCommentsAndSkippedFilesAreAsAsked) {
+TEST(CollectionSearchTest, KindsAndSkippedFilesAreAsAsked) {
   testing::TempDir dir;
   const fs::path page = dir.writeFile("p.html", "<p>the harbour</p>");
   const fs::path notes = dir.writeFile("n.md", "# harbour");

@@ -205,9 +205,11 @@ SearchRequest searchRequest(const SearchOptions& options) {
   return request;
 }
 
-// Whether the list read from standard input is the one a failure names.
-bool namesTheList(const SearchOptions& options, const std::string& path) {
-  return options.filesFrom == "-" && path == kStandardInput;
+// How a path is shown: standard input as "<stdin>", as grep tools show it, and the list of
+// files read from it as "stdin", as every command names its input.
+std::string shownPath(const SearchOptions& options, std::string path) {
+  if (path != kStandardInput) return path;
+  return options.filesFrom == "-" ? "stdin" : kStandardInputName;
 }
 
 // --files: the files a search would read, a line each, in its order; kinds are told as the
@@ -218,7 +220,7 @@ int listFiles(const SearchOptions& options, const WalkInputs& inputs) {
   bool any = false;
   while (auto item = walk.next()) {
     if (item->error != 0) {
-      reportError(namesTheList(options, item->path) ? "stdin" : item->path, item->message);
+      reportError(shownPath(options, item->path), item->message);
       failed = true;
       continue;
     }
@@ -234,8 +236,7 @@ int listFiles(const SearchOptions& options, const WalkInputs& inputs) {
       }
     }
     any = true;
-    writeOut(item->path == kStandardInput ? std::string(kStandardInputName) + "\n"
-                                          : item->path + "\n");
+    writeOut(shownPath(options, std::move(item->path)) + "\n");
   }
   if (failed) return 2;
   return any ? 0 : 1;
@@ -265,14 +266,11 @@ int runSearch(const SearchOptions& options) {
   bool anyMatch = false;
   std::uint64_t matched = 0;
   std::uint64_t occurrences = 0;
-  const bool readsStandardInput =
-      std::find(options.paths.begin(), options.paths.end(), "-") != options.paths.end();
   while (auto result = search.next()) {
-    if (readsStandardInput && result->path == kStandardInput) result->path = kStandardInputName;
+    result->path = shownPath(options, std::move(result->path));
     progress.withoutLine([&] {
       if (result->status == SearchStatus::kFailed) {
-        // The list read from standard input is named as every command names it.
-        reportError(namesTheList(options, result->path) ? "stdin" : result->path, result->message);
+        reportError(result->path, result->message);
         failed = true;
       } else if (result->status == SearchStatus::kSkipped && result->named) {
         reportError(result->path, "not searched: " + result->message);

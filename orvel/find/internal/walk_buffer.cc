@@ -25,7 +25,7 @@ std::optional<WalkItem> WalkBuffer::next() {
         _buffered.store(_buffer.size(), std::memory_order_relaxed);
         return item;
       }
-      if (_done) return std::nullopt;
+      if (_walkDone.load(std::memory_order_relaxed)) return std::nullopt;
     }
     // Empty: walk now, unless a refill under way filled it meanwhile.
     const std::lock_guard walk(_walkMutex);
@@ -54,7 +54,6 @@ void WalkBuffer::walkBatch() {
   }
   const std::lock_guard buffer(_bufferMutex);
   for (WalkItem& item : batch) _buffer.push_back(std::move(item));
-  _done = ended;
   _walkDone.store(ended, std::memory_order_relaxed);
   _buffered.store(_buffer.size(), std::memory_order_relaxed);
 }

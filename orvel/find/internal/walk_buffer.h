@@ -38,11 +38,10 @@ class WalkBuffer {
   std::function<void(const WalkItem&)> _found;
   const std::size_t _batch;  // items walked at a time
   std::mutex _walkMutex;     // the walk; taken before _bufferMutex
-  std::mutex _bufferMutex;   // the buffer and _done
+  std::mutex _bufferMutex;   // the buffer; _walkDone is set under it too
   std::deque<WalkItem> _buffer;
-  bool _done = false;
   std::atomic<std::size_t> _buffered{0};  // the buffer's size, read without the lock
-  std::atomic<bool> _walkDone{false};
+  std::atomic<bool> _walkDone{false};     // the walk has ended (the buffer may still hold items)
 };
 
 }  // namespace orvel::internal
