@@ -252,7 +252,7 @@ class PySearch {
 
 std::shared_ptr<PySearch> startSearch(
     const std::u16string& query, const py::object& paths, bool caseSensitive, bool wildcard,
-    const std::optional<fs::path>& filesFrom, bool nulSeparated, bool hidden,
+    bool ignoreAccents, const std::optional<fs::path>& filesFrom, bool nulSeparated, bool hidden,
     const std::optional<std::vector<std::string>>& kinds, bool comments,
     const std::optional<std::string>& language, const std::string& want, bool paragraphs,
     bool reportSkipped, unsigned threads, const py::object& progress, double progressInterval) {
@@ -260,6 +260,7 @@ std::shared_ptr<PySearch> startSearch(
   request.query = query;
   request.caseSensitive = caseSensitive;
   request.wildcard = wildcard;
+  request.ignoreAccents = ignoreAccents;
   request.inputs.paths = pathsOf(paths);
   for (const fs::path& path : request.inputs.paths) checkNamedPath(path);
   if (filesFrom) {
@@ -315,18 +316,20 @@ void defineSearch(py::module_& m) {
       .def_property_readonly("progress", &PySearch::progress);
 
   m.def("search", &startSearch, "query"_a, "paths"_a, py::kw_only(), "case_sensitive"_a = false,
-        "wildcard"_a = false, "files_from"_a = py::none(), "nul_separated"_a = false,
-        "hidden"_a = false, "kinds"_a = py::none(), "comments"_a = false, "language"_a = py::none(),
-        "want"_a = "occurrences", "paragraphs"_a = false, "report_skipped"_a = false,
-        "threads"_a = 0, "progress"_a = py::none(), "progress_interval"_a = 0.2,
+        "wildcard"_a = false, "ignore_accents"_a = false, "files_from"_a = py::none(),
+        "nul_separated"_a = false, "hidden"_a = false, "kinds"_a = py::none(), "comments"_a = false,
+        "language"_a = py::none(), "want"_a = "occurrences", "paragraphs"_a = false,
+        "report_skipped"_a = false, "threads"_a = 0, "progress"_a = py::none(),
+        "progress_interval"_a = 0.2,
         R"(Searches the documents under paths (one path, or several: str, bytes or os.PathLike)
 with the query language, on threads of its own, as orvel search does; answers an iterator
 of SearchResult in the order of the walk, each as soon as it is ready. Folders are walked
 recursively (hidden entries only with hidden=True); files_from names a file listing more
 paths, one a line (NUL-separated with nul_separated=True). kinds limits the documents
 ('text', 'markdown', 'html', 'feed', 'textbundle'); language leaves out documents clearly in
-another language. want is 'files', 'counts' or 'occurrences'. A missing or unreadable path
-the caller named raises FileNotFoundError or PermissionError at once; trouble found later
+another language; ignore_accents compares through the accent-folding table ("cafe" finds
+"caf\u00e9"). want is 'files', 'counts' or 'occurrences'. A missing or unreadable path the
+caller named raises FileNotFoundError or PermissionError at once; trouble found later
 (a folder that cannot be read, a file gone) is a result with status 'failed'. progress,
 when given, is called with a SearchProgress every progress_interval seconds, from a
 searching thread; if it raises, the search stops and the exception comes out of the

@@ -54,6 +54,7 @@ bool requestOf(const orvel_search_options& options, orvel::SearchRequest& reques
   request.query = *query;
   request.caseSensitive = options.case_sensitive;
   request.wildcard = options.wildcard;
+  request.ignoreAccents = options.ignore_accents;
   for (std::size_t i = 0; i < options.path_count; ++i) {
     request.inputs.paths.emplace_back(options.paths[i]);
   }

@@ -48,7 +48,8 @@ extern "C" {
 typedef struct {
   const char* query; /* UTF-8 */
   bool case_sensitive;
-  bool wildcard; /* terms are wildcard patterns */
+  bool wildcard;       /* terms are wildcard patterns */
+  bool ignore_accents; /* compared through the accent-folding table */
   const char* const* paths;
   size_t path_count;
   const char* path_list; /* a file listing paths, or NULL */

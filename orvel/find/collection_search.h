@@ -55,6 +55,9 @@ struct SearchRequest {
   std::u16string query;
   bool caseSensitive = false;
   bool wildcard = false;  // terms are wildcard patterns
+  // Compared through the accent-folding table: "dignite" finds "dignité". Such a search
+  // decodes every file it reads (no byte shortcuts).
+  bool ignoreAccents = false;
 
   // What is searched; with neither paths nor a list, nothing.
   WalkInputs inputs;

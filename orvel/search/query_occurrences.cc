@@ -238,7 +238,17 @@ std::optional<std::u16string> assembleOccurrencesOfQueryTerm(
     std::u16string_view text, const std::vector<std::u16string>& terms, bool onlyOccurrences,
     bool singleWords, bool caseSensitive, bool anchored, bool exactPhrase, bool paragraphs,
     std::optional<std::u16string_view> separator, std::size_t ellipsizeAfterNCharacters) {
-  TermSearch search(terms, text, caseSensitive, anchored, exactPhrase);
+  return internal::assembleOccurrencesOfQueryTermIn(
+      text, text, terms, onlyOccurrences, singleWords, caseSensitive, anchored, exactPhrase,
+      paragraphs, separator, ellipsizeAfterNCharacters);
+}
+
+std::optional<std::u16string> internal::assembleOccurrencesOfQueryTermIn(
+    std::u16string_view text, std::u16string_view compared,
+    const std::vector<std::u16string>& terms, bool onlyOccurrences, bool singleWords,
+    bool caseSensitive, bool anchored, bool exactPhrase, bool paragraphs,
+    std::optional<std::u16string_view> separator, std::size_t ellipsizeAfterNCharacters) {
+  TermSearch search(terms, compared, caseSensitive, anchored, exactPhrase);
   const internal::AssemblyOptions options{onlyOccurrences, singleWords, paragraphs,
                                           separator.value_or(u" "), ellipsizeAfterNCharacters};
   if (terms.empty()) {

@@ -96,5 +96,13 @@ struct AssemblyOptions {
                                                                 OccurrenceFinder findNext,
                                                                 void* context);
 
+// assembleOccurrencesOfQueryTerm with the terms searched in `compared`, a folding of the
+// text unit for unit, and the snippets taken from the text itself.
+[[nodiscard]] std::optional<std::u16string> assembleOccurrencesOfQueryTermIn(
+    std::u16string_view text, std::u16string_view compared,
+    const std::vector<std::u16string>& terms, bool onlyOccurrences, bool singleWords,
+    bool caseSensitive, bool anchored, bool exactPhrase, bool paragraphs,
+    std::optional<std::u16string_view> separator, std::size_t ellipsizeAfterNCharacters);
+
 }  // namespace internal
 }  // namespace orvel

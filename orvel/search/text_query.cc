@@ -30,10 +30,23 @@ bool everyMatchIsAnOccurrence(const QueryTerms& node) {
          });
 }
 
+// A text folded through a table, unit for unit.
+std::u16string folded(std::u16string_view text, ConversionTable table) {
+  std::u16string out(text.size(), u'\0');
+  std::transform(text.begin(), text.end(), out.begin(), [table](unichar c) { return table[c]; });
+  return out;
+}
+
 }  // namespace
 
-TextQuery::TextQuery(std::u16string_view query, bool caseSensitive, bool wildcard)
-    : _tree(wildcard ? QueryTerms::withWildcard(query) : QueryTerms(query)),
+TextQuery::TextQuery(std::u16string_view query, bool caseSensitive, bool wildcard,
+                     bool ignoreAccents)
+    : _ignoreAccents(ignoreAccents),
+      _tree([&] {
+        const std::u16string text =
+            ignoreAccents ? folded(query, umlautsCharsTable()) : std::u16string(query);
+        return wildcard ? QueryTerms::withWildcard(text) : QueryTerms(text);
+      }()),
       _caseSensitive(caseSensitive),
       _wildcard(wildcard),
       _words(_tree.plusParts(1)),
@@ -41,18 +54,31 @@ TextQuery::TextQuery(std::u16string_view query, bool caseSensitive, bool wildcar
       _patterns(wildcard ? _tree.plusWildcards() : std::nullopt),
       _allParts(_tree.plusParts()),
       _everyMatchIsAnOccurrence(!wildcard && everyMatchIsAnOccurrence(_tree)),
+      // Without accents a word stands for more spellings than its byte forms hold.
       _byteSearch(std::make_shared<const internal::ByteWordSearch>(
-          _everyMatchIsAnOccurrence ? _words : std::vector<std::u16string>{}, caseSensitive)) {
+          _everyMatchIsAnOccurrence && !ignoreAccents ? _words : std::vector<std::u16string>{},
+          caseSensitive)) {
   initSeparatorsAndTables();
 }
 
 WildcardComparison TextQuery::comparison() const {
-  return _caseSensitive ? WildcardComparison{0} : WildcardComparison{kWildcardCaseInsensitive};
+  return WildcardComparison{(_caseSensitive ? 0u : kWildcardCaseInsensitive) |
+                            (_ignoreAccents ? kWildcardDiacriticInsensitive : 0u)};
+}
+
+std::u16string_view TextQuery::compared(std::u16string_view text) const {
+  // A wildcard comparison folds the text itself.
+  if (!_ignoreAccents || _wildcard) return text;
+  thread_local std::u16string buffer;
+  buffer.resize(text.size());
+  const ConversionTable table = umlautsCharsTable();
+  std::transform(text.begin(), text.end(), buffer.begin(), [table](unichar c) { return table[c]; });
+  return buffer;
 }
 
 bool TextQuery::matches(std::u16string_view text) const {
   return _wildcard ? _tree.matchesString(text, comparison())
-                   : _tree.matchesString(text, _caseSensitive);
+                   : _tree.matchesString(compared(text), _caseSensitive);
 }
 
 std::vector<Occurrence> TextQuery::occurrences(std::u16string_view text, bool paragraphs) const {
@@ -67,6 +93,7 @@ std::vector<OccurrencePlace> TextQuery::occurrencePlaces(std::u16string_view tex
     return getOccurrencePlacesOfWildcards(text, *_patterns, comparison(), 1, paragraphs,
                                           countLines);
   }
+  text = compared(text);
   std::vector<OccurrencePlace> words = getOccurrencePlacesOfQueryTerm(
       text, _words, _caseSensitive, true, false, paragraphs, countLines);
   if (_substrings.empty()) return words;
@@ -114,8 +141,9 @@ std::optional<std::u16string> TextQuery::snippets(std::u16string_view text,
     return assembleOccurrencesOfWildcards(text, *_patterns, true, singleWords, comparison(), 1,
                                           paragraphs, separator, maxCharacters);
   }
-  return assembleOccurrencesOfQueryTerm(text, _allParts, true, singleWords, _caseSensitive, true,
-                                        false, paragraphs, separator, maxCharacters);
+  return internal::assembleOccurrencesOfQueryTermIn(text, compared(text), _allParts, true,
+                                                    singleWords, _caseSensitive, true, false,
+                                                    paragraphs, separator, maxCharacters);
 }
 
 }  // namespace orvel

@@ -21,13 +21,17 @@ class ByteWordSearch;
 
 class TextQuery {
  public:
-  // Parses the query; with wildcard its terms are wildcard patterns. Builds the separators
+  // Parses the query; with wildcard its terms are wildcard patterns. With ignoreAccents
+  // query and text are compared through the accent-folding table (dignite finds dignité),
+  // as the diacritic-insensitive wildcard comparison compares them. Builds the separators
   // and folding tables the evaluation needs, so that no caller has to.
-  TextQuery(std::u16string_view query, bool caseSensitive = false, bool wildcard = false);
+  TextQuery(std::u16string_view query, bool caseSensitive = false, bool wildcard = false,
+            bool ignoreAccents = false);
 
   [[nodiscard]] const QueryTerms& tree() const { return _tree; }
   [[nodiscard]] bool caseSensitive() const { return _caseSensitive; }
   [[nodiscard]] bool wildcard() const { return _wildcard; }
+  [[nodiscard]] bool ignoresAccents() const { return _ignoreAccents; }
   [[nodiscard]] WildcardComparison comparison() const;
 
   [[nodiscard]] bool matches(std::u16string_view text) const;
@@ -53,7 +57,8 @@ class TextQuery {
   // character that folds (without case) to an ASCII letter of a word. In plain ASCII the places
   // are exactly the decoded text's; otherwise their snippets, lines and number are, but the
   // ranges are byte offsets, and unitOffsets refuses such bytes. nullopt when the bytes
-  // cannot be searched so (decode them); otherwise the places, empty for no match.
+  // cannot be searched so (decode them, as always when accents are ignored); otherwise the
+  // places, empty for no match.
   [[nodiscard]] std::optional<std::vector<OccurrencePlace>> byteOccurrencePlaces(
       std::string_view bytes, bool paragraphs = false, bool countLines = true,
       bool unitOffsets = true) const;
@@ -69,6 +74,11 @@ class TextQuery {
                                                        bool singleWords = false) const;
 
  private:
+  // The text as the terms are compared with it: without accents when they are ignored (the
+  // folding keeps one unit per unit, so places in it are places in the text), else itself.
+  [[nodiscard]] std::u16string_view compared(std::u16string_view text) const;
+
+  bool _ignoreAccents;
   QueryTerms _tree;
   bool _caseSensitive;
   bool _wildcard;

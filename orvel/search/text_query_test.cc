@@ -170,6 +170,26 @@ TEST(TextQueryTest, CaseAndWildcardsDecideHowTermsCompare) {
             (std::vector<std::u16string>{u"A quay. A harbour"}));
 }
 
+TEST(TextQueryTest, IgnoringAccentsFoldsQueryAndTextButKeepsTheTextsOwnSnippets) {
+  const std::u16string text = u"La Dignit\u00e9 humaine. Une dignite de plus. Rien.";
+  const TextQuery plain(u"dignite");
+  EXPECT_EQ(strings(plain.occurrences(text)),
+            (std::vector<std::u16string>{u"Une dignite de plus"}));
+  for (const TextQuery& query :
+       {TextQuery(u"dignite", false, false, true), TextQuery(u"DIGNIT\u00c9", false, false, true),
+        TextQuery(u"dign?t\u00e8", false, true, true)}) {
+    EXPECT_TRUE(query.matches(u"la dignit\u00e9"));
+    EXPECT_EQ(strings(query.occurrences(text)),
+              (std::vector<std::u16string>{u"La Dignit\u00e9 humaine", u"Une dignite de plus"}));
+    EXPECT_FALSE(query.byteOccurrencePlaces("la dignite"));  // decoded, never on bytes
+  }
+  EXPECT_EQ(TextQuery(u"dignite", false, false, true).snippets(text, u" | "),
+            u"La Dignit\u00e9 humaine | Une dignite de plus");
+  // Case still counts when asked to.
+  EXPECT_FALSE(TextQuery(u"Dignite", true, false, true).matches(u"la dignit\u00e9"));
+  EXPECT_TRUE(TextQuery(u"Dignite", true, false, true).matches(u"La Dignit\u00e9"));
+}
+
 TEST(TextQueryTest, SnippetsAreJoinedAndLimited) {
   const TextQuery query(u"quay");
   const std::u16string text = u"First the quay. Then nothing. Then the quay again.";

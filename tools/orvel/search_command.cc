@@ -45,6 +45,7 @@ struct SearchOptions {
   bool noProgress = false;
   enum class Case { kIgnore, kSensitive, kSmart } caseMode = Case::kIgnore;  // the last given
   bool wildcard = false;
+  bool ignoreAccents = false;  // -a
   bool paragraphs = false;
   bool filesWithMatches = false;
   bool count = false;
@@ -175,6 +176,7 @@ SearchRequest searchRequest(const SearchOptions& options) {
        termsHoldUpperCase(options.wildcard ? QueryTerms::withWildcard(request.query)
                                            : QueryTerms(request.query)));
   request.wildcard = options.wildcard;
+  request.ignoreAccents = options.ignoreAccents;
   // "-" is standard input, read as a stream like any pipe named.
   for (const std::string& path : options.paths) {
     request.inputs.paths.emplace_back(path == "-" ? kStandardInput : path);
@@ -328,6 +330,8 @@ void registerSearch(CLI::App& app, int& status) {
           ->description("Compare case-sensitively when a term holds an upper-case letter");
   command->add_flag_callback(
       "-w,--word-regexp", [] {}, "Accepted as grep tools take it: words always match whole");
+  command->add_flag("-a,--ignore-accents", options->ignoreAccents,
+                    "Compare without regard to accents: dignite finds dignité");
   command->add_flag("--wildcard", options->wildcard, "Terms are wildcard patterns");
   command->add_flag("--paragraphs", options->paragraphs, "Snippets are lines, not sentences");
   command->add_flag("-l,--files-with-matches", options->filesWithMatches,

@@ -47,6 +47,15 @@ TEST_F(SearchHabitsTest, TheLastCaseOptionHoldsAndSmartCaseLooksAtTermsOnly) {
   expectFailure(orvel({"search", "-w", "harb", _a}), 1, "");
 }
 
+TEST_F(SearchHabitsTest, IgnoringAccentsFindsEverySpelling) {
+  const std::string fr = _dir.writeFile("fr.txt", "La dignit\u00e9 humaine.\nDignite.\n").string();
+  expectSuccess(orvel({"search", "dignite", fr}), fr + "\n2:Dignite\n");
+  expectSuccess(orvel({"search", "-a", "dignite", fr}),
+                fr + "\n1:La dignit\u00e9 humaine\n2:Dignite\n");
+  expectSuccess(orvel({"search", "--ignore-accents", "-c", "DIGNIT\u00c9", fr}), fr + ":2\n");
+  expectSuccess(orvel({"search", "-a", "-l", "dignite AND humaine", _root}), fr + "\n");
+}
+
 TEST_F(SearchHabitsTest, OutputFormsForEditorsAndScripts) {
   expectSuccess(orvel({"search", "--no-heading", "-j", "1", "harbour", _root}),
                 _a + ":1:The Harbour is calm\n" + _a + ":2:A harbour wall\n" + _a +

@@ -318,10 +318,12 @@ bool plainPathForced() { return std::getenv("ORVEL_SEARCH_PLAIN") != nullptr; }
 
 SearchPlan::SearchPlan(const SearchRequest& request)
     : request(request),
-      query(request.query, request.caseSensitive, request.wildcard),
+      query(request.query, request.caseSensitive, request.wildcard, request.ignoreAccents),
       monotone(isMonotoneQuery(query.tree())),
       plain(request.plain || plainPathForced()) {
-  if (!plain) prefilter = SearchPrefilter(query.tree(), query.caseSensitive(), query.wildcard());
+  // The byte tests look for the words as they are spelt.
+  if (!plain && !request.ignoreAccents)
+    prefilter = SearchPrefilter(query.tree(), query.caseSensitive(), query.wildcard());
 }
 
 std::optional<SearchResult> searchWalkItem(WalkItem& item, const SearchPlan& plan,
