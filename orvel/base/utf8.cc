@@ -230,6 +230,25 @@ std::string utf16ToUtf8(std::u16string_view utf16) {
   return out;
 }
 
+std::size_t utf8LengthOfUtf16(std::u16string_view utf16) {
+  std::size_t bytes = 0;
+  const std::size_t size = utf16.size();
+  for (std::size_t i = 0; i < size; ++i) {
+    const char16_t unit = utf16[i];
+    if (unit < 0x80) {
+      ++bytes;
+    } else if (unit < 0x800) {
+      bytes += 2;
+    } else if (U16_IS_LEAD(unit) && i + 1 < size && U16_IS_TRAIL(utf16[i + 1])) {
+      bytes += 4;
+      ++i;
+    } else {
+      bytes += 3;  // also an unpaired surrogate, written as U+FFFD
+    }
+  }
+  return bytes;
+}
+
 void appendUtf16AsUtf8(std::string& out, std::u16string_view utf16) {
   // At most three bytes a unit: a pair of surrogates (two units) takes four.
   const std::size_t base = out.size();

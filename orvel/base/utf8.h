@@ -25,5 +25,7 @@ namespace orvel {
 [[nodiscard]] std::string utf16ToUtf8(std::u16string_view utf16);
 // The same encoding appended to `out`, for a caller building one output of many pieces.
 void appendUtf16AsUtf8(std::string& out, std::u16string_view utf16);
+// How many bytes that encoding takes, without encoding.
+[[nodiscard]] std::size_t utf8LengthOfUtf16(std::u16string_view utf16);
 
 }  // namespace orvel

@@ -128,6 +128,7 @@ TEST(Utf8Test, EncodingAgreesWithIcuOnRandomUnits) {
     std::string appended = "prefix";
     appendUtf16AsUtf8(appended, text);
     ASSERT_EQ(appended, "prefix" + expected);
+    ASSERT_EQ(utf8LengthOfUtf16(text), expected.size());
   }
 }
 

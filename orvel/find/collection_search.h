@@ -23,6 +23,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -77,6 +78,9 @@ struct SearchRequest {
   // Without it ranges are left out (location NSNotFound), which lets a file of UTF-8 be
   // searched on its bytes.
   bool ranges = true;
+  // With kOccurrences: where the query's terms are inside each snippet (FoundTerm), for
+  // marking them, and the line and column of each, for jumping to it.
+  bool terms = false;
   // A gzip file (whose bytes begin with its magic number) is searched as the document it
   // holds, inflated up to 1 GiB and 200 times its size (past that it is a failure: a gzip
   // bomb is not inflated), its kind that of its name without ".gz".
@@ -100,11 +104,22 @@ enum class SearchStatus {
   kFailed,   // could not be walked or read: see message and error
 };
 
+// A term inside a snippet, where SearchRequest::terms asks for them: the first term of the
+// snippet, then each next one after the end of the one before.
+struct FoundTerm {
+  std::size_t start = 0;   // in the snippet's UTF-8, in bytes
+  std::size_t length = 0;  // in bytes
+  std::size_t line = 0;    // where it starts: 1 for the first line (0 in the Finder comment)
+  std::size_t column = 0;  // 1 for a line's first byte, counted in UTF-8 bytes
+};
+
 struct FoundOccurrence {
   std::size_t line = 0;          // 1 for the first line; 0 for the Finder comment
   Range range{NSNotFound, 0};    // the snippet in the document's text (UTF-16 units), if asked
   std::size_t snippetStart = 0;  // the snippet's UTF-8 in SearchResult::snippets
   std::size_t snippetLength = 0;
+  std::size_t firstTerm = 0;  // its terms are SearchResult::terms[firstTerm, + termCount)
+  std::size_t termCount = 0;
 };
 
 struct SearchResult {
@@ -117,10 +132,14 @@ struct SearchResult {
   std::size_t count = 0;  // kCounts and kOccurrences: occurrences (the comment's included)
   std::vector<FoundOccurrence> occurrences;  // kOccurrences
   std::string snippets;                      // every snippet's UTF-8, one after another
+  std::vector<FoundTerm> terms;              // with SearchRequest::terms
   std::uint64_t bytesRead = 0;
 
   [[nodiscard]] std::string_view snippet(const FoundOccurrence& occurrence) const {
     return std::string_view(snippets).substr(occurrence.snippetStart, occurrence.snippetLength);
+  }
+  [[nodiscard]] std::span<const FoundTerm> termsOf(const FoundOccurrence& occurrence) const {
+    return std::span(terms).subspan(occurrence.firstTerm, occurrence.termCount);
   }
 };
 

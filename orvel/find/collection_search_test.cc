@@ -90,6 +90,42 @@ TEST(CollectionSearchTest, OccurrencesCarryLinesRangesAndSnippets) {
   }
 }
 
+// Each term as "line:column:text", the text sliced from its snippet by the term's offsets.
+std::vector<std::string> termsFound(const SearchResult& result) {
+  std::vector<std::string> terms;
+  for (const FoundOccurrence& occurrence : result.occurrences) {
+    for (const FoundTerm& term : result.termsOf(occurrence)) {
+      terms.push_back(std::to_string(term.line) + ":" + std::to_string(term.column) + ":" +
+                      std::string(result.snippet(occurrence).substr(term.start, term.length)));
+    }
+  }
+  return terms;
+}
+
+TEST(CollectionSearchTest, TermsAreFoundInsideSnippetsWithTheirLinesAndByteColumns) {
+  testing::TempDir dir;
+  // A sentence over two lines, a phrase, a substring term, non-ASCII before the terms, a
+  // character outside the BMP, and CR LF line ends.
+  const fs::path path = dir.writeFile(
+      "a.txt",
+      "Caf\xC3\xA9 \xF0\x9D\x84\x9E harbour wall and\r\nthe HARBOUR wall.\nNo match here.\n"
+      "Harbourmaster of the harbour wall.");
+  for (bool plain : {false, true}) {
+    SearchRequest request = requestFor(u"caf\u00e9 OR \"harbour wall\" OR ~master", {path});
+    request.terms = true;
+    request.plain = plain;
+    CollectionSearch search(std::move(request));
+    const auto result = search.next();
+    ASSERT_TRUE(result.has_value());
+    EXPECT_EQ(termsFound(*result),
+              (std::vector<std::string>{"1:1:Caf\xC3\xA9", "1:12:harbour wall", "2:5:HARBOUR wall",
+                                        "4:8:master", "4:22:harbour wall"}));
+  }
+  // Without asking, no terms.
+  CollectionSearch search(requestFor(u"harbour", {path}));
+  EXPECT_TRUE(search.next()->terms.empty());
+}
+
 TEST(CollectionSearchTest, TroublesAreResultsInTheirPlaceAndTheWalkGoesOn) {
   testing::TempDir dir;
   for (const char* name : {"a/1.txt", "a/2.txt", "a/3.txt", "b/1.txt", "c/1.txt"}) {

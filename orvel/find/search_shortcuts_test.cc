@@ -3,7 +3,8 @@
 // and evaluates every file whole: for
 // the query shapes of the benchmark and for random queries, over generated files with
 // non-ASCII text, lookalike letters, invalid UTF-8, CR LF line ends and terms at the very
-// start and end of files, both must answer the same files, counts and occurrences.
+// start and end of files, both must answer the same files, counts and occurrences, and the
+// same terms inside the snippets, at the same lines and byte columns.
 #include <algorithm>
 #include <random>
 #include <string>
@@ -29,6 +30,10 @@ std::string answers(SearchRequest request) {
       all += std::to_string(occurrence.line) + " " + std::to_string(occurrence.range.location) +
              "+" + std::to_string(occurrence.range.length) + " " +
              std::string(result.snippet(occurrence)) + "\n";
+      for (const FoundTerm& term : result.termsOf(occurrence)) {
+        all += "  " + std::to_string(term.line) + ":" + std::to_string(term.column) + " [" +
+               std::string(result.snippet(occurrence).substr(term.start, term.length)) + "]\n";
+      }
     }
     return true;
   });
@@ -120,12 +125,13 @@ TEST(SearchShortcutsTest, ShortcutsAnswerAsThePlainPathDoes) {
     SearchWant want;
     bool ranges;
     bool paragraphs;
+    bool terms = false;
   };
-  const std::vector<Mode> modes = {{SearchWant::kFiles, false, false},
-                                   {SearchWant::kCounts, false, false},
-                                   {SearchWant::kOccurrences, true, false},
-                                   {SearchWant::kOccurrences, false, true},
-                                   {SearchWant::kOccurrences, false, false}};
+  const std::vector<Mode> modes = {
+      {SearchWant::kFiles, false, false},          {SearchWant::kCounts, false, false},
+      {SearchWant::kOccurrences, true, false},     {SearchWant::kOccurrences, false, true},
+      {SearchWant::kOccurrences, false, false},    {SearchWant::kOccurrences, false, false, true},
+      {SearchWant::kOccurrences, true, true, true}};
   for (const std::string& query : queries) {
     SCOPED_TRACE(query);
     for (std::size_t m = 0; m < modes.size(); ++m) {
@@ -135,6 +141,7 @@ TEST(SearchShortcutsTest, ShortcutsAnswerAsThePlainPathDoes) {
       request.want = modes[m].want;
       request.ranges = modes[m].ranges;
       request.paragraphs = modes[m].paragraphs;
+      request.terms = modes[m].terms;
       request.threads = 2;
       const std::string fast = answers(request);
       request.plain = true;

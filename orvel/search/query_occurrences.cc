@@ -71,15 +71,19 @@ class TermSearch {
              bool anchored, bool exactPhrase)
       : _text(text),
         _flags(caseSensitive ? 0u : kCompareCaseInsensitive),
-        _anchored(anchored),
         _exactPhrase(exactPhrase) {
+    add(terms, anchored);
+  }
+
+  // More terms, anchored (whole words) or not.
+  void add(const std::vector<std::u16string>& terms, bool anchored) {
     const CharacterSetRep words = queryTermCharacters();
     for (const std::u16string& term : terms) {
       const bool wordUnitsOnly =
           !term.empty() && std::all_of(term.begin(), term.end(), [words](unichar c) {
             return isMemberOfCharacterSetRep(words, c);
           });
-      _terms.push_back(Term{&term, wordUnitsOnly});
+      _terms.push_back(Term{&term, wordUnitsOnly, anchored});
     }
   }
 
@@ -98,14 +102,14 @@ class TermSearch {
       if (term.wordUnitsOnly && atBoundary) {
         if (!term.searched || (term.next.found() && term.next.location < from)) {
           term.next =
-              findTerm(*term.text, _text, from, size - from, _flags, _anchored, _exactPhrase);
+              findTerm(*term.text, _text, from, size - from, _flags, term.anchored, _exactPhrase);
           term.searched = true;
         }
         hit = term.next;
       } else {
         const std::size_t limit = best.found() ? best.location - from : size - from;
         if (term.text->size() > limit) continue;
-        hit = findTerm(*term.text, _text, from, limit, _flags, _anchored, _exactPhrase);
+        hit = findTerm(*term.text, _text, from, limit, _flags, term.anchored, _exactPhrase);
         // Not found in the whole rest: it cannot occur later either.
         term.hopeless = !hit.found() && !best.found();
       }
@@ -118,6 +122,7 @@ class TermSearch {
   struct Term {
     const std::u16string* text;
     bool wordUnitsOnly;
+    bool anchored;
     bool searched = false;
     bool hopeless = false;
     Range next = Range::notFound();
@@ -125,7 +130,7 @@ class TermSearch {
 
   std::u16string_view _text;
   unsigned _flags;
-  bool _anchored, _exactPhrase;
+  bool _exactPhrase;
   std::vector<Term> _terms;
 };
 
@@ -149,9 +154,20 @@ namespace internal {
 
 std::vector<OccurrencePlace> collectOccurrencePlaces(std::u16string_view text, bool paragraphs,
                                                      bool countLines, OccurrenceFinder findNext,
-                                                     void* context) {
-  return walkOccurrences<LineCounter>(text, paragraphs, countLines,
-                                      [&](std::size_t from) { return findNext(context, from); });
+                                                     void* context, std::vector<TermPlace>* terms) {
+  return walkOccurrences<LineCounter>(
+      text, paragraphs, countLines, [&](std::size_t from) { return findNext(context, from); },
+      terms);
+}
+
+std::vector<OccurrencePlace> occurrencePlacesOfWordsAndSubstrings(
+    std::u16string_view text, const std::vector<std::u16string>& words,
+    const std::vector<std::u16string>& substrings, bool caseSensitive, bool paragraphs,
+    bool countLines, std::vector<TermPlace>* terms) {
+  if (text.empty() || (words.empty() && substrings.empty())) return {};
+  TermSearch search(words, text, caseSensitive, true, false);
+  search.add(substrings, false);
+  return collectOccurrencePlaces(text, paragraphs, countLines, nextTerm, &search, terms);
 }
 
 std::optional<std::u16string> assembleOccurrences(std::u16string_view text,
@@ -216,10 +232,12 @@ std::optional<std::vector<Occurrence>> getOccurrencesOfQueryTerm(
 
 std::vector<OccurrencePlace> getOccurrencePlacesOfQueryTerm(
     std::u16string_view text, const std::vector<std::u16string>& terms, bool caseSensitive,
-    bool anchored, bool exactPhrase, bool paragraphs, bool countLines) {
+    bool anchored, bool exactPhrase, bool paragraphs, bool countLines,
+    std::vector<TermPlace>* termPlaces) {
   if (terms.empty() || text.empty()) return {};
   TermSearch search(terms, text, caseSensitive, anchored, exactPhrase);
-  return internal::collectOccurrencePlaces(text, paragraphs, countLines, nextTerm, &search);
+  return internal::collectOccurrencePlaces(text, paragraphs, countLines, nextTerm, &search,
+                                           termPlaces);
 }
 
 std::optional<std::vector<Occurrence>> occurrencesAtPlaces(

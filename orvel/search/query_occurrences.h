@@ -28,6 +28,17 @@ struct Occurrence {
 struct OccurrencePlace {
   Range range;           // the snippet's range in the text
   std::size_t line = 0;  // 0-based line of the snippet's start
+  // Where terms were asked for: this occurrence's are terms[firstTerm, firstTerm + termCount).
+  std::size_t firstTerm = 0;
+  std::size_t termCount = 0;
+};
+
+// A term found inside an occurrence's snippet, for marking it or jumping to it: the first
+// term of the snippet, then each next one found after the end of the one before.
+struct TermPlace {
+  Range range;             // in the text
+  std::size_t line = 0;    // 0-based line of its start
+  std::size_t column = 0;  // 0-based, in UTF-8 bytes from the start of that line
 };
 
 using QueryTermArray = FastArray<const std::u16string*>;
@@ -51,10 +62,12 @@ using QueryTermArray = FastArray<const std::u16string*>;
     std::u16string_view text, const std::vector<std::u16string>& terms, bool caseSensitive,
     bool anchored, bool exactPhrase, bool paragraphs);
 // The same occurrences as places (empty when there are none). Without countLines every
-// line is 0, which spares reading the text for line ends.
+// line is 0, which spares reading the text for line ends. With `terms` the terms inside
+// each snippet are appended to it (lines counted whatever countLines says).
 [[nodiscard]] std::vector<OccurrencePlace> getOccurrencePlacesOfQueryTerm(
     std::u16string_view text, const std::vector<std::u16string>& terms, bool caseSensitive,
-    bool anchored, bool exactPhrase, bool paragraphs, bool countLines = true);
+    bool anchored, bool exactPhrase, bool paragraphs, bool countLines = true,
+    std::vector<TermPlace>* termPlaces = nullptr);
 
 // The occurrences at places in text, each with its snippet's text; nullopt for no places.
 [[nodiscard]] std::optional<std::vector<Occurrence>> occurrencesAtPlaces(
@@ -78,10 +91,16 @@ namespace internal {
 // the next occurrence at or after `from`.
 using OccurrenceFinder = Range (*)(void* context, std::size_t from);
 
-[[nodiscard]] std::vector<OccurrencePlace> collectOccurrencePlaces(std::u16string_view text,
-                                                                   bool paragraphs, bool countLines,
-                                                                   OccurrenceFinder findNext,
-                                                                   void* context);
+[[nodiscard]] std::vector<OccurrencePlace> collectOccurrencePlaces(
+    std::u16string_view text, bool paragraphs, bool countLines, OccurrenceFinder findNext,
+    void* context, std::vector<TermPlace>* terms = nullptr);
+
+// The occurrences of whole words (anchored) and substring terms together, in one walk: a
+// snippet that holds both kinds is one occurrence.
+[[nodiscard]] std::vector<OccurrencePlace> occurrencePlacesOfWordsAndSubstrings(
+    std::u16string_view text, const std::vector<std::u16string>& words,
+    const std::vector<std::u16string>& substrings, bool caseSensitive, bool paragraphs,
+    bool countLines, std::vector<TermPlace>* terms);
 
 struct AssemblyOptions {
   bool onlyOccurrences = false;

@@ -302,10 +302,12 @@ std::optional<std::vector<Occurrence>> getOccurrencesOfWildcards(
 
 std::vector<OccurrencePlace> getOccurrencePlacesOfWildcards(
     std::u16string_view text, const std::vector<std::u16string>& patterns,
-    WildcardComparison comparison, std::size_t minCharacters, bool paragraphs, bool countLines) {
+    WildcardComparison comparison, std::size_t minCharacters, bool paragraphs, bool countLines,
+    std::vector<TermPlace>* terms) {
   if (patterns.empty() || text.empty()) return {};
   WildcardSearch search{&patterns, text, comparison, minCharacters};
-  return internal::collectOccurrencePlaces(text, paragraphs, countLines, nextWildcard, &search);
+  return internal::collectOccurrencePlaces(text, paragraphs, countLines, nextWildcard, &search,
+                                           terms);
 }
 
 std::optional<std::u16string> assembleOccurrencesOfWildcards(

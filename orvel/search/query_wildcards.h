@@ -90,7 +90,7 @@ namespace orvel {
 [[nodiscard]] std::vector<OccurrencePlace> getOccurrencePlacesOfWildcards(
     std::u16string_view text, const std::vector<std::u16string>& patterns,
     WildcardComparison comparison, std::size_t minCharacters, bool paragraphs,
-    bool countLines = true);
+    bool countLines = true, std::vector<TermPlace>* terms = nullptr);
 [[nodiscard]] std::optional<std::u16string> assembleOccurrencesOfWildcards(
     std::u16string_view text, const std::vector<std::u16string>& patterns, bool onlyOccurrences,
     bool singleWords, WildcardComparison comparison, std::size_t minCharacters, bool paragraphs,

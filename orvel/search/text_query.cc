@@ -1,7 +1,6 @@
 #include "orvel/search/text_query.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "orvel/search/internal/byte_word_search.h"
 #include "orvel/search/query_wildcards.h"
@@ -87,45 +86,30 @@ std::vector<Occurrence> TextQuery::occurrences(std::u16string_view text, bool pa
 }
 
 std::vector<OccurrencePlace> TextQuery::occurrencePlaces(std::u16string_view text, bool paragraphs,
-                                                         bool countLines) const {
+                                                         bool countLines,
+                                                         std::vector<TermPlace>* terms) const {
   if (_wildcard) {
     if (!_patterns) return {};
-    return getOccurrencePlacesOfWildcards(text, *_patterns, comparison(), 1, paragraphs,
-                                          countLines);
+    return getOccurrencePlacesOfWildcards(text, *_patterns, comparison(), 1, paragraphs, countLines,
+                                          terms);
   }
-  text = compared(text);
-  std::vector<OccurrencePlace> words = getOccurrencePlacesOfQueryTerm(
-      text, _words, _caseSensitive, true, false, paragraphs, countLines);
-  if (_substrings.empty()) return words;
-  const std::vector<OccurrencePlace> substrings = getOccurrencePlacesOfQueryTerm(
-      text, _substrings, _caseSensitive, false, false, paragraphs, countLines);
-  // Both lists are in text order: merged, a snippet both found counts once.
-  std::vector<OccurrencePlace> merged;
-  merged.reserve(words.size() + substrings.size());
-  const auto before = [](const OccurrencePlace& a, const OccurrencePlace& b) {
-    return a.range.location < b.range.location;
-  };
-  std::merge(words.begin(), words.end(), substrings.begin(), substrings.end(),
-             std::back_inserter(merged), before);
-  merged.erase(std::unique(merged.begin(), merged.end(),
-                           [](const OccurrencePlace& a, const OccurrencePlace& b) {
-                             return a.range == b.range;
-                           }),
-               merged.end());
-  return merged;
+  return internal::occurrencePlacesOfWordsAndSubstrings(
+      compared(text), _words, _substrings, _caseSensitive, paragraphs, countLines, terms);
 }
 
 std::optional<std::vector<OccurrencePlace>> TextQuery::matchingOccurrencePlaces(
-    std::u16string_view text, bool paragraphs, bool countLines) const {
+    std::u16string_view text, bool paragraphs, bool countLines,
+    std::vector<TermPlace>* terms) const {
   if (!_everyMatchIsAnOccurrence && !matches(text)) return std::nullopt;
-  std::vector<OccurrencePlace> places = occurrencePlaces(text, paragraphs, countLines);
+  std::vector<OccurrencePlace> places = occurrencePlaces(text, paragraphs, countLines, terms);
   if (_everyMatchIsAnOccurrence && places.empty()) return std::nullopt;
   return places;
 }
 
 std::optional<std::vector<OccurrencePlace>> TextQuery::byteOccurrencePlaces(
-    std::string_view bytes, bool paragraphs, bool countLines, bool unitOffsets) const {
-  return _byteSearch->places(bytes, paragraphs, countLines, unitOffsets);
+    std::string_view bytes, bool paragraphs, bool countLines, bool unitOffsets,
+    std::vector<TermPlace>* terms) const {
+  return _byteSearch->places(bytes, paragraphs, countLines, unitOffsets, terms);
 }
 
 std::optional<bool> TextQuery::byteMatches(std::string_view bytes) const {

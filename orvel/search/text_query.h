@@ -40,16 +40,18 @@ class TextQuery {
   [[nodiscard]] std::vector<Occurrence> occurrences(std::u16string_view text,
                                                     bool paragraphs = false) const;
   // Where those occurrences are, without copies of their snippets; without countLines
-  // every line is 0.
-  [[nodiscard]] std::vector<OccurrencePlace> occurrencePlaces(std::u16string_view text,
-                                                              bool paragraphs = false,
-                                                              bool countLines = true) const;
+  // every line is 0. With `terms`, the terms inside each snippet are appended there (see
+  // TermPlace), and lines are counted.
+  [[nodiscard]] std::vector<OccurrencePlace> occurrencePlaces(
+      std::u16string_view text, bool paragraphs = false, bool countLines = true,
+      std::vector<TermPlace>* terms = nullptr) const;
   // The places of a matching text's occurrences, nullopt when the text does not match. A
   // query whose every match is an occurrence of one of its words (a word, or words joined
   // by OR) is tested by the search for occurrences itself, which spares reading the text
   // twice; any other is tested first.
   [[nodiscard]] std::optional<std::vector<OccurrencePlace>> matchingOccurrencePlaces(
-      std::u16string_view text, bool paragraphs = false, bool countLines = true) const;
+      std::u16string_view text, bool paragraphs = false, bool countLines = true,
+      std::vector<TermPlace>* terms = nullptr) const;
   // The same places for a text given as UTF-8 bytes, found on the bytes without decoding
   // them when they can be: the query is words joined by OR (as above) made of word
   // characters (each letter outside ASCII is looked for as every character that folds as it
@@ -61,7 +63,7 @@ class TextQuery {
   // places, empty for no match.
   [[nodiscard]] std::optional<std::vector<OccurrencePlace>> byteOccurrencePlaces(
       std::string_view bytes, bool paragraphs = false, bool countLines = true,
-      bool unitOffsets = true) const;
+      bool unitOffsets = true, std::vector<TermPlace>* terms = nullptr) const;
   // Whether such a query matches a text given as UTF-8 bytes, decided on the bytes as
   // byteOccurrencePlaces finds the places (stopping at the first); nullopt when it cannot be.
   [[nodiscard]] std::optional<bool> byteMatches(std::string_view bytes) const;

@@ -33,6 +33,10 @@ class FileSearch {
            std::find(_request.kinds.begin(), _request.kinds.end(), kind) != _request.kinds.end();
   }
   [[nodiscard]] bool quiet() const { return !_result.named && !_request.reportSkipped; }
+  // Where the terms inside the snippets go, when they are asked for.
+  [[nodiscard]] std::vector<TermPlace>* termsWanted(std::vector<TermPlace>& terms) const {
+    return _request.terms && _request.want == SearchWant::kOccurrences ? &terms : nullptr;
+  }
 
   void searchText(ReadingThread& thread);
   // Inflates a gzip file's bytes and searches the document they hold.
@@ -44,9 +48,13 @@ class FileSearch {
   std::optional<bool> settledOnFirstBytes(DocumentReader& reader) const;
   bool prefixMatches(DocumentReader& reader) const;
   void searchDocument(DocumentText document);
-  void keepOccurrences(const std::vector<OccurrencePlace>& places, std::u16string_view text,
+  void keepOccurrences(const std::vector<OccurrencePlace>& places,
+                       const std::vector<TermPlace>& terms, std::u16string_view text,
                        std::string_view utf8, bool unitRanges);
   void addOccurrence(std::size_t line, Range range, std::string_view snippetUtf8);
+  void addTerms(const OccurrencePlace& place, std::span<const TermPlace> terms,
+                std::u16string_view text);
+  void addCommentOccurrence(const std::u16string& comment);
 
   const SearchPlan& _plan;
   const SearchRequest& _request;
@@ -67,7 +75,7 @@ std::optional<SearchResult> FileSearch::run(ReadingThread& thread) {
   }
   if (comment) {
     _matched = true;
-    addOccurrence(0, Range{0, comment->size()}, utf16ToUtf8(*comment));
+    addCommentOccurrence(*comment);
     if (_request.want == SearchWant::kFiles) return std::move(_result);
   }
   try {
@@ -196,10 +204,11 @@ bool FileSearch::settleOnBytes(DocumentReader& reader, const std::filesystem::pa
   if (shortcuts && _request.want != SearchWant::kFiles) {
     const bool occurrences = _request.want == SearchWant::kOccurrences;
     const bool unitRanges = occurrences && _request.ranges;
-    if (auto places =
-            _plan.query.byteOccurrencePlaces(bytes, _request.paragraphs, occurrences, unitRanges)) {
+    std::vector<TermPlace> terms;
+    if (auto places = _plan.query.byteOccurrencePlaces(bytes, _request.paragraphs, occurrences,
+                                                       unitRanges, termsWanted(terms))) {
       // Found on the bytes, a text matches when its words occur.
-      if (!places->empty()) keepOccurrences(*places, {}, bytes, unitRanges);
+      if (!places->empty()) keepOccurrences(*places, terms, {}, bytes, unitRanges);
       return true;
     }
   }
@@ -272,14 +281,17 @@ void FileSearch::searchDocument(DocumentText document) {
     return;
   }
   const bool occurrences = _request.want == SearchWant::kOccurrences;
-  const auto places = _plan.query.matchingOccurrencePlaces(text, _request.paragraphs, occurrences);
-  if (places) keepOccurrences(*places, text, {}, true);
+  std::vector<TermPlace> terms;
+  const auto places = _plan.query.matchingOccurrencePlaces(text, _request.paragraphs, occurrences,
+                                                           termsWanted(terms));
+  if (places) keepOccurrences(*places, terms, text, {}, true);
 }
 
 // Keeps a matching text's occurrences (or their number), with their snippets taken from the
 // decoded text or, for a file searched on its bytes, from its UTF-8.
 void FileSearch::keepOccurrences(const std::vector<OccurrencePlace>& places,
-                                 std::u16string_view text, std::string_view utf8, bool unitRanges) {
+                                 const std::vector<TermPlace>& terms, std::u16string_view text,
+                                 std::string_view utf8, bool unitRanges) {
   _matched = true;
   std::size_t kept = places.size();
   if (_request.maxCount > 0)
@@ -299,7 +311,43 @@ void FileSearch::keepOccurrences(const std::vector<OccurrencePlace>& places,
     } else {
       addOccurrence(place.line + 1, range, utf8.substr(place.range.location, place.range.length));
     }
+    addTerms(place, terms, text);
   }
+}
+
+// The terms of the occurrence just added, at their offsets in its snippet's UTF-8: measured
+// in a decoded text from the term before, and already in bytes in a text searched on them
+// (`text` empty).
+void FileSearch::addTerms(const OccurrencePlace& place, std::span<const TermPlace> terms,
+                          std::u16string_view text) {
+  if (!_request.terms) return;
+  FoundOccurrence& occurrence = _result.occurrences.back();
+  occurrence.firstTerm = _result.terms.size();
+  occurrence.termCount = place.termCount;
+  std::size_t measured = place.range.location;
+  std::size_t bytes = 0;
+  for (const TermPlace& term : terms.subspan(place.firstTerm, place.termCount)) {
+    FoundTerm& found =
+        _result.terms.emplace_back(FoundTerm{term.range.location - place.range.location,
+                                             term.range.length, term.line + 1, term.column + 1});
+    if (text.empty()) continue;
+    bytes += utf8LengthOfUtf16(text.substr(measured, term.range.location - measured));
+    measured = term.range.location;
+    found.start = bytes;
+    found.length = utf8LengthOfUtf16(text.substr(term.range.location, term.range.length));
+  }
+}
+
+// The Finder comment as the first occurrence, line 0, the whole comment its snippet.
+void FileSearch::addCommentOccurrence(const std::u16string& comment) {
+  addOccurrence(0, Range{0, comment.size()}, utf16ToUtf8(comment));
+  if (_request.want != SearchWant::kOccurrences || !_request.terms) return;
+  std::vector<TermPlace> terms;
+  (void)_plan.query.occurrencePlaces(comment, false, true, &terms);
+  const std::size_t first = _result.terms.size();
+  addTerms(OccurrencePlace{Range{0, comment.size()}, 0, 0, terms.size()}, terms, comment);
+  // The comment is line 0 whatever lines it holds.
+  for (FoundTerm& term : std::span(_result.terms).subspan(first)) term.line = 0;
 }
 
 void FileSearch::addOccurrence(std::size_t line, Range range, std::string_view snippetUtf8) {

@@ -113,14 +113,14 @@ bool ByteWordSearch::searchable(std::string_view bytes, bool unitOffsets) const 
          });
 }
 
-std::optional<std::vector<OccurrencePlace>> ByteWordSearch::places(std::string_view bytes,
-                                                                   bool paragraphs, bool countLines,
-                                                                   bool unitOffsets) const {
+std::optional<std::vector<OccurrencePlace>> ByteWordSearch::places(
+    std::string_view bytes, bool paragraphs, bool countLines, bool unitOffsets,
+    std::vector<TermPlace>* terms) const {
   if (!searchable(bytes, unitOffsets)) return std::nullopt;
   // Each form's next whole-word occurrence, searched again once the walk has passed it.
   constexpr std::size_t kUnsearched = std::string_view::npos - 1;
   std::vector<std::size_t> next(_forms.size(), kUnsearched);
-  return walkOccurrences<Utf8LineCounter>(bytes, paragraphs, countLines, [&](std::size_t position) {
+  const auto findNext = [&](std::size_t position) {
     Range found = Range::notFound();
     for (std::size_t k = 0; k < _forms.size(); ++k) {
       if (next[k] == kUnsearched || (next[k] != std::string_view::npos && next[k] < position)) {
@@ -131,7 +131,8 @@ std::optional<std::vector<OccurrencePlace>> ByteWordSearch::places(std::string_v
       }
     }
     return found;
-  });
+  };
+  return walkOccurrences<Utf8LineCounter>(bytes, paragraphs, countLines, findNext, terms);
 }
 
 std::optional<bool> ByteWordSearch::matches(std::string_view bytes) const {

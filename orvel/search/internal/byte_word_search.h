@@ -31,10 +31,11 @@ class ByteWordSearch {
   // the bytes cannot be searched so (the caller decodes them): the search is inactive, the
   // word characters changed since, or the bytes are not all ASCII and unitOffsets is asked,
   // or they are ill-formed UTF-8, hold a NUL or a byte-order mark, or
-  // (without case) a character that folds to an ASCII letter of a word.
-  [[nodiscard]] std::optional<std::vector<OccurrencePlace>> places(std::string_view bytes,
-                                                                   bool paragraphs, bool countLines,
-                                                                   bool unitOffsets) const;
+  // (without case) a character that folds to an ASCII letter of a word. With `terms`, the
+  // words inside each snippet too (ranges and columns in bytes).
+  [[nodiscard]] std::optional<std::vector<OccurrencePlace>> places(
+      std::string_view bytes, bool paragraphs, bool countLines, bool unitOffsets,
+      std::vector<TermPlace>* terms = nullptr) const;
   // Whether a word occurs, on bytes that can be searched so (as places answers them, without
   // unit offsets); nullopt when they cannot.
   [[nodiscard]] std::optional<bool> matches(std::string_view bytes) const;

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "orvel/base/range.h"
+#include "orvel/base/utf8.h"
 #include "orvel/search/internal/utf8_units.h"
 #include "orvel/search/query_evaluation.h"
 #include "orvel/search/query_occurrences.h"
@@ -133,23 +134,74 @@ class BasicLineCounter {
 using LineCounter = BasicLineCounter<std::u16string_view>;
 using Utf8LineCounter = BasicLineCounter<std::string_view>;
 
+// How many bytes the text between two positions takes in UTF-8.
+[[nodiscard]] inline std::size_t utf8Width(std::string_view, std::size_t from, std::size_t to) {
+  return to - from;
+}
+[[nodiscard]] inline std::size_t utf8Width(std::u16string_view text, std::size_t from,
+                                           std::size_t to) {
+  return utf8LengthOfUtf16(text.substr(from, to - from));
+}
+
+// The columns of terms met in text order: a term on the line of the one before is measured
+// from it, one on a new line from its line's start, found by looking back no further than
+// the term before. Each stretch of text is measured once.
+template <typename Text>
+class ColumnCounter {
+ public:
+  explicit ColumnCounter(Text text) : _text(text), _lineStarts(defaultLineSeparators()) {}
+
+  [[nodiscard]] std::size_t columnAt(std::size_t position, std::size_t line) {
+    if (line != _line || _position == NSNotFound) {
+      _line = line;
+      _position = _lineStarts.startAfterPrevious(_text, position);
+      _column = 0;
+    }
+    _column += utf8Width(_text, _position, position);
+    _position = position;
+    return _column;
+  }
+
+ private:
+  Text _text;
+  BoundaryScan _lineStarts;
+  std::size_t _line = 0;
+  std::size_t _position = NSNotFound;
+  std::size_t _column = 0;
+};
+
 // The places of the occurrences that findNext(position) answers, each the first at or after
 // the position, in text order: the walk goes on after each snippet, so that a sentence (or
 // a line with paragraphs) is one occurrence however many terms it holds. Lines is the line
-// counter for the text's kind; without countLines every line is 0.
+// counter for the text's kind; without countLines every line is 0. With `terms`, the terms
+// inside each snippet are appended there (findNext asked again from the end of each).
 template <typename Lines, typename Text, typename FindNext>
-[[nodiscard]] std::vector<OccurrencePlace> walkOccurrences(Text text, bool paragraphs,
-                                                           bool countLines, FindNext findNext) {
+[[nodiscard]] std::vector<OccurrencePlace> walkOccurrences(
+    Text text, bool paragraphs, bool countLines, FindNext findNext,
+    std::vector<TermPlace>* terms = nullptr) {
   const CharacterSetRep words = queryTermCharacters();
   const BoundaryScan boundaries(paragraphs ? defaultLineSeparators() : defaultSentenceSeparators());
   Lines lines(text);
+  ColumnCounter<Text> columns(text);
+  countLines = countLines || terms != nullptr;
   std::vector<OccurrencePlace> places;
   for (std::size_t position = 0; position < text.size();) {
     const Range found = findNext(position);
     if (!found.found()) break;
     const Snippet snippet = snippetAround(text, found, words, boundaries);
     if (snippet.range.length > 0) {
-      places.push_back({snippet.range, countLines ? lines.lineAt(snippet.range.location) : 0});
+      OccurrencePlace& place = places.emplace_back(
+          OccurrencePlace{snippet.range, countLines ? lines.lineAt(snippet.range.location) : 0});
+      if (terms != nullptr) {
+        // The snippet holds the occurrence found; the next terms are those that end in it.
+        place.firstTerm = terms->size();
+        for (Range term = found; term.found() && term.end() <= snippet.range.end();
+             term = findNext(std::max(term.end(), term.location + 1))) {
+          const std::size_t line = lines.lineAt(term.location);
+          terms->push_back({term, line, columns.columnAt(term.location, line)});
+        }
+        place.termCount = terms->size() - place.firstTerm;
+      }
     }
     position = std::max(snippet.resume, found.location + 1);
   }
