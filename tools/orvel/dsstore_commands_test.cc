@@ -102,7 +102,7 @@ TEST_F(DSStoreCommandTest, SearchFindsFilesByTheirComments) {
                     "/photo.jpg\n0:Our café by the river\n");
   expectSuccess(orvel({"search", "--comments", "-c", "quarterly OR quarter", root()}),
                 root() + "/report.txt:2\n");
-  expectSuccess(orvel({"search", "--comments", "--json", "figures", root()}),
+  expectSuccess(orvel({"search", "--comments", "--json=files", "figures", root()}),
                 "{\"kind\":\"text\",\"occurrences\":[{\"line\":0,\"range\":[0,17],"
                 "\"string\":\"quarterly figures\"}],\"path\":\"" +
                     root() + "/report.txt\"}\n");

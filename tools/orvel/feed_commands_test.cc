@@ -85,7 +85,7 @@ TEST(FeedSearchTest, FeedsAreSearchedAsTheTextOfTheirItems) {
                 root + "/atom.txt\n1:Bold move\n2:bold words\n" + root +
                     "/mention.txt\n1:a text about the <feed> element, with bold words\n" + root +
                     "/news.xml\n5:Plain bold text\n");
-  expectSuccess(orvel({"search", "--json", "crème", root}),
+  expectSuccess(orvel({"search", "--json=files", "crème", root}),
                 "{\"kind\":\"feed\",\"occurrences\":[{\"line\":2,\"range\":[11,13],"
                 "\"string\":\"Crème & sugar\"}],\"path\":\"" +
                     root + "/news.xml\"}\n");

@@ -154,11 +154,11 @@ TEST_F(HtmlSearchTest, PagesAreSearchedAsTheirText) {
   // Line numbers and snippets are those of the text: the title before the body is dropped.
   expectSuccess(orvel({"search", "привет", root}), root + "/cyrillic.html\n1:Привет world\n");
   expectSuccess(orvel({"search", "café", root}), root + "/tags.htm\n3:world & café\n");
-  expectSuccess(orvel({"search", "--json", "без OR hello", root}),
+  expectSuccess(orvel({"search", "--json=files", "без OR hello", root}),
                 "{\"kind\":\"html\",\"occurrences\":[{\"line\":1,\"range\":[0,5],"
                 "\"string\":\"hello\"}],\"path\":\"" +
                     root + "/tags.htm\"}\n");
-  expectSuccess(orvel({"search", "--json", "plain", root}),
+  expectSuccess(orvel({"search", "--json=files", "plain", root}),
                 "{\"kind\":\"text\",\"occurrences\":[{\"line\":1,\"range\":[1,25],"
                 "\"string\":\"p>world</p> in plain text\"}],\"path\":\"" +
                     root + "/notes.txt\"}\n");

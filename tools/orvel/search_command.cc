@@ -24,6 +24,7 @@
 #include "tools/orvel/command_support.h"
 #include "tools/orvel/commands.h"
 #include "tools/orvel/document_text.h"
+#include "tools/orvel/search_output.h"
 #include "tools/orvel/search_progress.h"
 
 namespace orvel::cli {
@@ -40,8 +41,8 @@ struct Query : TextQuery {
 struct SearchOptions {
   std::string query;
   std::vector<std::string> paths;
-  std::optional<std::string> filesFrom;  // a list of paths, one a line ("-": stdin)
-  bool nulSeparated = false;             // -0: the list's paths end with NUL bytes instead
+  std::optional<std::string> filesFrom;   // a list of paths, one a line ("-": stdin)
+  std::optional<std::string> files0From;  // the same, each path ended by a NUL byte
   bool noProgress = false;
   enum class Case { kIgnore, kSensitive, kSmart } caseMode = Case::kIgnore;  // the last given
   bool wildcard = false;
@@ -49,7 +50,12 @@ struct SearchOptions {
   bool paragraphs = false;
   bool filesWithMatches = false;
   bool count = false;
-  bool json = false;
+  std::optional<std::string> json;  // "lines" (ripgrep's form) or "files"
+  std::string color = "auto";       // auto, always, never
+  std::vector<std::string> colors;  // --colors settings, in order
+  bool column = false;
+  bool vimgrep = false;
+  bool null = false;  // -0: a NUL after each path
   bool hidden = false;
   bool verbose = false;
   bool comments = false;                // a file's Finder comment can match too
@@ -65,6 +71,7 @@ struct SearchOptions {
   bool quiet = false;         // -q: print nothing; stop at the first match
   bool noLineNumber = false;  // -N
   bool noHeading = false;     // path:line:snippet, a line each
+  OutputStyle style;          // worked out from the above when the command runs
   std::size_t maxDepth = std::numeric_limits<std::size_t>::max();
   bool files = false;              // --files: list what would be searched, and stop
   bool follow = false;             // -L: follow symbolic links
@@ -85,74 +92,29 @@ bool termsHoldUpperCase(const QueryTerms& node) {
   return std::any_of(node.children().begin(), node.children().end(), termsHoldUpperCase);
 }
 
-// Appends a snippet on one line: line breaks and tabs become spaces; shortened after
-// `characters` when that is not 0.
-void appendSnippetLine(std::string& out, std::u16string_view snippet, std::size_t characters) {
-  thread_local std::u16string line;
-  line.assign(snippet);
-  static const CharacterSetRep lineSeparators = defaultLineSeparators();
-  for (char16_t& unit : line) {
-    if (unit == u'\t' || isMemberOfCharacterSetRep(lineSeparators, unit)) unit = u' ';
-  }
-  appendUtf16AsUtf8(out, characters > 0 ? stringByEllipsizingAfterNCharacters(line, characters)
-                                        : std::u16string_view(line));
-}
-
-// A snippet's UTF-8 appended as appendSnippetLine appends its text: a line end or tab
-// becoming a space.
-void appendUtf8SnippetLine(std::string& out, std::string_view snippet, std::size_t characters) {
-  if (characters > 0) {
-    appendSnippetLine(out, utf8ToUtf16Lenient(snippet), characters);
-    return;
-  }
-  static const CharacterSetRep lineSeparators = defaultLineSeparators();
-  // Printable ASCII is copied in runs; only other characters are looked at one by one.
-  const auto printable = [](char c) { return c >= 0x20 && c < 0x7F; };
-  for (std::size_t k = 0; k < snippet.size();) {
-    const std::size_t run = k;
-    while (k < snippet.size() && printable(snippet[k])) ++k;
-    out.append(snippet, run, k - run);
-    if (k == snippet.size()) break;
-    const std::size_t length = internal::utf8Length(snippet[k]);
-    const unichar unit = internal::firstUnitAt(snippet, k);
-    if (unit == u'\t' || isMemberOfCharacterSetRep(lineSeparators, unit)) {
-      out += ' ';
-    } else {
-      out.append(snippet, k, length);
+// Works out how results are written from the options given.
+void setOutputStyle(SearchOptions& options) {
+  OutputStyle& style = options.style;
+  style.form = options.json == "lines"    ? OutputForm::kJson
+               : options.json == "files"  ? OutputForm::kJsonFiles
+               : options.filesWithMatches ? OutputForm::kFiles
+               : options.count            ? OutputForm::kCounts
+               : options.vimgrep          ? OutputForm::kVimgrep
+                                          : OutputForm::kSnippets;
+  style.heading = !options.noHeading;
+  style.lineNumbers = !options.noLineNumber;
+  style.column = options.column;
+  style.null = options.null;
+  style.snippetCharacters = options.snippetCharacters;
+  const bool json = options.json.has_value();
+  style.color = !json && (options.color == "always" ||
+                          (options.color == "auto" && ::isatty(STDOUT_FILENO) == 1 &&
+                           std::getenv("NO_COLOR") == nullptr));
+  for (const std::string& setting : options.colors) {
+    if (std::string wrong = style.colors.apply(setting); !wrong.empty()) {
+      throw CLI::ValidationError("--colors", setting + ": " + wrong);
     }
-    k += length;
   }
-}
-
-std::string fileJson(const SearchResult& result) {
-  nlohmann::json occurrences = nlohmann::json::array();
-  for (const FoundOccurrence& occurrence : result.occurrences) {
-    occurrences.push_back({{"range", {occurrence.range.location, occurrence.range.length}},
-                           {"line", occurrence.line},
-                           {"string", std::string(result.snippet(occurrence))}});
-  }
-  const nlohmann::json object = {
-      {"path", result.path}, {"kind", documentKindName(result.kind)}, {"occurrences", occurrences}};
-  return object.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-}
-
-// What a matching file prints: its path, then per format counts, snippets or JSON.
-std::string resultText(const SearchResult& result, const SearchOptions& options) {
-  if (options.json) return fileJson(result);
-  if (options.filesWithMatches) return result.path + "\n";
-  if (options.count) return result.path + ":" + std::to_string(result.count) + "\n";
-  // A heading line with the path, or the path before each occurrence (--no-heading).
-  std::string out = options.noHeading ? "" : result.path + "\n";
-  for (const FoundOccurrence& occurrence : result.occurrences) {
-    if (options.noHeading) out += result.path + ':';
-    if (!options.noLineNumber) {
-      out += std::to_string(occurrence.line);
-      out += ':';
-    }
-    appendUtf8SnippetLine(out, result.snippet(occurrence), options.snippetCharacters);
-    out += '\n';
-  }
-  return out;
 }
 
 // Standard input as a path, and the name it is printed under (as ripgrep prints it).
@@ -182,10 +144,10 @@ SearchRequest searchRequest(const SearchOptions& options) {
     request.inputs.paths.emplace_back(path == "-" ? kStandardInput : path);
     request.inputs.readStreams = request.inputs.readStreams || path == "-";
   }
-  if (options.filesFrom) {
-    request.inputs.pathList = *options.filesFrom == "-" ? kStandardInput : *options.filesFrom;
+  if (const auto& list = options.files0From ? options.files0From : options.filesFrom) {
+    request.inputs.pathList = *list == "-" ? kStandardInput : *list;
   }
-  request.inputs.pathListNulSeparated = options.nulSeparated;
+  request.inputs.pathListNulSeparated = options.files0From.has_value();
   request.inputs.hidden = options.hidden;
   request.inputs.maxDepth = options.maxDepth;
   request.inputs.followLinks = options.follow;
@@ -196,12 +158,16 @@ SearchRequest searchRequest(const SearchOptions& options) {
   request.languageFilter = options.languageFilter;
   request.maxCount = options.maxCount;
   request.want = options.quiet              ? SearchWant::kFiles
-                 : options.json             ? SearchWant::kOccurrences
+                 : options.json.has_value() ? SearchWant::kOccurrences
                  : options.filesWithMatches ? SearchWant::kFiles
                  : options.count            ? SearchWant::kCounts
                                             : SearchWant::kOccurrences;
   request.paragraphs = options.paragraphs;
-  request.ranges = options.json;
+  request.ranges = options.style.form == OutputForm::kJsonFiles;
+  // The terms are marked in colour, and found for a column or JSON.
+  request.terms = options.style.color || options.style.column ||
+                  options.style.form == OutputForm::kVimgrep ||
+                  options.style.form == OutputForm::kJson;
   request.reportSkipped = options.verbose;
   request.threads = options.threads;
   return request;
@@ -211,7 +177,7 @@ SearchRequest searchRequest(const SearchOptions& options) {
 // files read from it as "stdin", as every command names its input.
 std::string shownPath(const SearchOptions& options, std::string path) {
   if (path != kStandardInput) return path;
-  return options.filesFrom == "-" ? "stdin" : kStandardInputName;
+  return options.filesFrom == "-" || options.files0From == "-" ? "stdin" : kStandardInputName;
 }
 
 // --files: the files a search would read, a line each, in its order; kinds are told as the
@@ -238,20 +204,19 @@ int listFiles(const SearchOptions& options, const WalkInputs& inputs) {
       }
     }
     any = true;
-    writeOut(shownPath(options, std::move(item->path)) + "\n");
+    writeOut(pathLine(shownPath(options, std::move(item->path)), options.style));
   }
   if (failed) return 2;
   return any ? 0 : 1;
 }
 
 // --stats: "files searched: N", and so on, one a line.
-std::string statsText(const SearchProgress& progress, std::uint64_t matched,
-                      std::uint64_t occurrences, bool counted, double seconds) {
-  std::string out = "files searched: " + std::to_string(progress.filesSearched) +
-                    "\nfiles matched: " + std::to_string(matched) + "\n";
-  if (counted) out += "occurrences: " + std::to_string(occurrences) + "\n";
-  out += "bytes read: " + std::to_string(progress.bytesRead) + "\n";
-  return out + formatText("seconds: %.3f\n", seconds);
+std::string statsText(const SearchTotals& totals, bool counted) {
+  std::string out = "files searched: " + std::to_string(totals.filesSearched) +
+                    "\nfiles matched: " + std::to_string(totals.filesMatched) + "\n";
+  if (counted) out += "occurrences: " + std::to_string(totals.occurrences) + "\n";
+  out += "bytes read: " + std::to_string(totals.bytesRead) + "\n";
+  return out + formatText("seconds: %.3f\n", totals.seconds);
 }
 
 // Searches the files on the threads asked for and prints each file's results as soon as
@@ -266,8 +231,7 @@ int runSearch(const SearchOptions& options) {
                         [&search] { return search.progress(); });
   bool failed = false;
   bool anyMatch = false;
-  std::uint64_t matched = 0;
-  std::uint64_t occurrences = 0;
+  SearchTotals totals;
   while (auto result = search.next()) {
     result->path = shownPath(options, std::move(result->path));
     progress.withoutLine([&] {
@@ -281,17 +245,23 @@ int runSearch(const SearchOptions& options) {
         reportError(result->path, "skipped: " + result->message);
       } else {
         anyMatch = true;
-        ++matched;
-        occurrences += result->count;
-        if (!options.quiet) writeOut(resultText(*result, options));
+        ++totals.filesMatched;
+        totals.occurrences += result->count;
+        totals.terms += result->terms.size();
+        if (!options.quiet) writeOut(resultText(*result, options.style));
       }
     });
     if (anyMatch && options.quiet) break;  // the answer is known: the rest need not be read
   }
-  if (options.stats) {
-    const double seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    writeOut(statsText(search.progress(), matched, occurrences, counted, seconds));
+  const SearchProgress done = search.progress();
+  totals.filesSearched = done.filesSearched;
+  totals.bytesRead = done.bytesRead;
+  totals.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  // JSON ends with its totals, as ripgrep's does, which stand for --stats.
+  if (options.style.form == OutputForm::kJson && !options.quiet) {
+    writeOut(jsonSummary(totals));
+  } else if (options.stats) {
+    writeOut(statsText(totals, counted));
   }
   if (anyMatch && options.quiet) return 0;
   if (failed) return 2;
@@ -315,8 +285,10 @@ void registerSearch(CLI::App& app, int& status) {
                    "Also search the paths listed in FILE, one a line ('-': standard input); "
                    "at most 1 GiB of list, paths up to 4096 bytes")
       ->type_name("FILE");
-  command->add_flag("-0,--null", options->nulSeparated,
-                    "With --files-from: the paths end with NUL bytes, not line ends");
+  command
+      ->add_option("--files0-from", options->files0From,
+                   "The same with each listed path ended by a NUL byte (find -print0)")
+      ->type_name("FILE");
   command->add_flag("--no-progress", options->noProgress,
                     "Never show progress (shown on a terminal when a search takes a while)");
   // The case options as grep tools take them: the last one given holds (read from the order
@@ -368,8 +340,32 @@ void registerSearch(CLI::App& app, int& status) {
                     "the bytes read and the time");
   command->add_flag("--no-heading", options->noHeading,
                     "Print PATH:LINE:SNIPPET, a line each, instead of the path above its lines");
+  command->add_flag("--column", options->column,
+                    "Print LINE:COLUMN: of each snippet's first term (column in bytes, from 1)");
+  command->add_flag("--vimgrep", options->vimgrep,
+                    "Print PATH:LINE:COLUMN:SNIPPET, a line per occurrence, for an editor");
+  command->add_flag("-0,--null", options->null,
+                    "Follow each path printed with a NUL byte instead of ':' or a line end");
+  command->add_option("--color", options->color, "Colour paths, line numbers and terms: auto "
+                                                  "(on a terminal, unless NO_COLOR is set), "
+                                                  "always or never")
+      ->type_name("WHEN")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
+  command
+      ->add_option("--colors", options->colors,
+                   "Change a colour as ripgrep takes it: TYPE:fg:COLOR, TYPE:bg:COLOR, "
+                   "TYPE:style:STYLE or TYPE:none, TYPE path, line, column or match, COLOR a "
+                   "name, 0-255 or R,G,B, STYLE [no]bold, [no]underline, [no]intense "
+                   "(repeatable)")
+      ->type_name("SPEC")
+      ->allow_extra_args(false);
   command->add_flag("-c,--count", options->count, "Print PATH:COUNT of occurrences");
-  command->add_flag("--json", options->json, "One JSON object per matching file");
+  command
+      ->add_flag("--json{lines}", options->json,
+                 "JSON lines as ripgrep writes them: begin, a match per occurrence (its terms "
+                 "as submatches, offsets in bytes and in UTF-16 units), end, and a summary; "
+                 "--json=files: one object per file, with its kind and occurrences")
+      ->check(CLI::IsMember({"lines", "files"}));
   command->add_flag("--hidden", options->hidden, "Search hidden files and folders too");
   command
       ->add_option("-t,--type", options->typeNames,
@@ -417,16 +413,18 @@ void registerSearch(CLI::App& app, int& status) {
     for (const std::string& name : options->typeNames) {
       options->types.push_back(*documentKindNamed(name));
     }
-    if (options->nulSeparated && !options->filesFrom) {
-      throw CLI::ValidationError("-0", "needs --files-from");
+    if (options->filesFrom && options->files0From) {
+      throw CLI::ValidationError("--files0-from", "takes the place of --files-from");
     }
-    if (options->paths.empty() && !options->filesFrom) {
+    const bool listed = options->filesFrom || options->files0From;
+    if (options->paths.empty() && !listed) {
       options->paths.push_back(standardInputBringsText() ? "-" : ".");
     }
-    if (options->filesFrom == "-" &&
+    if ((options->filesFrom == "-" || options->files0From == "-") &&
         std::find(options->paths.begin(), options->paths.end(), "-") != options->paths.end()) {
       throw CLI::ValidationError("-", "standard input cannot be both a path and the list");
     }
+    setOutputStyle(*options);
     runAnsweringCommand(status, [&] {
       if (options->language) {
         auto filter = loadLanguageFilter(options->stopWords, true);

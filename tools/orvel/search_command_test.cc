@@ -45,7 +45,7 @@ TEST_F(SearchCommandTest, FilesCountsAndJson) {
             path("a.txt") + "\n" + path("sub/c.txt") + "\n");
   EXPECT_EQ(orvel({"search", "-c", "fox OR dog", _dir.path().string()}).out,
             path("a.txt") + ":3\n" + path("sub/c.txt") + ":1\n");
-  EXPECT_EQ(orvel({"search", "--json", "lazy", path("a.txt")}).out,
+  EXPECT_EQ(orvel({"search", "--json=files", "lazy", path("a.txt")}).out,
             "{\"kind\":\"text\",\"occurrences\":[{\"line\":2,\"range\":[21,26],\"string\":\"It "
             "jumps over the lazy "
             "dog\"}],\"path\":\"" +

@@ -149,7 +149,7 @@ TEST_F(SearchHabitsTest, GzipFilesAreSearchedWithZAndABombIsRefused) {
   const std::string z = _root + "/z";
   // Without -z a gzip file is binary, passed over.
   expectFailure(orvel({"search", "-l", "harbour", z}), 1, "");
-  const ProgramResult found = orvel({"search", "-z", "--json", "harbour", z});
+  const ProgramResult found = orvel({"search", "-z", "--json=files", "harbour", z});
   EXPECT_EQ(found.exitCode, 2);
   EXPECT_EQ(found.out,
             "{\"kind\":\"markdown\",\"occurrences\":[{\"line\":1,\"range\":[2,11],"
@@ -196,7 +196,7 @@ TEST_F(SearchHabitsTest, StandardInputIsSearchedAsADashOrAPipe) {
   // In its place among the paths; a page on standard input is told by its first bytes.
   expectSuccess(orvel({"search", "-l", "calm", _a, "-"}, "<html><body>calm</body></html>"),
                 _a + "\n<stdin>\n");
-  expectSuccess(orvel({"search", "--json", "ferry", "-"}, text),
+  expectSuccess(orvel({"search", "--json=files", "ferry", "-"}, text),
                 "{\"kind\":\"text\",\"occurrences\":[{\"line\":2,\"range\":[10,28],"
                 "\"string\":\"The ferry leaves the harbour\"}],\"path\":\"<stdin>\"}\n");
   // Binary input is refused as a named file is, by its first bytes.

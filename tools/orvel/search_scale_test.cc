@@ -33,7 +33,7 @@ TEST(SearchFilesFromTest, ReadsLinesOrNulSeparatedNamesAndSkipsEmptyEntries) {
                 spaced + "\n");
   // A name holding a line end needs NUL separation; the listed order is the output order.
   const std::string nulList = newline + '\0' + '\0' + spaced + '\0';
-  expectSuccess(orvel({"search", "-l", "-0", "--files-from", "-", "harbour"}, nulList),
+  expectSuccess(orvel({"search", "-l", "--files0-from", "-", "harbour"}, nulList),
                 newline + "\n" + spaced + "\n");
   // Paths on the command line are searched too, before the listed ones.
   expectSuccess(orvel({"search", "-c", "--files-from", "-", "harbour", newline}, spaced),
@@ -50,17 +50,17 @@ TEST(SearchFilesFromTest, ReportsMissingListsAndListedFilesInOneLineEach) {
   const std::string gone = (dir.path() / "gone.txt").string();
   expectFailure(orvel({"search", "--files-from", "-", "x"}, gone + "\n"), 2,
                 "orvel: " + gone + ": No such file or directory\n");
-  EXPECT_EQ(orvel({"search", "-0", "x", dir.path().string()}).exitCode, 2);  // -0 needs a list
+  EXPECT_EQ(orvel({"search", "--files0-from", "-", "--files-from", "-", "x"}).exitCode, 2);
   // Lists that run on, or hold what no list of paths holds, are refused in one line, by
   // limits the help names.
   EXPECT_NE(orvel({"--help"})
                 .out.find("a list of files) is read up to 1 GiB, a listed path up "
                           "to 4096 bytes"),
             std::string::npos);
-  expectFailure(orvel({"search", "-0", "--files-from", "/dev/zero", "x"}), 2,
+  expectFailure(orvel({"search", "--files0-from", "/dev/zero", "x"}), 2,
                 "orvel: /dev/zero: the list of files is larger than 1 GiB\n");
   expectFailure(orvel({"search", "--files-from", "-", "x"}, std::string("a\0b\n", 4)), 2,
-                "orvel: stdin: a listed path holds a NUL byte (a NUL-separated list needs -0)\n");
+                "orvel: stdin: a listed path holds a NUL byte (a NUL-separated list is read with --files0-from)\n");
   expectFailure(orvel({"search", "--files-from", "-", "x"}, std::string(5000, 'a')), 2,
                 "orvel: stdin: a listed path is longer than 4096 bytes\n");
   // A name holding a line break is written escaped: one line, never a forged second one.
@@ -81,9 +81,9 @@ TEST(SearchFilesFromTest, JsonLinesOfSeveralRunsMergeIntoOneResult) {
         dir.writeFile("f" + std::to_string(i) + ".txt", "quay " + std::to_string(i)).string();
     (i % 2 == 0 ? first : second) += path + "\n";
   }
-  const ProgramResult all = orvel({"search", "--json", "quay", dir.path().string()});
-  const ProgramResult a = orvel({"search", "--json", "--files-from", "-", "quay"}, first);
-  const ProgramResult b = orvel({"search", "--json", "--files-from", "-", "quay"}, second);
+  const ProgramResult all = orvel({"search", "--json=files", "quay", dir.path().string()});
+  const ProgramResult a = orvel({"search", "--json=files", "--files-from", "-", "quay"}, first);
+  const ProgramResult b = orvel({"search", "--json=files", "--files-from", "-", "quay"}, second);
   std::istringstream merged(a.out + b.out);
   std::multiset<std::string> parts, whole;
   for (std::string line; std::getline(merged, line);) parts.insert(line);

@@ -92,7 +92,7 @@ TEST_F(TextBundleCommandTest, SearchReadsEveryKindAndTypesChooseSome) {
                          "/news.rss\n" + root + "/notes.txt\n" + root + "/page.html\n" + root +
                          "/readme.MD\n");
   EXPECT_EQ(all.err, "");  // the hostile pack holds no bundle text: skipped quietly
-  const ProgramResult json = orvel({"search", "--json", "-j", "1", "pack", root});
+  const ProgramResult json = orvel({"search", "--json=files", "-j", "1", "pack", root});
   EXPECT_EQ(json.out,
             "{\"kind\":\"textbundle\",\"occurrences\":[{\"line\":1,\"range\":[0,24],"
             "\"string\":\"A pack about the harbour\"}],\"path\":\"" +
