@@ -116,7 +116,8 @@ class CollectionWalk::PathList {
   std::optional<std::variant<std::string, WalkItem>> ended(std::string path) {
     if (_separator == '\n' && !path.empty() && path.back() == '\r') path.pop_back();
     if (path.find('\0') != std::string::npos) {
-      return refusal("a listed path holds a NUL byte (a NUL-separated list is read with --files0-from)");
+      return refusal(
+          "a listed path holds a NUL byte (a NUL-separated list is read with --files0-from)");
     }
     if (path.empty()) return next();
     return path;

@@ -346,9 +346,11 @@ void registerSearch(CLI::App& app, int& status) {
                     "Print PATH:LINE:COLUMN:SNIPPET, a line per occurrence, for an editor");
   command->add_flag("-0,--null", options->null,
                     "Follow each path printed with a NUL byte instead of ':' or a line end");
-  command->add_option("--color", options->color, "Colour paths, line numbers and terms: auto "
-                                                  "(on a terminal, unless NO_COLOR is set), "
-                                                  "always or never")
+  command
+      ->add_option("--color", options->color,
+                   "Colour paths, line numbers and terms: auto "
+                   "(on a terminal, unless NO_COLOR is set), "
+                   "always or never")
       ->type_name("WHEN")
       ->check(CLI::IsMember({"auto", "always", "never"}));
   command

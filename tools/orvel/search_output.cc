@@ -36,8 +36,7 @@ std::optional<std::string> colorParameters(std::string_view color, int base, boo
   const std::string text(color);
   if (std::sscanf(text.c_str(), "%d,%d,%d%c", &r, &g, &b, &rest) == 3 && r >= 0 && r < 256 &&
       g >= 0 && g < 256 && b >= 0 && b < 256) {
-    return extended + ";2;" + std::to_string(r) + ";" + std::to_string(g) + ";" +
-           std::to_string(b);
+    return extended + ";2;" + std::to_string(r) + ";" + std::to_string(g) + ";" + std::to_string(b);
   }
   if (std::sscanf(text.c_str(), "%d%c", &r, &rest) == 1 && r >= 0 && r < 256) {
     return extended + ";5;" + std::to_string(r);
@@ -201,8 +200,8 @@ std::string jsonLines(const SearchResult& result) {
                       {"bytes_searched", result.bytesRead},
                       {"matched_lines", result.occurrences.size()},
                       {"matches", result.terms.size()}};
-  out += jsonLine({{"type", "end"},
-                   {"data", {{"path", path}, {"binary_offset", nullptr}, {"stats", stats}}}});
+  out += jsonLine(
+      {{"type", "end"}, {"data", {{"path", path}, {"binary_offset", nullptr}, {"stats", stats}}}});
   return out;
 }
 
@@ -250,7 +249,8 @@ std::string SearchColors::apply(std::string_view setting) {
                     : type == "column" ? &column
                     : type == "match"  ? &match
                                        : nullptr;
-  if (spec == nullptr) return "unknown type '" + std::string(type) + "' (path, line, column, match)";
+  if (spec == nullptr)
+    return "unknown type '" + std::string(type) + "' (path, line, column, match)";
   const std::string_view rest =
       first == std::string_view::npos ? std::string_view() : setting.substr(first + 1);
   if (rest == "none") {
@@ -298,14 +298,12 @@ std::string resultText(const SearchResult& result, const OutputStyle& style) {
 }
 
 std::string jsonSummary(const SearchTotals& totals) {
-  const Json stats = {{"elapsed", elapsed(totals.seconds)},
-                      {"searches", totals.filesSearched},
-                      {"searches_with_match", totals.filesMatched},
-                      {"bytes_searched", totals.bytesRead},
-                      {"matched_lines", totals.occurrences},
-                      {"matches", totals.terms}};
-  return jsonLine(
-      {{"type", "summary"}, {"data", {{"elapsed_total", elapsed(totals.seconds)}, {"stats", stats}}}});
+  const Json stats = {
+      {"elapsed", elapsed(totals.seconds)},         {"searches", totals.filesSearched},
+      {"searches_with_match", totals.filesMatched}, {"bytes_searched", totals.bytesRead},
+      {"matched_lines", totals.occurrences},        {"matches", totals.terms}};
+  return jsonLine({{"type", "summary"},
+                   {"data", {{"elapsed_total", elapsed(totals.seconds)}, {"stats", stats}}}});
 }
 
 }  // namespace orvel::cli

@@ -60,7 +60,8 @@ TEST(SearchFilesFromTest, ReportsMissingListsAndListedFilesInOneLineEach) {
   expectFailure(orvel({"search", "--files0-from", "/dev/zero", "x"}), 2,
                 "orvel: /dev/zero: the list of files is larger than 1 GiB\n");
   expectFailure(orvel({"search", "--files-from", "-", "x"}, std::string("a\0b\n", 4)), 2,
-                "orvel: stdin: a listed path holds a NUL byte (a NUL-separated list is read with --files0-from)\n");
+                "orvel: stdin: a listed path holds a NUL byte (a NUL-separated list is read with "
+                "--files0-from)\n");
   expectFailure(orvel({"search", "--files-from", "-", "x"}, std::string(5000, 'a')), 2,
                 "orvel: stdin: a listed path is longer than 4096 bytes\n");
   // A name holding a line break is written escaped: one line, never a forged second one.
