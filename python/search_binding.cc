@@ -253,6 +253,7 @@ class PySearch {
 std::shared_ptr<PySearch> startSearch(
     const std::u16string& query, const py::object& paths, bool caseSensitive, bool wildcard,
     bool ignoreAccents, const std::optional<fs::path>& filesFrom, bool nulSeparated, bool hidden,
+    bool ignoreFiles,
     const std::optional<std::vector<std::string>>& kinds, bool comments,
     const std::optional<std::string>& language, const std::string& want, bool paragraphs,
     bool reportSkipped, unsigned threads, const py::object& progress, double progressInterval) {
@@ -269,6 +270,7 @@ std::shared_ptr<PySearch> startSearch(
   }
   request.inputs.pathListNulSeparated = nulSeparated;
   request.inputs.hidden = hidden;
+  request.inputs.ignoreFiles = ignoreFiles;
   request.kinds = kindsOf(kinds);
   request.comments = comments;
   if (language) request.languageFilter = languageFilterFor(*language);
@@ -317,14 +319,15 @@ void defineSearch(py::module_& m) {
 
   m.def("search", &startSearch, "query"_a, "paths"_a, py::kw_only(), "case_sensitive"_a = false,
         "wildcard"_a = false, "ignore_accents"_a = false, "files_from"_a = py::none(),
-        "nul_separated"_a = false, "hidden"_a = false, "kinds"_a = py::none(), "comments"_a = false,
+        "nul_separated"_a = false, "hidden"_a = false, "ignore_files"_a = false, "kinds"_a = py::none(), "comments"_a = false,
         "language"_a = py::none(), "want"_a = "occurrences", "paragraphs"_a = false,
         "report_skipped"_a = false, "threads"_a = 0, "progress"_a = py::none(),
         "progress_interval"_a = 0.2,
         R"(Searches the documents under paths (one path, or several: str, bytes or os.PathLike)
 with the query language, on threads of its own, as orvel search does; answers an iterator
 of SearchResult in the order of the walk, each as soon as it is ready. Folders are walked
-recursively (hidden entries only with hidden=True); files_from names a file listing more
+recursively (hidden entries only with hidden=True; with ignore_files=True, leaving out what
+.gitignore, .ignore and .orvelignore files ignore); files_from names a file listing more
 paths, one a line (NUL-separated with nul_separated=True). kinds limits the documents
 ('text', 'markdown', 'html', 'feed', 'textbundle'); language leaves out documents clearly in
 another language; ignore_accents compares through the accent-folding table ("cafe" finds

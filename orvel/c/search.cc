@@ -61,6 +61,7 @@ bool requestOf(const orvel_search_options& options, orvel::SearchRequest& reques
   if (options.path_list != nullptr) request.inputs.pathList = options.path_list;
   request.inputs.pathListNulSeparated = options.path_list_nul_separated;
   request.inputs.hidden = options.hidden;
+  request.inputs.ignoreFiles = options.ignore_files;
   request.kinds = kindsOf(options.kinds);
   request.comments = options.comments;
   if (options.language != nullptr) {

@@ -55,6 +55,7 @@ typedef struct {
   const char* path_list; /* a file listing paths, or NULL */
   bool path_list_nul_separated;
   bool hidden;          /* walk hidden files and folders too */
+  bool ignore_files;    /* leave out what .gitignore, .ignore and .orvelignore ignore */
   unsigned kinds;       /* ORVEL_KIND_... mask; 0: every kind */
   bool comments;        /* Finder comments can match too (line 0) */
   const char* language; /* leave out files clearly in another language (a code), or NULL */

@@ -250,6 +250,7 @@ int CollectionWalk::readFolder(const Entry& parent) {
   if (folder == nullptr) return errno;
   const std::string prefix = folderPath.back() == '/' ? folderPath : folderPath + '/';
   int error = 0;
+  unsigned foundIgnoreFiles = 0;
   _children.clear();
   for (;;) {
     errno = 0;
@@ -259,6 +260,11 @@ int CollectionWalk::readFolder(const Entry& parent) {
       break;
     }
     const std::string_view name = entry->d_name;
+    if (_inputs.ignoreFiles && name.starts_with('.')) {
+      for (std::size_t k = 0; k < std::size(kIgnoreFileNames); ++k) {
+        if (name == kIgnoreFileNames[k]) foundIgnoreFiles |= 1u << k;
+      }
+    }
     if (name == "." || name == ".." || (!_inputs.hidden && isHiddenName(name))) continue;
     const fs::file_type type = entryType(folder, *entry);
     if (type != fs::file_type::regular && type != fs::file_type::directory &&
@@ -287,10 +293,50 @@ int CollectionWalk::readFolder(const Entry& parent) {
     }
   }
   ::closedir(folder);
+  if (_inputs.ignoreFiles) applyIgnoreFiles(parent, prefix, foundIgnoreFiles);
   std::sort(_children.begin(), _children.end(),
             [](const Entry& a, const Entry& b) { return a.name() > b.name(); });
   for (Entry& child : _children) _pending.push_back(std::move(child));
   return error;
+}
+
+namespace {
+
+// The text of an ignore file, empty when it cannot be read; at most a megabyte of it (a
+// file of rules is a few lines).
+std::string ignoreFileText(const std::string& path) {
+  constexpr std::size_t kMaxIgnoreFileBytes = std::size_t{1} << 20;
+  std::string text;
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return text;
+  char buffer[16 * 1024];
+  for (ssize_t got; text.size() < kMaxIgnoreFileBytes &&
+                    (got = ::read(fd, buffer, sizeof buffer)) > 0;) {
+    text.append(buffer, static_cast<std::size_t>(got));
+  }
+  ::close(fd);
+  return text;
+}
+
+}  // namespace
+
+void CollectionWalk::applyIgnoreFiles(const Entry& parent, const std::string& prefix,
+                                      unsigned found) {
+  std::shared_ptr<const IgnoreChain> chain = parent.ignore;
+  if (found != 0) {
+    auto own = std::make_shared<IgnoreChain>(IgnoreChain{{}, prefix.size(), parent.ignore});
+    for (std::size_t k = 0; k < std::size(kIgnoreFileNames); ++k) {
+      if ((found & (1u << k)) != 0) own->rules.add(ignoreFileText(prefix + std::string(kIgnoreFileNames[k])));
+    }
+    if (!own->rules.empty()) chain = std::move(own);
+  }
+  if (!chain) return;
+  std::erase_if(_children, [&chain](const Entry& child) {
+    return chain->ignores(child.path, child.folder);
+  });
+  for (Entry& child : _children) {
+    if (child.folder) child.ignore = chain;
+  }
 }
 
 CollectionWalk::Entry CollectionWalk::linkEntry(int folderFd, const Entry& parent, std::string path,

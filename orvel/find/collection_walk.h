@@ -15,6 +15,8 @@
 
 #include <sys/types.h>
 
+#include "orvel/find/ignore_rules.h"
+
 namespace orvel {
 
 // The longest path a list may hold: the system's PATH_MAX.
@@ -62,6 +64,10 @@ struct WalkInputs {
   // against the entry's name, one with a / against its path below the folder given. Paths
   // given and listed are always taken.
   std::vector<std::string> globs;
+  // Leave out what the .gitignore, .ignore and .orvelignore files of the folders walked
+  // ignore, as git reads such files (see ignore_rules.h); the paths given and listed are
+  // always taken.
+  bool ignoreFiles = false;
   // How deep below a folder given the walk goes: 1 takes the folder's own files only, 0
   // nothing in it. No limit by default.
   std::size_t maxDepth = std::numeric_limits<std::size_t>::max();
@@ -105,6 +111,7 @@ class CollectionWalk {
     std::size_t depth;        // 0 for a path given, 1 for its entries, ...
     std::size_t rootEnd = 0;  // where the path given ends in path
     std::shared_ptr<const FolderOnPath> onPath = nullptr;  // a folder's, when links are followed
+    std::shared_ptr<const IgnoreChain> ignore = nullptr;   // a folder's rules from above it
     int error = 0;                                         // not walked: a failure (-1) ...
     bool skipped = false;                                  // ... or skipped
     std::string message;                                   // why
@@ -114,6 +121,10 @@ class CollectionWalk {
   // The item for a path given or listed; a folder is put on the stack instead (nullopt).
   std::optional<WalkItem> start(const std::string& path);
   int readFolder(const Entry& folder);
+  // Leaves out the children the rules in force in their folder ignore, and hands the rules
+  // down to the folders among them. `found` holds a bit for each of kIgnoreFileNames the
+  // folder has.
+  void applyIgnoreFiles(const Entry& folder, const std::string& prefix, unsigned found);
   // The entry for a symbolic link found in a folder (open at folderFd).
   Entry linkEntry(int folderFd, const Entry& parent, std::string path, std::size_t nameStart);
 

@@ -64,6 +64,8 @@ def test_results_have_named_fields(tree):
     assert (result.status, result.kind, result.count, result.named) == ("matched", "markdown", 1, False)
     assert result.path == str(tree / "a" / "notes.md")
     assert [(o.line, o.snippet) for o in result.occurrences] == [(3, "The harbour wall")]
+    (tree / "a" / ".gitignore").write_text("*.md\n")
+    assert [r.path for r in orvel.search("wall", tree, ignore_files=True)] == []
     (accented,) = orvel.search("cafe", tree, ignore_accents=True)
     assert [o.snippet for o in accented.occurrences] == ["A harbour caf\u00e9"]
     assert list(orvel.search("cafe", tree)) == []

@@ -57,6 +57,7 @@ struct SearchOptions {
   bool vimgrep = false;
   bool null = false;  // -0: a NUL after each path
   bool hidden = false;
+  bool noIgnore = false;  // --no-ignore: ignore files are not read
   bool verbose = false;
   bool comments = false;                // a file's Finder comment can match too
   std::optional<std::string> language;  // --lang: files clearly in another language are left out
@@ -149,6 +150,7 @@ SearchRequest searchRequest(const SearchOptions& options) {
   }
   request.inputs.pathListNulSeparated = options.files0From.has_value();
   request.inputs.hidden = options.hidden;
+  request.inputs.ignoreFiles = !options.noIgnore;
   request.inputs.maxDepth = options.maxDepth;
   request.inputs.followLinks = options.follow;
   request.searchZip = options.searchZip;
@@ -369,6 +371,8 @@ void registerSearch(CLI::App& app, int& status) {
                  "--json=files: one object per file, with its kind and occurrences")
       ->check(CLI::IsMember({"lines", "files"}));
   command->add_flag("--hidden", options->hidden, "Search hidden files and folders too");
+  command->add_flag("--no-ignore", options->noIgnore,
+                    "Do not leave out what .gitignore, .ignore and .orvelignore files ignore");
   command
       ->add_option("-t,--type", options->typeNames,
                    "Only documents of this kind: text, markdown, html, feed, textbundle, or "

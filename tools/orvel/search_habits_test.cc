@@ -56,6 +56,21 @@ TEST_F(SearchHabitsTest, IgnoringAccentsFindsEverySpelling) {
   expectSuccess(orvel({"search", "-a", "-l", "dignite AND humaine", _root}), fr + "\n");
 }
 
+TEST_F(SearchHabitsTest, IgnoreFilesAreHonouredUnlessTurnedOff) {
+  _dir.writeFile(".gitignore", "build/\n");
+  _dir.writeFile("src/.orvelignore", "*.md\n");
+  const std::string built = _dir.writeFile("build/out.txt", "harbour").string();
+  const std::string notes = _dir.writeFile("src/notes.md", "harbour").string();
+  const std::string code = _dir.writeFile("src/code.txt", "harbour").string();
+  expectSuccess(orvel({"search", "-l", "-j", "1", "harbour", _root}),
+                _a + "\n" + _b + "\n" + code + "\n");
+  expectSuccess(orvel({"search", "--files", _root + "/src"}), code + "\n");
+  expectSuccess(orvel({"search", "-l", "-j", "1", "--no-ignore", "harbour", _root}),
+                _a + "\n" + _b + "\n" + built + "\n" + code + "\n" + notes + "\n");
+  // A file named is searched whatever the rules say.
+  expectSuccess(orvel({"search", "-l", "harbour", notes}), notes + "\n");
+}
+
 TEST_F(SearchHabitsTest, OutputFormsForEditorsAndScripts) {
   expectSuccess(orvel({"search", "--no-heading", "-j", "1", "harbour", _root}),
                 _a + ":1:The Harbour is calm\n" + _a + ":2:A harbour wall\n" + _a +
