@@ -7,15 +7,18 @@ _orvel() {
     textbundle keyed storage zlib url"
   local search_options="--files-with-matches --count --json --ignore-case --case-sensitive
     --smart-case --word-regexp --quiet --max-count --no-line-number --no-heading --files
-    --max-depth --stats --follow --search-zip --glob --wildcard
-    --paragraphs --snippet-chars --files-from --null --type --type-list --lang --stop-words
-    --comments --hidden --no-progress --verbose --help -j"
+    --max-depth --stats --follow --search-zip --glob --wildcard --ignore-accents --color
+    --colors --column --vimgrep --no-ignore --json=files
+    --paragraphs --snippet-chars --files-from --files0-from --null --type --type-list --lang
+    --stop-words --comments --hidden --no-progress --verbose --help -j"
   local words=""
   if [ "$COMP_CWORD" -eq 1 ]; then
     words="$commands --help --version"
   elif [ "${COMP_WORDS[1]}" = search ]; then
     if [ "$previous" = --type ] || [ "$previous" = -t ]; then
       words="text markdown html feed textbundle txt md htm xhtml rss atom textpack"
+    elif [ "$previous" = --color ]; then
+      words="auto always never"
     elif [[ $current == -* ]]; then
       words=$search_options
     fi
