@@ -1,10 +1,10 @@
 // Ignore files: any text read as rules and any path asked about never crash or run away, and
 // a pattern without sets or "**" matches as fnmatch(3) matches with FNM_PATHNAME, which reads
 // "*", "?" and "\" as git does. Input: the rules (or the pattern), a NUL, the path.
-#include <fnmatch.h>
-
 #include <cstdint>
 #include <string>
+
+#include <fnmatch.h>
 
 #include "orvel/find/ignore_rules.h"
 

@@ -1,6 +1,7 @@
 // orvel.search: a collection search as a Python iterator. The library searches on its own
 // threads while the iterator waits for the next result with the GIL released; each result
 // is wrapped as it comes, its snippets decoded only when asked for.
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <memory>
@@ -120,7 +121,11 @@ const char* statusName(SearchStatus status) {
 PyStructSequence_Field kOccurrenceFields[] = {
     {"line", "1 for the first line; 0 for the Finder comment."},
     {"snippet", "The sentence (or line) around it."},
+    {"terms",
+     "The query's terms inside the snippet as (start, end) indices into it "
+     "(terms=True), else ()."},
     {nullptr, nullptr}};
+// Two fields in the tuple, as before terms were added: `line, snippet = occurrence` holds.
 PyStructSequence_Desc kOccurrenceDescription = {
     "orvel.Occurrence", "Where a term of the query occurs in a document.", kOccurrenceFields, 2};
 
@@ -166,11 +171,31 @@ py::object sharedName(std::string_view name) {
   return names->back().second;
 }
 
+// Characters of well-formed UTF-8, as Python counts them in a str.
+std::size_t characters(std::string_view utf8) {
+  return static_cast<std::size_t>(std::count_if(utf8.begin(), utf8.end(), [](char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0) != 0x80;
+  }));
+}
+
+// An occurrence's terms as (start, end) indices into its snippet's str.
+py::tuple termIndices(const SearchResult& result, const FoundOccurrence& occurrence) {
+  const std::string_view snippet = result.snippet(occurrence);
+  py::tuple terms(occurrence.termCount);
+  std::size_t k = 0;
+  for (const FoundTerm& term : result.termsOf(occurrence)) {
+    const std::size_t start = characters(snippet.substr(0, term.start));
+    terms[k++] = py::make_tuple(start, start + characters(snippet.substr(term.start, term.length)));
+  }
+  return terms;
+}
+
 py::object resultObject(const SearchResult& result) {
   py::list occurrences;
   for (const FoundOccurrence& occurrence : result.occurrences) {
     occurrences.append(structSequence(
-        gOccurrenceType, {py::int_(occurrence.line), utf8Text(result.snippet(occurrence))}));
+        gOccurrenceType, {py::int_(occurrence.line), utf8Text(result.snippet(occurrence)),
+                          termIndices(result, occurrence)}));
   }
   return structSequence(
       gResultType,
@@ -250,13 +275,15 @@ class PySearch {
   std::unique_ptr<CollectionSearch> _search;
 };
 
-std::shared_ptr<PySearch> startSearch(
-    const std::u16string& query, const py::object& paths, bool caseSensitive, bool wildcard,
-    bool ignoreAccents, const std::optional<fs::path>& filesFrom, bool nulSeparated, bool hidden,
-    bool ignoreFiles,
-    const std::optional<std::vector<std::string>>& kinds, bool comments,
-    const std::optional<std::string>& language, const std::string& want, bool paragraphs,
-    bool reportSkipped, unsigned threads, const py::object& progress, double progressInterval) {
+std::shared_ptr<PySearch> startSearch(const std::u16string& query, const py::object& paths,
+                                      bool caseSensitive, bool wildcard, bool ignoreAccents,
+                                      const std::optional<fs::path>& filesFrom, bool nulSeparated,
+                                      bool hidden, bool ignoreFiles, bool terms,
+                                      const std::optional<std::vector<std::string>>& kinds,
+                                      bool comments, const std::optional<std::string>& language,
+                                      const std::string& want, bool paragraphs, bool reportSkipped,
+                                      unsigned threads, const py::object& progress,
+                                      double progressInterval) {
   SearchRequest request;
   request.query = query;
   request.caseSensitive = caseSensitive;
@@ -271,6 +298,7 @@ std::shared_ptr<PySearch> startSearch(
   request.inputs.pathListNulSeparated = nulSeparated;
   request.inputs.hidden = hidden;
   request.inputs.ignoreFiles = ignoreFiles;
+  request.terms = terms;
   request.kinds = kindsOf(kinds);
   request.comments = comments;
   if (language) request.languageFilter = languageFilterFor(*language);
@@ -319,10 +347,10 @@ void defineSearch(py::module_& m) {
 
   m.def("search", &startSearch, "query"_a, "paths"_a, py::kw_only(), "case_sensitive"_a = false,
         "wildcard"_a = false, "ignore_accents"_a = false, "files_from"_a = py::none(),
-        "nul_separated"_a = false, "hidden"_a = false, "ignore_files"_a = false, "kinds"_a = py::none(), "comments"_a = false,
-        "language"_a = py::none(), "want"_a = "occurrences", "paragraphs"_a = false,
-        "report_skipped"_a = false, "threads"_a = 0, "progress"_a = py::none(),
-        "progress_interval"_a = 0.2,
+        "nul_separated"_a = false, "hidden"_a = false, "ignore_files"_a = false, "terms"_a = false,
+        "kinds"_a = py::none(), "comments"_a = false, "language"_a = py::none(),
+        "want"_a = "occurrences", "paragraphs"_a = false, "report_skipped"_a = false,
+        "threads"_a = 0, "progress"_a = py::none(), "progress_interval"_a = 0.2,
         R"(Searches the documents under paths (one path, or several: str, bytes or os.PathLike)
 with the query language, on threads of its own, as orvel search does; answers an iterator
 of SearchResult in the order of the walk, each as soon as it is ready. Folders are walked
@@ -331,7 +359,8 @@ recursively (hidden entries only with hidden=True; with ignore_files=True, leavi
 paths, one a line (NUL-separated with nul_separated=True). kinds limits the documents
 ('text', 'markdown', 'html', 'feed', 'textbundle'); language leaves out documents clearly in
 another language; ignore_accents compares through the accent-folding table ("cafe" finds
-"caf\u00e9"). want is 'files', 'counts' or 'occurrences'. A missing or unreadable path the
+"caf\u00e9"). want is 'files', 'counts' or 'occurrences'; with terms=True each
+occurrence also holds where the query's terms are in its snippet. A missing or unreadable path the
 caller named raises FileNotFoundError or PermissionError at once; trouble found later
 (a folder that cannot be read, a file gone) is a result with status 'failed'. progress,
 when given, is called with a SearchProgress every progress_interval seconds, from a

@@ -144,11 +144,13 @@ static orvel_search* open_search(const char* query, const char** folder, int wan
   options.want = want;
   options.threads = threads;
   options.report_skipped = true;
+  options.terms = true;
   return orvel_search_open(&options, error, error_size);
 }
 
 /* Searches a folder and writes one line per result: "M path count line:snippet ..." for a
- * match (occurrences as "line:snippet" after the count), "F path error message" for a
+ * match (occurrences as "line:snippet" after the count, each term inside the snippet after
+ * it as "[column:term]"), "F path error message" for a
  * failure, "S path message" for a skipped file; answers the number of results, or -1 with
  * the reason in out when the search cannot start. */
 int c_search(const char* query, const char* folder, int want, unsigned threads, char* out,
@@ -176,6 +178,11 @@ int c_search(const char* query, const char* folder, int want, unsigned threads, 
       const orvel_search_occurrence* occurrence = &result->occurrences[k];
       used += (size_t)snprintf(out + used, capacity - used, " %zu:%.*s", occurrence->line,
                                (int)occurrence->snippet_length, occurrence->snippet);
+      for (size_t t = 0; t < occurrence->term_count && used < capacity; t++) {
+        const orvel_search_term* term = &occurrence->terms[t];
+        used += (size_t)snprintf(out + used, capacity - used, "[%zu:%.*s]", term->column,
+                                 (int)term->length, occurrence->snippet + term->start);
+      }
     }
     if (used < capacity) used += (size_t)snprintf(out + used, capacity - used, "\n");
   }

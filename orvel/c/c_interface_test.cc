@@ -110,9 +110,11 @@ TEST(CInterfaceTest, ASearchFromCAnswersEveryFileInOrder) {
   for (unsigned threads : {1u, 4u}) {
     EXPECT_EQ(c_search("harbour", root.c_str(), ORVEL_SEARCH_OCCURRENCES, threads, out, sizeof out),
               3);
-    EXPECT_EQ(std::string(out), "M " + root + "/a/caf\xE9.txt 2 1:The harbour 2:A harbour wall\n" +
+    EXPECT_EQ(std::string(out), "M " + root +
+                                    "/a/caf\xE9.txt 2 1:The harbour[5:harbour] 2:A harbour "
+                                    "wall[3:harbour]\n" +
                                     "S " + root + "/b/z.dat binary (holds NUL bytes)\n" + "M " +
-                                    root + "/c.html 1 1:harbour\n");
+                                    root + "/c.html 1 1:harbour[1:harbour]\n");
   }
   EXPECT_EQ(c_search("harbour", root.c_str(), ORVEL_SEARCH_COUNTS, 2, out, sizeof out), 3);
   EXPECT_EQ(std::string(out).substr(0, root.size() + 16), "M " + root + "/a/caf\xE9.txt 2\n");

@@ -18,6 +18,7 @@ struct orvel_search {
   orvel::CollectionSearch search;
   orvel::SearchResult current;
   std::vector<orvel_search_occurrence> occurrences;
+  std::vector<orvel_search_term> terms;
   orvel_search_result answered{};
 };
 
@@ -62,6 +63,7 @@ bool requestOf(const orvel_search_options& options, orvel::SearchRequest& reques
   request.inputs.pathListNulSeparated = options.path_list_nul_separated;
   request.inputs.hidden = options.hidden;
   request.inputs.ignoreFiles = options.ignore_files;
+  request.terms = options.terms;
   request.kinds = kindsOf(options.kinds);
   request.comments = options.comments;
   if (options.language != nullptr) {
@@ -117,13 +119,20 @@ const orvel_search_result* orvel_search_next(orvel_search* search) {
   if (!next) return nullptr;
   search->current = std::move(*next);
   const orvel::SearchResult& result = search->current;
+  search->terms.clear();
+  for (const orvel::FoundTerm& term : result.terms) {
+    search->terms.push_back({term.start, term.length, term.line, term.column});
+  }
   search->occurrences.clear();
   for (const orvel::FoundOccurrence& occurrence : result.occurrences) {
     const std::string_view snippet = result.snippet(occurrence);
-    search->occurrences.push_back({occurrence.line,
-                                   {occurrence.range.location, occurrence.range.length},
-                                   snippet.data(),
-                                   snippet.size()});
+    search->occurrences.push_back(
+        {occurrence.line,
+         {occurrence.range.location, occurrence.range.length},
+         snippet.data(),
+         snippet.size(),
+         occurrence.termCount > 0 ? &search->terms[occurrence.firstTerm] : nullptr,
+         occurrence.termCount});
   }
   orvel_search_result& answered = search->answered;
   answered.path = result.path.c_str();

@@ -62,15 +62,26 @@ typedef struct {
   int want;             /* ORVEL_SEARCH_FILES, _COUNTS or _OCCURRENCES */
   bool paragraphs;      /* snippets are lines, not sentences */
   bool ranges;          /* occurrences carry their ranges in UTF-16 units */
+  bool terms;           /* occurrences carry the query's terms inside their snippets */
   bool report_skipped;  /* files found in folders that are no text are results too */
   unsigned threads;     /* 0: one per core */
 } orvel_search_options;
+
+/* A term inside a snippet: the first of the snippet, then each next after the one before. */
+typedef struct {
+  size_t start;  /* in the snippet's UTF-8, in bytes */
+  size_t length; /* in bytes */
+  size_t line;   /* where it starts: 1 for the first line, 0 in the Finder comment */
+  size_t column; /* 1 for a line's first byte, counted in UTF-8 bytes */
+} orvel_search_term;
 
 typedef struct {
   size_t line;         /* 1 for the first line, 0 for the Finder comment */
   orvel_range range;   /* the snippet in the text, UTF-16 units; ORVEL_NOT_FOUND unless asked */
   const char* snippet; /* UTF-8, not NUL-terminated */
   size_t snippet_length;
+  const orvel_search_term* terms; /* with the terms option, else NULL */
+  size_t term_count;
 } orvel_search_occurrence;
 
 typedef struct {

@@ -310,8 +310,8 @@ std::string ignoreFileText(const std::string& path) {
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return text;
   char buffer[16 * 1024];
-  for (ssize_t got; text.size() < kMaxIgnoreFileBytes &&
-                    (got = ::read(fd, buffer, sizeof buffer)) > 0;) {
+  for (ssize_t got;
+       text.size() < kMaxIgnoreFileBytes && (got = ::read(fd, buffer, sizeof buffer)) > 0;) {
     text.append(buffer, static_cast<std::size_t>(got));
   }
   ::close(fd);
@@ -326,14 +326,14 @@ void CollectionWalk::applyIgnoreFiles(const Entry& parent, const std::string& pr
   if (found != 0) {
     auto own = std::make_shared<IgnoreChain>(IgnoreChain{{}, prefix.size(), parent.ignore});
     for (std::size_t k = 0; k < std::size(kIgnoreFileNames); ++k) {
-      if ((found & (1u << k)) != 0) own->rules.add(ignoreFileText(prefix + std::string(kIgnoreFileNames[k])));
+      if ((found & (1u << k)) != 0)
+        own->rules.add(ignoreFileText(prefix + std::string(kIgnoreFileNames[k])));
     }
     if (!own->rules.empty()) chain = std::move(own);
   }
   if (!chain) return;
-  std::erase_if(_children, [&chain](const Entry& child) {
-    return chain->ignores(child.path, child.folder);
-  });
+  std::erase_if(_children,
+                [&chain](const Entry& child) { return chain->ignores(child.path, child.folder); });
   for (Entry& child : _children) {
     if (child.folder) child.ignore = chain;
   }

@@ -30,20 +30,34 @@ TEST(IgnoreRulesTest, PatternsMatchAsGitMatchesThem) {
     bool matches;
   };
   const Case cases[] = {
-      {"*.txt", "a.txt", true},          {"*.txt", "d/a.txt", false},
-      {"a*b", "a/b", false},             {"a**b", "a/b", false},
-      {"**/foo", "foo", true},           {"**/foo", "a/b/foo", true},
-      {"a/**", "a/b/c", true},           {"a/**", "a", false},
-      {"a/**/b", "a/b", true},           {"a/**/b", "a/x/y/b", true},
-      {"a/**/b", "a/x/yb", false},       {"?.md", "x.md", true},
-      {"?.md", "/.md", false},           {"[a-c]x", "bx", true},
-      {"[!a-c]x", "bx", false},          {"[^a]x", "zx", true},
-      {"[]]", "]", true},                {"[a-]", "-", true},
-      {"[[:digit:]]*", "7up", true},     {"[[:upper:]]", "a", false},
-      {"\\*", "*", true},                {"\\*", "a", false},
-      {"[a", "[a", false},               {"x/*/z", "x/y/z", true},
-      {"x/*/z", "x/y/w/z", false},       {"*/*", "a/b", true},
-      {"***", "a/b", true},              {"foo\\", "foo", false},
+      {"*.txt", "a.txt", true},
+      {"*.txt", "d/a.txt", false},
+      {"a*b", "a/b", false},
+      {"a**b", "a/b", false},
+      {"**/foo", "foo", true},
+      {"**/foo", "a/b/foo", true},
+      {"a/**", "a/b/c", true},
+      {"a/**", "a", false},
+      {"a/**/b", "a/b", true},
+      {"a/**/b", "a/x/y/b", true},
+      {"a/**/b", "a/x/yb", false},
+      {"?.md", "x.md", true},
+      {"?.md", "/.md", false},
+      {"[a-c]x", "bx", true},
+      {"[!a-c]x", "bx", false},
+      {"[^a]x", "zx", true},
+      {"[]]", "]", true},
+      {"[a-]", "-", true},
+      {"[[:digit:]]*", "7up", true},
+      {"[[:upper:]]", "a", false},
+      {"\\*", "*", true},
+      {"\\*", "a", false},
+      {"[a", "[a", false},
+      {"x/*/z", "x/y/z", true},
+      {"x/*/z", "x/y/w/z", false},
+      {"*/*", "a/b", true},
+      {"***", "a/b", true},
+      {"foo\\", "foo", false},
       {"*a*b*c*d*e*f*g*h*", "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa", false},
   };
   for (const Case& c : cases) {
@@ -108,11 +122,11 @@ TEST(IgnoreRulesTest, WalksLeaveOutWhatGitLeavesOutOfGeneratedTrees) {
   const std::vector<std::string> folders = {"a", "b", "src", "build", "a/b", "src/a"};
   const std::vector<std::string> names = {"x.txt", "y.md", "a.txt", "build", "z", "b.log"};
   const std::vector<std::string> patterns = {
-      "*.txt",   "*.md",      "a",        "b/",         "/a",         "src/*.txt",   "**/y.md",
-      "a/**",    "b/**/z",    "!x.txt",   "!*.md",      "build",      "build/",      "/src/",
-      "?.txt",   "[ax].txt",  "[!x].md",  "a/b",        "**/b/",      "*",           "!a/",
-      "!src/",   "!b/",       "z",        "/z",         "*.log",      "!b.log",      "a/*.md",
-      "src/**/x.txt",         "**/a/**",  "!**/y.md",   "*/z",        "[a-c]*",      "!z"};
+      "*.txt",        "*.md",     "a",        "b/",    "/a",     "src/*.txt", "**/y.md",
+      "a/**",         "b/**/z",   "!x.txt",   "!*.md", "build",  "build/",    "/src/",
+      "?.txt",        "[ax].txt", "[!x].md",  "a/b",   "**/b/",  "*",         "!a/",
+      "!src/",        "!b/",      "z",        "/z",    "*.log",  "!b.log",    "a/*.md",
+      "src/**/x.txt", "**/a/**",  "!**/y.md", "*/z",   "[a-c]*", "!z"};
   std::mt19937 random(41);
   std::size_t left = 0;  // files the rules left out, over all rounds
   for (int round = 0; round < 60; ++round) {
@@ -126,8 +140,8 @@ TEST(IgnoreRulesTest, WalksLeaveOutWhatGitLeavesOutOfGeneratedTrees) {
     }
     dir.writeFile("x.txt", "text");
     // Rules at the top and in some folders below it.
-    for (const std::string& folder : {std::string("."), std::string("a"), std::string("src"),
-                                      std::string("a/b")}) {
+    for (const std::string& folder :
+         {std::string("."), std::string("a"), std::string("src"), std::string("a/b")}) {
       if (folder != "." && random() % 2 == 0) continue;
       std::string rules;
       for (int k = 0, n = 1 + static_cast<int>(random() % 4); k < n; ++k) {

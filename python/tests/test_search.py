@@ -66,8 +66,11 @@ def test_results_have_named_fields(tree):
     assert [(o.line, o.snippet) for o in result.occurrences] == [(3, "The harbour wall")]
     (tree / "a" / ".gitignore").write_text("*.md\n")
     assert [r.path for r in orvel.search("wall", tree, ignore_files=True)] == []
-    (accented,) = orvel.search("cafe", tree, ignore_accents=True)
-    assert [o.snippet for o in accented.occurrences] == ["A harbour caf\u00e9"]
+    (accented,) = orvel.search("cafe", tree, ignore_accents=True, terms=True)
+    (occurrence,) = accented.occurrences
+    assert occurrence.snippet == "A harbour caf\u00e9"
+    assert [occurrence.snippet[start:end] for start, end in occurrence.terms] == ["caf\u00e9"]
+    line, snippet = occurrence
     assert list(orvel.search("cafe", tree)) == []
     skipped = list(orvel.search("harbour", tree, kinds=["text"], report_skipped=True))
     assert [(r.status, r.message) for r in skipped if r.status != "matched"] == [
