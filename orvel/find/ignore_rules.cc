@@ -101,6 +101,15 @@ Wild matchFrom(std::string_view pattern, std::size_t p, std::string_view text, s
           const bool afterSlash = firstStar == 0 || pattern[firstStar - 1] == '/';
           const bool beforeSlash = p + 1 == size || pattern[p + 1] == '/';
           if (afterSlash && beforeSlash) {
+            // "**/**/" is "**/": a run of such components is taken as one, else each would
+            // multiply the ways of placing the others.
+            for (std::size_t next = p + 2;;) {
+              std::size_t stars = next;
+              while (stars < size && pattern[stars] == '*') ++stars;
+              if (stars - next < 2 || stars >= size || pattern[stars] != '/') break;
+              p = stars - 1;
+              next = stars + 1;
+            }
             // "**/" may stand for no folder at all.
             if (p + 1 < size && matchFrom(pattern, p + 2, text, t) == Wild::kMatch) {
               return Wild::kMatch;

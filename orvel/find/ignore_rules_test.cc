@@ -57,6 +57,10 @@ TEST(IgnoreRulesTest, PatternsMatchAsGitMatchesThem) {
       {"x/*/z", "x/y/w/z", false},
       {"*/*", "a/b", true},
       {"***", "a/b", true},
+      {"**/**/x", "x", true},
+      {"a/**/***/**/b", "a/b", true},
+      {"a/**/**/b", "a/x/y/b", true},
+      {"a/**/*/b", "a/b", false},
       {"foo\\", "foo", false},
       {"*a*b*c*d*e*f*g*h*", "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa", false},
   };
