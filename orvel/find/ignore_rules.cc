@@ -1,7 +1,9 @@
 #include "orvel/find/ignore_rules.h"
 
 #include <cctype>
+#include <cstdint>
 #include <cstring>
+#include <vector>
 
 namespace orvel {
 namespace {
@@ -69,7 +71,39 @@ bool setMatches(std::string_view pattern, std::size_t& p, unsigned char c, bool&
   return false;
 }
 
-Wild matchFrom(std::string_view pattern, std::size_t p, std::string_view text, std::size_t t) {
+// One match of a pattern against a path. In a pattern with "**", the answers of the rest of
+// the pattern from each place in the path are remembered where stars try them: without
+// that, components of stars ("**/*/**/*/...") would try every way of placing each other,
+// exponentially many. Single stars alone are kept in bounds by the aborts.
+class WildMatch {
+ public:
+  WildMatch(std::string_view pattern, std::string_view text)
+      : _pattern(pattern), _text(text), _memoize(pattern.find("**") != std::string_view::npos) {}
+
+  [[nodiscard]] bool matches() { return from(0, 0) == Wild::kMatch; }
+
+ private:
+  Wild from(std::size_t p, std::size_t t);
+  // from(p, t), remembered.
+  Wild remembered(std::size_t p, std::size_t t) {
+    if (!_memoize) return from(p, t);
+    const std::size_t width = _text.size() + 1;
+    if (_memo.empty()) _memo.assign((_pattern.size() + 1) * width, kUnknown);
+    std::uint8_t& known = _memo[p * width + t];
+    if (known == kUnknown) known = static_cast<std::uint8_t>(from(p, t));
+    return static_cast<Wild>(known);
+  }
+
+  static constexpr std::uint8_t kUnknown = 0xFF;
+  std::string_view _pattern;
+  std::string_view _text;
+  bool _memoize;
+  std::vector<std::uint8_t> _memo;
+};
+
+Wild WildMatch::from(std::size_t p, std::size_t t) {
+  const std::string_view pattern = _pattern;
+  const std::string_view text = _text;
   const std::size_t size = pattern.size();
   for (; p < size; ++p, ++t) {
     const char pc = pattern[p];
@@ -111,7 +145,7 @@ Wild matchFrom(std::string_view pattern, std::size_t p, std::string_view text, s
               next = stars + 1;
             }
             // "**/" may stand for no folder at all.
-            if (p + 1 < size && matchFrom(pattern, p + 2, text, t) == Wild::kMatch) {
+            if (p + 1 < size && remembered(p + 2, t) == Wild::kMatch) {
               return Wild::kMatch;
             }
             crossesFolders = true;
@@ -133,7 +167,7 @@ Wild matchFrom(std::string_view pattern, std::size_t p, std::string_view text, s
           break;
         }
         for (; t < text.size(); ++t) {
-          const Wild rest = matchFrom(pattern, p, text, t);
+          const Wild rest = remembered(p, t);
           if (rest != Wild::kNoMatch) {
             if (!crossesFolders || rest != Wild::kAbortToStarStar) return rest;
           } else if (!crossesFolders && text[t] == '/') {
@@ -166,7 +200,7 @@ std::string_view withoutTrailingBlanks(std::string_view line) {
 }  // namespace
 
 bool ignorePatternMatches(std::string_view pattern, std::string_view path) {
-  return matchFrom(pattern, 0, path, 0) == Wild::kMatch;
+  return WildMatch(pattern, path).matches();
 }
 
 void IgnoreRules::add(std::string_view text) {
