@@ -3,7 +3,6 @@
 // NUL after paths, and JSON lines whose offsets slice exactly the terms, in bytes and in
 // UTF-16 units, on the byte shortcut and on the decoded path alike.
 #include <algorithm>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -18,9 +17,29 @@
 namespace orvel {
 namespace {
 
+// The text without its SGR sequences (ESC [ digits and semicolons m).
 std::string withoutColour(const std::string& text) {
-  static const std::regex sequence("\x1b\\[[0-9;]*m");
-  return std::regex_replace(text, sequence, "");
+  std::string out;
+  for (std::size_t k = 0; k < text.size(); ++k) {
+    if (text[k] != '\x1b') {
+      out += text[k];
+      continue;
+    }
+    k = text.find('m', k);
+    if (k == std::string::npos) break;
+  }
+  return out;
+}
+
+// The texts between each "on" sequence and the reset after it.
+std::vector<std::string> coloured(const std::string& text, const std::string& on) {
+  std::vector<std::string> pieces;
+  for (std::size_t at = text.find(on); at != std::string::npos; at = text.find(on, at)) {
+    at += on.size();
+    const std::size_t end = text.find("\x1b[0m", at);
+    pieces.push_back(text.substr(at, end - at));
+  }
+  return pieces;
 }
 
 std::string lower(std::string text) {
@@ -62,12 +81,8 @@ TEST_F(SearchOutputTest, ColourIsOnlyAroundPathsNumbersAndTerms) {
   }
   // Every coloured stretch inside a snippet is a term; each term is coloured.
   const std::string out = orvel({"search", "--color", "always", "harbour OR quay", _a}).out;
-  static const std::regex marked("\x1b\\[1;31m([^\x1b]*)\x1b\\[0m");
   std::vector<std::string> terms;
-  for (auto it = std::sregex_iterator(out.begin(), out.end(), marked); it != std::sregex_iterator();
-       ++it) {
-    terms.push_back(lower((*it)[1]));
-  }
+  for (const std::string& term : coloured(out, "\x1b[1;31m")) terms.push_back(lower(term));
   EXPECT_EQ(terms, (std::vector<std::string>{"harbour", "harbour", "harbour", "quay", "harbour"}));
   // Not on a pipe, nor with "never"; --colors changes them as ripgrep's syntax says.
   EXPECT_EQ(orvel({"search", "harbour", _a}).out.find('\x1b'), std::string::npos);
