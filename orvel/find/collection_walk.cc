@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "orvel/base/utf8.h"
+#include "orvel/find/collection_index.h"
 #include "orvel/formats/markdown_files.h"
 #include "orvel/search/wildcard_matcher.h"
 
@@ -266,6 +267,8 @@ int CollectionWalk::readFolder(const Entry& parent) {
       }
     }
     if (name == "." || name == ".." || (!_inputs.hidden && isHiddenName(name))) continue;
+    // An index's own files are never searched, wherever they lie.
+    if (name.starts_with(kDefaultIndexName)) continue;
     const fs::file_type type = entryType(folder, *entry);
     if (type != fs::file_type::regular && type != fs::file_type::directory &&
         type != fs::file_type::symlink) {

@@ -22,6 +22,9 @@ void registerSearchCommands(CLI::App& app);
 // snippets.
 void registerSearchCommand(CLI::App& app, int& status);
 
+// index (build or update; --status, --verify, --compact).
+void registerIndexCommand(CLI::App& app, int& status);
+
 // keyed (dump, add, remove), zlib.
 void registerRecordCommands(CLI::App& app, int& status);
 

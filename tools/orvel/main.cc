@@ -40,6 +40,7 @@ const CommandGroup kGroups[] = {
     {{"query", "wildcard", "similarity", "words", "components", "count", "ellipsize"},
      [](CLI::App& app, int&) { orvel::cli::registerSearchCommands(app); }},
     {{"search", "match", "snippets"}, orvel::cli::registerSearchCommand},
+    {{"index"}, orvel::cli::registerIndexCommand},
     {{"keyed", "zlib"}, orvel::cli::registerRecordCommands},
     {{"storage"}, orvel::cli::registerStorageCommands},
     {{"entities", "charset"}, orvel::cli::registerMarkupCommands},

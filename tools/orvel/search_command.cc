@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "orvel/base/utf8.h"
+#include "orvel/find/collection_index.h"
 #include "orvel/find/collection_search.h"
 #include "orvel/search/internal/utf8_units.h"
 #include "orvel/search/language_filter.h"
@@ -57,7 +58,9 @@ struct SearchOptions {
   bool vimgrep = false;
   bool null = false;  // -0: a NUL after each path
   bool hidden = false;
-  bool noIgnore = false;  // --no-ignore: ignore files are not read
+  bool noIgnore = false;             // --no-ignore: ignore files are not read
+  std::optional<std::string> index;  // --index: the index to use
+  bool noIndex = false;              // --no-index: read every file
   bool verbose = false;
   bool comments = false;                // a file's Finder comment can match too
   std::optional<std::string> language;  // --lang: files clearly in another language are left out
@@ -221,11 +224,27 @@ std::string statsText(const SearchTotals& totals, bool counted) {
   return out + formatText("seconds: %.3f\n", totals.seconds);
 }
 
+// The index named, or the one found above the first path searched; none with --no-index or
+// for standard input.
+std::optional<fs::path> indexFor(const SearchOptions& options) {
+  if (options.noIndex) return std::nullopt;
+  if (options.index) return fs::path(*options.index);
+  if (options.paths.empty() || options.paths.front() == "-") return std::nullopt;
+  return findCollectionIndex(options.paths.front());
+}
+
 // Searches the files on the threads asked for and prints each file's results as soon as
 // those of every file before it are printed.
 int runSearch(const SearchOptions& options) {
   SearchRequest request = searchRequest(options);
   if (options.files) return listFiles(options, request.inputs);
+  if (const std::optional<fs::path> index = indexFor(options)) {
+    try {
+      request.index = selectWithIndex(*index, request);
+    } catch (const IndexError& error) {
+      reportError(index->string(), std::string(error.what()) + "; searching without it");
+    }
+  }
   const auto start = std::chrono::steady_clock::now();
   const bool counted = request.want != SearchWant::kFiles;
   CollectionSearch search(std::move(request));
@@ -373,6 +392,13 @@ void registerSearch(CLI::App& app, int& status) {
   command->add_flag("--hidden", options->hidden, "Search hidden files and folders too");
   command->add_flag("--no-ignore", options->noIgnore,
                     "Do not leave out what .gitignore, .ignore and .orvelignore files ignore");
+  command
+      ->add_option("--index", options->index,
+                   "Use this index (see orvel index; by default the .orvel-index of the first "
+                   "PATH's folder or a folder above it): only files that may match, and files "
+                   "changed since, are read")
+      ->type_name("FILE");
+  command->add_flag("--no-index", options->noIndex, "Read every file, even with an index");
   command
       ->add_option("-t,--type", options->typeNames,
                    "Only documents of this kind: text, markdown, html, feed, textbundle, or "

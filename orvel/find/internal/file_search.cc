@@ -9,6 +9,7 @@
 
 #include "orvel/base/utf8.h"
 #include "orvel/dsstore/ds_store.h"
+#include "orvel/find/collection_index.h"
 #include "orvel/formats/markdown_files.h"
 #include "orvel/records/compression.h"
 #include "orvel/search/language_filter.h"
@@ -383,6 +384,10 @@ std::optional<SearchResult> searchWalkItem(WalkItem& item, const SearchPlan& pla
     skipped.status = SearchStatus::kSkipped;
     skipped.message = std::move(item.message);
     return skipped;
+  }
+  if (item.error == 0 && !item.stream && plan.request.index &&
+      plan.request.index->rulesOut(item.path)) {
+    return std::nullopt;
   }
   if (item.error != 0) {
     SearchResult failed;

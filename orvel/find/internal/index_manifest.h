@@ -1,0 +1,74 @@
+// The manifest of a collection index and the reading of all its segments, shared by the
+// searches that select with an index, its updates and its checks.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "orvel/find/internal/index_segment.h"
+
+namespace orvel::internal {
+
+struct Manifest {
+  std::uint64_t generation = 0;
+  std::vector<std::string> roots;
+  std::vector<SegmentInfo> segments;  // oldest first
+};
+
+// Throws IndexError when the manifest is missing or damaged.
+[[nodiscard]] Manifest readManifest(const std::filesystem::path& index);
+// Writes the manifest under a temporary name and renames it over the old one, durably.
+void writeManifest(const std::filesystem::path& index, const Manifest& manifest);
+[[nodiscard]] std::filesystem::path segmentPath(const std::filesystem::path& index,
+                                                const std::string& name);
+
+// A path as the index keys it: absolute and lexically normal.
+[[nodiscard]] std::string indexedPath(const std::string& path);
+// The file at the path as the file system shows it now (size, times, inode; text false for
+// anything but a regular file); nullopt when it cannot be seen.
+[[nodiscard]] std::optional<IndexedDocument> documentNow(const std::string& path);
+[[nodiscard]] bool sameFile(const IndexedDocument& indexed, const IndexedDocument& now);
+
+struct DocumentPlace {
+  std::uint32_t segment;
+  std::uint32_t document;
+};
+
+// Every segment of a manifest, and where the newest version of each path is.
+class IndexReader {
+ public:
+  IndexReader(const std::filesystem::path& index, Manifest manifest);
+
+  [[nodiscard]] const Manifest& manifest() const { return _manifest; }
+  [[nodiscard]] std::vector<SegmentReader>& segments() { return _segments; }
+  [[nodiscard]] const std::vector<SegmentReader>& segments() const { return _segments; }
+  [[nodiscard]] const std::unordered_map<std::string, DocumentPlace>& places() const {
+    return _places;
+  }
+  [[nodiscard]] const IndexedDocument& document(DocumentPlace place) const {
+    return _segments[place.segment].documents()[place.document];
+  }
+
+ private:
+  Manifest _manifest;
+  std::vector<SegmentReader> _segments;
+  std::unordered_map<std::string, DocumentPlace> _places;
+};
+
+// Holds the lock that writers take in turn (waiting for it), released when it goes.
+class WriterLock {
+ public:
+  explicit WriterLock(const std::filesystem::path& index);
+  ~WriterLock();
+  WriterLock(const WriterLock&) = delete;
+  WriterLock& operator=(const WriterLock&) = delete;
+
+ private:
+  int _fd = -1;
+};
+
+}  // namespace orvel::internal

@@ -1,0 +1,116 @@
+#include "orvel/find/internal/index_terms.h"
+
+#include <algorithm>
+#include <unordered_set>
+
+#include "orvel/base/utf8.h"
+#include "orvel/search/query_evaluation.h"
+#include "orvel/text/conversion_tables.h"
+
+namespace orvel::internal {
+namespace {
+
+// Calls visit with each run of word characters of the text, folded.
+template <typename Visit>
+void forEachFoldedWord(std::u16string_view text, Visit visit) {
+  const CharacterSetRep words = queryTermCharacters();
+  const ConversionTable fold = upperUmlautsCharsTable();
+  std::u16string word;
+  for (std::size_t k = 0; k <= text.size(); ++k) {
+    if (k < text.size() && isMemberOfCharacterSetRep(words, text[k])) {
+      word += fold[text[k]];
+    } else if (!word.empty()) {
+      visit(word);
+      word.clear();
+    }
+  }
+}
+
+DocumentSet everything() { return DocumentSet{true, {}}; }
+
+DocumentSet intersection(DocumentSet a, const DocumentSet& b) {
+  if (b.all) return a;
+  if (a.all) return b;
+  for (std::size_t k = 0; k < a.members.size(); ++k) a.members[k] = a.members[k] && b.members[k];
+  return a;
+}
+
+DocumentSet unionOf(DocumentSet a, const DocumentSet& b) {
+  if (a.all || b.all) return everything();
+  for (std::size_t k = 0; k < a.members.size(); ++k) a.members[k] = a.members[k] || b.members[k];
+  return a;
+}
+
+class Need {
+ public:
+  Need(bool wildcard, std::size_t documents,
+       const std::function<std::vector<std::uint32_t>(std::string_view)>& holding)
+      : _wildcard(wildcard), _documents(documents), _holding(holding) {}
+
+  DocumentSet of(const QueryTerms& node) {
+    if (node.queryNot() || !node.isValid()) return everything();
+    if (node.isWord()) return ofTerm(node);
+    const auto& children = node.children();
+    DocumentSet need = of(children.front());
+    for (std::size_t k = 1; k < children.size(); ++k) {
+      const DocumentSet next = of(children[k]);
+      switch (children[k].queryOperator()) {
+        case QueryOperatorAND:
+        case QueryOperatorNEAR:
+        case QueryOperatorBEFORE:
+        case QueryOperatorAFTER:
+        case QueryOperatorNEXT: need = intersection(std::move(need), next); break;
+        default: need = unionOf(std::move(need), next); break;  // OR, XOR, OPT
+      }
+    }
+    return need;
+  }
+
+ private:
+  // A term needs every word of it, unless it is no whole word, or holds a "*" (which the
+  // search takes as matching at once).
+  DocumentSet ofTerm(const QueryTerms& leaf) {
+    const std::u16string& term = leaf.string();
+    if (_wildcard || leaf.querySubstring() || term.find(u'*') != std::u16string::npos) {
+      return everything();
+    }
+    DocumentSet need = everything();
+    forEachFoldedWord(term, [&](const std::u16string& word) {
+      DocumentSet holding{false, std::vector<bool>(_documents, false)};
+      for (const std::uint32_t document : _holding(utf16ToUtf8(word))) {
+        if (document < _documents) holding.members[document] = true;
+      }
+      need = intersection(std::move(need), holding);
+    });
+    return need;
+  }
+
+  bool _wildcard;
+  std::size_t _documents;
+  const std::function<std::vector<std::uint32_t>(std::string_view)>& _holding;
+};
+
+}  // namespace
+
+std::vector<std::string> textKeys(std::u16string_view text) {
+  std::unordered_set<std::u16string> seen;
+  forEachFoldedWord(text, [&](const std::u16string& word) { seen.insert(word); });
+  std::vector<std::string> keys;
+  keys.reserve(seen.size());
+  for (const std::u16string& word : seen) keys.push_back(utf16ToUtf8(word));
+  return keys;
+}
+
+std::string wordKey(std::u16string_view word) {
+  std::string key;
+  forEachFoldedWord(word, [&](const std::u16string& folded) { key = utf16ToUtf8(folded); });
+  return key;
+}
+
+DocumentSet documentsThatMayMatch(
+    const QueryTerms& tree, bool wildcard, std::size_t documents,
+    const std::function<std::vector<std::uint32_t>(std::string_view key)>& holding) {
+  return Need(wildcard, documents, holding).of(tree);
+}
+
+}  // namespace orvel::internal
