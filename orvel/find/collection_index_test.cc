@@ -1,0 +1,335 @@
+// The collection index: a search with it answers exactly as one without, for random queries
+// over a generated tree edited at random between updates and after them; the index rules
+// files out where it should; damage of any byte, truncation and killed updates never change
+// an answer; merging keeps every document once; two writers take turns.
+#include "orvel/find/collection_index.h"
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "orvel/base/utf8.h"
+#include "orvel/find/collection_search.h"
+#include "orvel/testing/files.h"
+#include "orvel/testing/temp_dir.h"
+#include "orvel/text/conversion_tables.h"
+
+namespace orvel {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Everything a search answers, a line per result and occurrence.
+std::string answers(SearchRequest request) {
+  std::string all;
+  searchCollection(std::move(request), [&](SearchResult& result) {
+    all += result.path + " " + std::to_string(static_cast<int>(result.status)) + " " +
+           result.message + " " + std::to_string(result.count) + "\n";
+    for (const FoundOccurrence& occurrence : result.occurrences) {
+      all += std::to_string(occurrence.line) + ":" + std::string(result.snippet(occurrence)) + "\n";
+    }
+    return true;
+  });
+  return all;
+}
+
+const std::vector<std::string> kWords = {"harbour",
+                                         "quay",
+                                         "ship",
+                                         "Ship",
+                                         "caf\xC3\xA9",
+                                         "CAFE",
+                                         "stra\xC3\x9F"
+                                         "e",
+                                         "e-mail",
+                                         "C++",
+                                         "x",
+                                         "spin_lock_irq",
+                                         "lock",
+                                         "irq",
+                                         "\xD0\xB4\xD0\xBE\xD0\xBC",
+                                         "na\xC3\xAFve",
+                                         "naive",
+                                         "rare",
+                                         "wall"};
+
+std::string randomText(std::mt19937& random) {
+  const std::vector<std::string> gaps = {" ", ", ", ". ", "\n", " - ", "("};
+  std::string text;
+  for (int k = 0, n = 3 + static_cast<int>(random() % 40); k < n; ++k) {
+    text += kWords[random() % kWords.size()] + gaps[random() % gaps.size()];
+  }
+  return text;
+}
+
+std::string randomQuery(std::mt19937& random) {
+  const std::vector<std::string> joins = {" ",     " AND ",      " OR ",  " -",    " NEAR/2 ",
+                                          " XOR ", " BEFORE/3 ", " NOT ", " OPT ", " AFTER "};
+  std::string query;
+  for (int t = 0, n = 1 + static_cast<int>(random() % 3); t < n; ++t) {
+    if (t > 0) query += joins[random() % joins.size()];
+    std::string word = kWords[random() % kWords.size()];
+    if (random() % 6 == 0) word = "\"" + word + " " + kWords[random() % kWords.size()] + "\"";
+    if (random() % 10 == 0) word = "~" + word.substr(0, 3);
+    query += word;
+  }
+  return random() % 5 == 0 ? "(" + query + ") OR rare" : query;
+}
+
+// A tree of random documents of every kind, some in folders.
+void writeTree(const testing::TempDir& dir, std::mt19937& random) {
+  for (int f = 0; f < 40; ++f) {
+    const std::string folder = "d" + std::to_string(f % 4) + "/";
+    const std::string text = randomText(random);
+    switch (f % 5) {
+      case 0: dir.writeFile(folder + "f" + std::to_string(f) + ".md", "# " + text); break;
+      case 1:
+        dir.writeFile(folder + "f" + std::to_string(f) + ".html", "<p>" + text + "</p>");
+        break;
+      case 2: dir.writeFile(folder + "f" + std::to_string(f) + ".bin", text + '\0'); break;
+      default: dir.writeFile(folder + "f" + std::to_string(f) + ".txt", text); break;
+    }
+  }
+}
+
+// Rewrites, removes, adds, renames, and replaces a file by a folder.
+void editTree(const testing::TempDir& dir, std::mt19937& random) {
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::recursive_directory_iterator(dir.path())) {
+    if (entry.is_regular_file() && !entry.path().filename().string().starts_with(".orvel-index")) {
+      files.push_back(entry.path());
+    }
+  }
+  std::sort(files.begin(), files.end());
+  for (int k = 0; k < 6 && !files.empty(); ++k) {
+    const fs::path& file = files[random() % files.size()];
+    if (!fs::is_regular_file(file)) continue;  // removed, or a folder now
+    switch (random() % 5) {
+      case 0: fs::remove(file); break;
+      case 1: fs::rename(file, file.string() + ".txt"); break;
+      case 2:
+        fs::remove(file);
+        fs::create_directories(file);
+        dir.writeFile(fs::relative(file / "inner.txt", dir.path()).string(), randomText(random));
+        break;
+      default: dir.writeFile(fs::relative(file, dir.path()).string(), randomText(random)); break;
+    }
+  }
+  dir.writeFile("new" + std::to_string(random() % 1000) + ".txt", randomText(random));
+}
+
+SearchRequest requestFor(const std::string& query, const fs::path& root, bool wildcard = false) {
+  SearchRequest request;
+  request.query = utf8ToUtf16Lenient(query);
+  request.inputs.paths = {root};
+  request.wildcard = wildcard;
+  request.reportSkipped = true;
+  request.threads = 2;
+  return request;
+}
+
+WalkInputs treeAt(const fs::path& root) {
+  WalkInputs inputs;
+  inputs.paths = {root};
+  return inputs;
+}
+
+// Updates the index once its files are old enough to be trusted by their times.
+IndexUpdate settledUpdate(const fs::path& index, const fs::path& root) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(2100));
+  return updateCollectionIndex(index, treeAt(root));
+}
+
+TEST(CollectionIndexTest, FoldedKeysAreCoarserThanEveryComparison) {
+  const ConversionTable key = upperUmlautsCharsTable();
+  const ConversionTable upper = upperCharsTable();
+  const ConversionTable accents = umlautsCharsTable();
+  for (unsigned c = 0; c < 65536; ++c) {
+    ASSERT_EQ(key[upper[c]], key[c]) << c;
+    ASSERT_EQ(key[accents[c]], key[c]) << c;
+  }
+}
+
+TEST(CollectionIndexTest, IndexedSearchesAnswerExactlyAsTheScanThroughEdits) {
+  testing::TempDir dir;
+  std::mt19937 random(27);
+  writeTree(dir, random);
+  const fs::path index = dir.path() / kDefaultIndexName;
+  std::size_t ruledOut = 0;
+  for (int round = 0; round < 3; ++round) {
+    SCOPED_TRACE("round " + std::to_string(round));
+    settledUpdate(index, dir.path());
+    if (round > 0) editTree(dir, random);  // after the update: the index is stale
+    for (int q = 0; q < 25; ++q) {
+      const std::string query = randomQuery(random);
+      SCOPED_TRACE(query);
+      for (const bool wildcard : {false, q % 5 == 0}) {
+        SearchRequest request = requestFor(query, dir.path(), wildcard);
+        request.want = static_cast<SearchWant>(q % 3);
+        request.ignoreAccents = q % 4 == 1;
+        const std::string scanned = answers(request);
+        request.index = selectWithIndex(index, request);
+        EXPECT_EQ(answers(request), scanned);
+        for (const auto& entry : fs::recursive_directory_iterator(dir.path())) {
+          ruledOut += request.index->rulesOut(entry.path().string()) ? 1 : 0;
+        }
+      }
+    }
+    editTree(dir, random);
+  }
+  EXPECT_GT(ruledOut, 500u) << "the index hardly ever spares reading a file";
+}
+
+TEST(CollectionIndexTest, UpdatesReadOnlyWhatChangedAndMergingKeepsEachDocumentOnce) {
+  testing::TempDir dir;
+  std::mt19937 random(5);
+  writeTree(dir, random);
+  const fs::path index = dir.path() / kDefaultIndexName;
+  const IndexUpdate first = settledUpdate(index, dir.path());
+  EXPECT_EQ(first.indexed, 40u);
+  const IndexUpdate again = settledUpdate(index, dir.path());
+  EXPECT_EQ(again.indexed, 0u);
+  EXPECT_EQ(again.unchanged, 40u);
+  dir.writeFile("d0/f0.md", "changed harbour");
+  fs::remove(dir.path() / "d1" / "f1.html");
+  const IndexUpdate changed = settledUpdate(index, dir.path());
+  EXPECT_EQ(changed.indexed, 1u);
+  EXPECT_EQ(changed.removed, 1u);
+  EXPECT_EQ(collectionIndexStatus(index).segments, 2u);
+  const IndexUpdate compacted = updateCollectionIndex(index, treeAt(dir.path()), true);
+  EXPECT_TRUE(compacted.merged);
+  const IndexStatus status = collectionIndexStatus(index);
+  EXPECT_EQ(status.segments, 1u);
+  EXPECT_EQ(status.documents, 39u);
+  EXPECT_TRUE(verifyCollectionIndex(index).empty());
+  // The merged index still answers as the scan.
+  SearchRequest request = requestFor("harbour OR quay", dir.path());
+  const std::string scanned = answers(request);
+  request.index = selectWithIndex(index, request);
+  EXPECT_EQ(answers(request), scanned);
+}
+
+// Writes the bytes over the file in place (a new inode would look like another file).
+void replaceFile(const fs::path& file, const std::string& bytes) {
+  std::ofstream out(file, std::ios::binary | std::ios::trunc);
+  out << bytes;
+}
+
+// Every file of the index, the manifest first.
+std::vector<fs::path> indexFiles(const fs::path& index) {
+  std::vector<fs::path> files = {index};
+  for (const auto& entry : fs::directory_iterator(index.parent_path())) {
+    const std::string name = entry.path().filename().string();
+    if (name.starts_with(index.filename().string() + ".seg-")) files.push_back(entry.path());
+  }
+  return files;
+}
+
+TEST(CollectionIndexTest, DamageIsReportedAndNeverChangesAnAnswer) {
+  testing::TempDir dir;
+  std::mt19937 random(9);
+  writeTree(dir, random);
+  const fs::path index = dir.path() / kDefaultIndexName;
+  settledUpdate(index, dir.path());
+  SearchRequest request = requestFor("harbour OR \"quay ship\" -rare", dir.path());
+  const std::string scanned = answers(request);
+  for (const fs::path& file : indexFiles(index)) {
+    const std::string original = testing::fileBytes(file);
+    for (std::size_t at = 0; at < original.size(); at += 1 + random() % 97) {
+      std::string damaged = original;
+      damaged[at] = static_cast<char>(damaged[at] ^ (1 + random() % 255));
+      replaceFile(file, damaged);
+      try {
+        request.index = selectWithIndex(index, request);
+        EXPECT_EQ(answers(request), scanned) << file << " byte " << at;
+      } catch (const IndexError&) {
+        EXPECT_FALSE(verifyCollectionIndex(index).empty()) << file << " byte " << at;
+      }
+    }
+    for (std::size_t length : {std::size_t{0}, original.size() / 2, original.size() - 1}) {
+      replaceFile(file, original.substr(0, length));
+      EXPECT_THROW(request.index = selectWithIndex(index, request), IndexError) << length;
+      EXPECT_FALSE(verifyCollectionIndex(index).empty());
+    }
+    replaceFile(file, original);
+  }
+  EXPECT_TRUE(verifyCollectionIndex(index).empty());
+}
+
+TEST(CollectionIndexTest, AnUpdateKilledAnywhereLeavesTheOldIndexOrTheNew) {
+  testing::TempDir dir;
+  std::mt19937 random(13);
+  writeTree(dir, random);
+  const fs::path index = dir.path() / kDefaultIndexName;
+  updateCollectionIndex(index, treeAt(dir.path()));
+  const SearchRequest request = requestFor("harbour OR quay NEAR/3 ship", dir.path());
+  for (int kill = 0; kill < 300; ++kill) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      // Edits and updates until killed; merges now and then.
+      std::mt19937 own(static_cast<unsigned>(kill));
+      for (int k = 0;; ++k) {
+        dir.writeFile("d" + std::to_string(own() % 4) + "/f" + std::to_string(own() % 40) + ".txt",
+                      randomText(own));
+        updateCollectionIndex(index, treeAt(dir.path()), k % 3 == 2);
+      }
+    }
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 30000));
+    ::kill(child, SIGKILL);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_TRUE(verifyCollectionIndex(index).empty()) << "after kill " << kill;
+    SearchRequest indexed = request;
+    indexed.index = selectWithIndex(index, indexed);
+    ASSERT_EQ(answers(indexed), answers(request)) << "after kill " << kill;
+  }
+}
+
+TEST(CollectionIndexTest, TwoWritersTakeTurns) {
+  testing::TempDir dir;
+  std::mt19937 random(21);
+  writeTree(dir, random);
+  const fs::path index = dir.path() / kDefaultIndexName;
+  std::vector<std::thread> writers;
+  for (int w = 0; w < 2; ++w) {
+    writers.emplace_back([&, w] {
+      for (int k = 0; k < 4; ++k) updateCollectionIndex(index, treeAt(dir.path()), w == 1);
+    });
+  }
+  for (std::thread& writer : writers) writer.join();
+  EXPECT_TRUE(verifyCollectionIndex(index).empty());
+  EXPECT_EQ(collectionIndexStatus(index).documents, 40u);
+}
+
+TEST(CollectionIndexTest, LinksAndMissingIndexes) {
+  testing::TempDir dir;
+  dir.writeFile("real/a.txt", "harbour");
+  fs::create_directory_symlink(dir.path() / "real", dir.path() / "link");
+  const fs::path index = dir.path() / kDefaultIndexName;
+  EXPECT_THROW((void)selectWithIndex(index, requestFor("harbour", dir.path())), IndexError);
+  EXPECT_FALSE(findCollectionIndex(dir.path() / "real").has_value());
+  WalkInputs inputs = treeAt(dir.path());
+  inputs.followLinks = true;
+  settledUpdate(index, dir.path());
+  updateCollectionIndex(index, inputs);
+  EXPECT_EQ(findCollectionIndex(dir.path() / "real" / "a.txt"), index);
+  SearchRequest request = requestFor("harbour", dir.path() / "link");
+  const std::string scanned = answers(request);
+  request.index = selectWithIndex(index, request);
+  EXPECT_EQ(answers(request), scanned);
+  EXPECT_NE(scanned.find("link/a.txt"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace orvel
