@@ -7,5 +7,7 @@ namespace orvel::python {
 
 // orvel.search and its result types.
 void defineSearch(pybind11::module_& m);
+// orvel.Index.
+void defineIndex(pybind11::module_& m);
 
 }  // namespace orvel::python

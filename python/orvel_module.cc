@@ -395,4 +395,5 @@ PYBIND11_MODULE(_orvel, m) {
   orvel::python::defineChecksums(m);
   orvel::python::defineStorage(m);
   orvel::python::defineSearch(m);
+  orvel::python::defineIndex(m);
 }

@@ -17,6 +17,7 @@
 #include <unistd.h>
 
 #include "orvel/base/utf8.h"
+#include "orvel/find/collection_index.h"
 #include "orvel/find/collection_search.h"
 #include "orvel/search/language_filter.h"
 
@@ -275,15 +276,13 @@ class PySearch {
   std::unique_ptr<CollectionSearch> _search;
 };
 
-std::shared_ptr<PySearch> startSearch(const std::u16string& query, const py::object& paths,
-                                      bool caseSensitive, bool wildcard, bool ignoreAccents,
-                                      const std::optional<fs::path>& filesFrom, bool nulSeparated,
-                                      bool hidden, bool ignoreFiles, bool terms,
-                                      const std::optional<std::vector<std::string>>& kinds,
-                                      bool comments, const std::optional<std::string>& language,
-                                      const std::string& want, bool paragraphs, bool reportSkipped,
-                                      unsigned threads, const py::object& progress,
-                                      double progressInterval) {
+std::shared_ptr<PySearch> startSearch(
+    const std::u16string& query, const py::object& paths, bool caseSensitive, bool wildcard,
+    bool ignoreAccents, const std::optional<fs::path>& filesFrom, bool nulSeparated, bool hidden,
+    bool ignoreFiles, bool terms, const std::optional<std::vector<std::string>>& kinds,
+    bool comments, const std::optional<std::string>& language, const std::string& want,
+    bool paragraphs, bool reportSkipped, unsigned threads, const py::object& progress,
+    double progressInterval, const std::optional<fs::path>& index) {
   SearchRequest request;
   request.query = query;
   request.caseSensitive = caseSensitive;
@@ -309,6 +308,17 @@ std::shared_ptr<PySearch> startSearch(const std::u16string& query, const py::obj
   request.threads = threads;
   if (!(progressInterval >= 0)) throw py::value_error("progress_interval is negative");
   request.progressInterval = std::chrono::milliseconds(static_cast<long>(progressInterval * 1000));
+  if (index) {
+    try {
+      request.index = selectWithIndex(*index, request);
+    } catch (const IndexError& error) {
+      // A damaged index never changes an answer: the search reads every file instead.
+      const std::string warning = index->string() + ": " + error.what() + "; searching without it";
+      if (PyErr_WarnEx(PyExc_RuntimeWarning, warning.c_str(), 1) != 0) {
+        throw py::error_already_set();
+      }
+    }
+  }
   std::shared_ptr<ProgressRelay> relay;
   if (!progress.is_none()) relay = std::make_shared<ProgressRelay>(ProgressRelay{progress});
   return std::make_shared<PySearch>(std::move(request), std::move(relay));
@@ -351,6 +361,7 @@ void defineSearch(py::module_& m) {
         "kinds"_a = py::none(), "comments"_a = false, "language"_a = py::none(),
         "want"_a = "occurrences", "paragraphs"_a = false, "report_skipped"_a = false,
         "threads"_a = 0, "progress"_a = py::none(), "progress_interval"_a = 0.2,
+        "index"_a = py::none(),
         R"(Searches the documents under paths (one path, or several: str, bytes or os.PathLike)
 with the query language, on threads of its own, as orvel search does; answers an iterator
 of SearchResult in the order of the walk, each as soon as it is ready. Folders are walked
@@ -365,7 +376,8 @@ caller named raises FileNotFoundError or PermissionError at once; trouble found 
 (a folder that cannot be read, a file gone) is a result with status 'failed'. progress,
 when given, is called with a SearchProgress every progress_interval seconds, from a
 searching thread; if it raises, the search stops and the exception comes out of the
-iteration.)");
+iteration. index names an index (see Index) that spares reading files that cannot match;
+the answers are those of a search without it (a damaged index warns and is not used).)");
 }
 
 }  // namespace orvel::python

@@ -112,11 +112,14 @@ class Update {
 };
 
 void Update::walk() {
+  // The index's own files, wherever it lies, are not indexed.
+  const std::string own = internal::indexedPath(_index.string());
   CollectionWalk walk(_inputs);
   while (auto item = walk.next()) {
     if (item->error != 0) ++_report.failed;
     if (item->error != 0 || item->skipped || item->stream) continue;
     const std::string path = internal::indexedPath(item->path);
+    if (path.starts_with(own)) continue;
     std::optional<IndexedDocument> now = internal::documentNow(path);
     if (!now) {
       ++_report.failed;

@@ -10,6 +10,7 @@ and checksum and store bytes.
 """
 
 from ._orvel import (
+    Index,
     KeyedStorage,
     Occurrence,
     QueryTerms,
@@ -32,6 +33,7 @@ from ._orvel import (
 )
 
 __all__ = [
+    "Index",
     "KeyedStorage",
     "Occurrence",
     "QueryTerms",

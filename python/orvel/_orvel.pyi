@@ -78,6 +78,8 @@ class Occurrence(tuple[Any, ...]):
     def line(self) -> int: ...
     @property
     def snippet(self) -> str: ...
+    @property
+    def terms(self) -> tuple[tuple[int, int], ...]: ...  # (start, end) in snippet, terms=True
 
 class SearchResult(tuple[Any, ...]):
     @property
@@ -114,9 +116,12 @@ def search(
     *,
     case_sensitive: bool = False,
     wildcard: bool = False,
+    ignore_accents: bool = False,
     files_from: _Path | None = None,
     nul_separated: bool = False,
     hidden: bool = False,
+    ignore_files: bool = False,
+    terms: bool = False,
     kinds: list[str] | None = None,
     comments: bool = False,
     language: str | None = None,
@@ -126,4 +131,20 @@ def search(
     threads: int = 0,
     progress: Callable[[SearchProgress], object] | None = None,
     progress_interval: float = 0.2,
+    index: _Path | None = None,
 ) -> Search: ...
+
+class Index:
+    def __init__(self, path: _Path) -> None: ...
+    @property
+    def path(self) -> str: ...
+    def update(
+        self,
+        paths: _Path | Iterable[_Path],
+        *,
+        hidden: bool = False,
+        ignore_files: bool = True,
+        compact: bool = False,
+    ) -> dict[str, int | bool]: ...
+    def status(self) -> dict[str, Any]: ...
+    def verify(self) -> list[str]: ...

@@ -138,6 +138,23 @@ def test_searches_on_several_python_threads_run_together(tree):
 
 
 @pytest.mark.skipif(not os.environ.get("ORVEL_BUILD_DIR"), reason="needs the library's build tree")
+def test_an_index_spares_reading_and_answers_as_the_search_without_it(tree, tmp_path):
+    index = orvel.Index(tmp_path / "idx")
+    with pytest.raises(ValueError, match="no index"):
+        index.status()
+    done = index.update(tree)
+    assert done["indexed"] == 5 and done["segments"] == 1
+    assert index.status()["documents"] == 5
+    assert index.verify() == []
+    for query in ("harbour", "wall OR nothing", "zebra"):
+        plain = [(r.path_bytes, r.count) for r in orvel.search(query, tree, want="counts")]
+        indexed = [(r.path_bytes, r.count) for r in orvel.search(query, tree, want="counts", index=index.path)]
+        assert indexed == plain
+    (tmp_path / "idx").write_bytes(b"damaged")
+    with pytest.warns(RuntimeWarning, match="searching without it"):
+        assert len(list(orvel.search("harbour", tree, index=tmp_path / "idx"))) == 3
+
+
 def test_pip_installs_the_module_into_a_virtual_environment(tmp_path):
     venv = tmp_path / "venv"
     # The system's packages (setuptools, pybind11) serve the build: no registry is asked.
