@@ -130,7 +130,8 @@ SegmentReader::SegmentReader(const std::filesystem::path& path, const SegmentInf
   const std::uint64_t count = table.number();
   if (count != info.documents)
     throw IndexError(path.filename().string() + ": damaged document table");
-  _documents.reserve(count);
+  // Each document takes at least seven bytes: a damaged count cannot reserve more than that.
+  _documents.reserve(std::min<std::uint64_t>(count, tableBytes.size() / 7));
   for (std::uint64_t k = 0; k < count && table.ok(); ++k) {
     IndexedDocument& document = _documents.emplace_back();
     document.path = table.text();
