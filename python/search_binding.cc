@@ -310,7 +310,7 @@ std::shared_ptr<PySearch> startSearch(
   request.progressInterval = std::chrono::milliseconds(static_cast<long>(progressInterval * 1000));
   if (index) {
     try {
-      request.index = selectWithIndex(*index, request);
+      request.inputs.index = selectWithIndex(*index, request);
     } catch (const IndexError& error) {
       // A damaged index never changes an answer: the search reads every file instead.
       const std::string warning = index->string() + ": " + error.what() + "; searching without it";

@@ -1,5 +1,10 @@
 #include "orvel/find/collection_index.h"
 
+#include <algorithm>
+#include <unordered_map>
+
+#include <fcntl.h>
+
 #include "orvel/find/collection_search.h"
 #include "orvel/find/internal/index_manifest.h"
 #include "orvel/find/internal/index_terms.h"
@@ -12,43 +17,79 @@ using internal::IndexedDocument;
 using internal::SegmentInfo;
 using internal::SegmentReader;
 
+struct IndexSelection::Folder {
+  std::vector<std::pair<std::string_view, const internal::IndexedDocument*>> documents;
+};
+
 namespace {
 
 namespace fs = std::filesystem;
 using internal::IndexReader;
 
+// A folder's documents that the query rules out, by name.
+using RuledOut = std::vector<std::pair<std::string_view, const IndexedDocument*>>;
+
 class Selection final : public IndexSelection {
  public:
   Selection(std::unique_ptr<IndexReader> reader, const QueryTerms& tree, bool wildcard)
       : _reader(std::move(reader)) {
+    std::vector<DocumentSet> mayMatch;
     for (SegmentReader& segment : _reader->segments()) {
-      _mayMatch.push_back(internal::documentsThatMayMatch(
+      mayMatch.push_back(internal::documentsThatMayMatch(
           tree, wildcard, segment.documents().size(),
           [&segment](std::string_view key) { return segment.postings(key); }));
     }
+    // Only the newest version of a path counts, and only a text trusted by its times can be
+    // ruled out: those are grouped by folder, each folder's names sorted.
+    for (const auto& [path, place] : _reader->places()) {
+      const IndexedDocument& document = _reader->document(place);
+      if (mayMatch[place.segment].contains(place.document) || !document.text || document.racy) {
+        continue;
+      }
+      const std::size_t slash = path.rfind('/');
+      _folders[path.substr(0, slash)].documents.emplace_back(path.substr(slash + 1), &document);
+    }
+    for (auto& [folder, entries] : _folders) {
+      std::sort(entries.documents.begin(), entries.documents.end());
+    }
+  }
+
+  const Folder* folder(const std::string& path) const override {
+    const auto found = _folders.find(internal::indexedPath(path));
+    return found == _folders.end() ? nullptr : &found->second;
+  }
+
+  bool rulesOut(const Folder& folder, int folderFd, std::string_view name) const override {
+    const IndexedDocument* indexed = find(folder, name);
+    return indexed != nullptr && unchanged(*indexed, folderFd, std::string(name));
   }
 
   bool rulesOut(const std::string& path) const override {
-    const std::string key = internal::indexedPath(path);
-    const auto found = _reader->places().find(key);
-    if (found == _reader->places().end()) return false;
-    const auto [segment, document] = found->second;
-    if (_mayMatch[segment].contains(document)) return false;
-    const IndexedDocument& indexed = _reader->segments()[segment].documents()[document];
-    if (!indexed.text || indexed.racy) return false;
-    const std::optional<IndexedDocument> now = internal::documentNow(key);
-    return now && now->text && internal::sameFile(indexed, *now);
+    const std::string absolute = internal::indexedPath(path);
+    const std::size_t slash = absolute.rfind('/');
+    const Folder* documents = folder(absolute.substr(0, slash));
+    const IndexedDocument* indexed =
+        documents != nullptr ? find(*documents, std::string_view(absolute).substr(slash + 1))
+                             : nullptr;
+    return indexed != nullptr && unchanged(*indexed, AT_FDCWD, absolute);
   }
 
  private:
-  std::unique_ptr<IndexReader> _reader;
-  std::vector<DocumentSet> _mayMatch;
-};
+  static const IndexedDocument* find(const Folder& folder, std::string_view name) {
+    const RuledOut& documents = folder.documents;
+    const auto found =
+        std::lower_bound(documents.begin(), documents.end(), name,
+                         [](const auto& entry, std::string_view key) { return entry.first < key; });
+    return found != documents.end() && found->first == name ? found->second : nullptr;
+  }
 
-// A selection that rules nothing out.
-class NoSelection final : public IndexSelection {
- public:
-  bool rulesOut(const std::string&) const override { return false; }
+  static bool unchanged(const IndexedDocument& indexed, int folderFd, const std::string& name) {
+    const std::optional<IndexedDocument> now = internal::documentNow(folderFd, name);
+    return now && now->text && internal::sameFile(indexed, *now);
+  }
+
+  std::unique_ptr<IndexReader> _reader;
+  std::unordered_map<std::string_view, Folder> _folders;
 };
 
 }  // namespace
@@ -56,7 +97,7 @@ class NoSelection final : public IndexSelection {
 std::shared_ptr<const IndexSelection> selectWithIndex(const fs::path& index,
                                                       const SearchRequest& request) {
   auto reader = std::make_unique<IndexReader>(index, internal::readManifest(index));
-  if (request.comments) return std::make_shared<NoSelection>();
+  if (request.comments) return nullptr;
   const TextQuery query(request.query, request.caseSensitive, request.wildcard,
                         request.ignoreAccents);
   return std::make_shared<Selection>(std::move(reader), query.tree(), request.wildcard);

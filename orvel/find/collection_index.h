@@ -6,7 +6,7 @@
 //   orvel::SearchRequest request;
 //   request.query = u"harbour NEAR/5 quay";
 //   request.inputs.paths = {"/srv/docs"};
-//   request.index = orvel::selectWithIndex("/srv/docs/.orvel-index", request);
+//   request.inputs.index = orvel::selectWithIndex("/srv/docs/.orvel-index", request);
 //   orvel::CollectionSearch search(std::move(request));
 //
 // The index only rules files out: a file it holds as text, unchanged since (size,
@@ -83,17 +83,27 @@ IndexUpdate updateCollectionIndex(const std::filesystem::path& index, const Walk
 [[nodiscard]] std::optional<std::filesystem::path> findCollectionIndex(
     const std::filesystem::path& path);
 
-// What an index says of one query's files.
+// What an index says of one query's files: those it rules out cannot match and need not be
+// read. A walk given one (WalkInputs::index) asks once per folder it reads, then per entry.
 class IndexSelection {
  public:
+  // The indexed documents of one folder that the query rules out, unless they changed.
+  struct Folder;
+
   virtual ~IndexSelection() = default;
-  // Whether the file at the path (as a walk found it) cannot match and need not be read.
+  // The documents of the folder at the path (as the walk joined it), or null for none.
+  [[nodiscard]] virtual const Folder* folder(const std::string& path) const = 0;
+  // Whether the folder's entry (the folder open at folderFd) is one of them, unchanged.
+  [[nodiscard]] virtual bool rulesOut(const Folder& folder, int folderFd,
+                                      std::string_view name) const = 0;
+  // The same for a file by its path (one given by the caller).
   [[nodiscard]] virtual bool rulesOut(const std::string& path) const = 0;
 };
 
-// Reads the index and works out which of its documents may match the request's query (a
-// request matching Finder comments gets a selection that rules nothing out). Throws
-// IndexError when the index is missing or damaged: search without it then.
+// Reads the index and works out which of its documents may match the request's query; put
+// the answer in request.inputs.index. Null when the index cannot help (a request matching
+// Finder comments, which lie outside the files). Throws IndexError when the index is
+// missing or damaged: search without it then.
 [[nodiscard]] std::shared_ptr<const IndexSelection> selectWithIndex(
     const std::filesystem::path& index, const SearchRequest& request);
 

@@ -178,10 +178,10 @@ TEST(CollectionIndexTest, IndexedSearchesAnswerExactlyAsTheScanThroughEdits) {
         request.want = static_cast<SearchWant>(q % 3);
         request.ignoreAccents = q % 4 == 1;
         const std::string scanned = answers(request);
-        request.index = selectWithIndex(index, request);
+        request.inputs.index = selectWithIndex(index, request);
         EXPECT_EQ(answers(request), scanned);
         for (const auto& entry : fs::recursive_directory_iterator(dir.path())) {
-          ruledOut += request.index->rulesOut(entry.path().string()) ? 1 : 0;
+          ruledOut += request.inputs.index->rulesOut(entry.path().string()) ? 1 : 0;
         }
       }
     }
@@ -215,7 +215,7 @@ TEST(CollectionIndexTest, UpdatesReadOnlyWhatChangedAndMergingKeepsEachDocumentO
   // The merged index still answers as the scan.
   SearchRequest request = requestFor("harbour OR quay", dir.path());
   const std::string scanned = answers(request);
-  request.index = selectWithIndex(index, request);
+  request.inputs.index = selectWithIndex(index, request);
   EXPECT_EQ(answers(request), scanned);
 }
 
@@ -250,7 +250,7 @@ TEST(CollectionIndexTest, DamageIsReportedAndNeverChangesAnAnswer) {
       damaged[at] = static_cast<char>(damaged[at] ^ (1 + random() % 255));
       replaceFile(file, damaged);
       try {
-        request.index = selectWithIndex(index, request);
+        request.inputs.index = selectWithIndex(index, request);
         EXPECT_EQ(answers(request), scanned) << file << " byte " << at;
       } catch (const IndexError&) {
         EXPECT_FALSE(verifyCollectionIndex(index).empty()) << file << " byte " << at;
@@ -258,7 +258,7 @@ TEST(CollectionIndexTest, DamageIsReportedAndNeverChangesAnAnswer) {
     }
     for (std::size_t length : {std::size_t{0}, original.size() / 2, original.size() - 1}) {
       replaceFile(file, original.substr(0, length));
-      EXPECT_THROW(request.index = selectWithIndex(index, request), IndexError) << length;
+      EXPECT_THROW(request.inputs.index = selectWithIndex(index, request), IndexError) << length;
       EXPECT_FALSE(verifyCollectionIndex(index).empty());
     }
     replaceFile(file, original);
@@ -291,7 +291,7 @@ TEST(CollectionIndexTest, AnUpdateKilledAnywhereLeavesTheOldIndexOrTheNew) {
     ::waitpid(child, &status, 0);
     ASSERT_TRUE(verifyCollectionIndex(index).empty()) << "after kill " << kill;
     SearchRequest indexed = request;
-    indexed.index = selectWithIndex(index, indexed);
+    indexed.inputs.index = selectWithIndex(index, indexed);
     ASSERT_EQ(answers(indexed), answers(request)) << "after kill " << kill;
   }
 }
@@ -326,7 +326,7 @@ TEST(CollectionIndexTest, LinksAndMissingIndexes) {
   EXPECT_EQ(findCollectionIndex(dir.path() / "real" / "a.txt"), index);
   SearchRequest request = requestFor("harbour", dir.path() / "link");
   const std::string scanned = answers(request);
-  request.index = selectWithIndex(index, request);
+  request.inputs.index = selectWithIndex(index, request);
   EXPECT_EQ(answers(request), scanned);
   EXPECT_NE(scanned.find("link/a.txt"), std::string::npos);
 }

@@ -34,7 +34,6 @@
 
 namespace orvel {
 
-class IndexSelection;
 class LanguageFilter;
 
 // What a search answers for each matching file.
@@ -86,8 +85,6 @@ struct SearchRequest {
   // holds, inflated up to 1 GiB and 200 times its size (past that it is a failure: a gzip
   // bomb is not inflated), its kind that of its name without ".gz".
   bool searchZip = false;
-  // What an index says of the query (selectWithIndex): files it rules out are not read.
-  std::shared_ptr<const IndexSelection> index;
   // Report files found in folders that are skipped as no text (a named file always is).
   bool reportSkipped = false;
   // Every file read whole, decoded and evaluated, without the byte shortcuts: the slow path

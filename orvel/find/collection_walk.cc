@@ -253,6 +253,9 @@ int CollectionWalk::readFolder(const Entry& parent) {
   int error = 0;
   unsigned foundIgnoreFiles = 0;
   _children.clear();
+  // The files the index rules out are left here, before anything else is done for them.
+  const IndexSelection* index = _inputs.index.get();
+  const IndexSelection::Folder* indexed = index != nullptr ? index->folder(folderPath) : nullptr;
   for (;;) {
     errno = 0;
     const dirent* entry = ::readdir(folder);
@@ -272,6 +275,10 @@ int CollectionWalk::readFolder(const Entry& parent) {
     const fs::file_type type = entryType(folder, *entry);
     if (type != fs::file_type::regular && type != fs::file_type::directory &&
         type != fs::file_type::symlink) {
+      continue;
+    }
+    if (indexed != nullptr && type == fs::file_type::regular &&
+        index->rulesOut(*indexed, ::dirfd(folder), name)) {
       continue;
     }
     std::string path = prefix;

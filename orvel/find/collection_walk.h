@@ -19,6 +19,8 @@
 
 namespace orvel {
 
+class IndexSelection;
+
 // The longest path a list may hold: the system's PATH_MAX.
 inline constexpr std::size_t kMaxListedPathBytes = 4096;
 // The most of a list that is read (1 GiB): a list that runs on (a device, an endless pipe)
@@ -68,6 +70,9 @@ struct WalkInputs {
   // ignore, as git reads such files (see ignore_rules.h); the paths given and listed are
   // always taken.
   bool ignoreFiles = false;
+  // What an index says of the files (see collection_index.h): files found in folders that it
+  // rules out are not answered.
+  std::shared_ptr<const IndexSelection> index;
   // How deep below a folder given the walk goes: 1 takes the folder's own files only, 0
   // nothing in it. No limit by default.
   std::size_t maxDepth = std::numeric_limits<std::size_t>::max();

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <system_error>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include "orvel/find/collection_index.h"
@@ -120,7 +121,7 @@ void Update::walk() {
     if (item->error != 0 || item->skipped || item->stream) continue;
     const std::string path = internal::indexedPath(item->path);
     if (path.starts_with(own)) continue;
-    std::optional<IndexedDocument> now = internal::documentNow(path);
+    std::optional<IndexedDocument> now = internal::documentNow(AT_FDCWD, path);
     if (!now) {
       ++_report.failed;
       continue;

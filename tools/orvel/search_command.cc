@@ -240,7 +240,7 @@ int runSearch(const SearchOptions& options) {
   if (options.files) return listFiles(options, request.inputs);
   if (const std::optional<fs::path> index = indexFor(options)) {
     try {
-      request.index = selectWithIndex(*index, request);
+      request.inputs.index = selectWithIndex(*index, request);
     } catch (const IndexError& error) {
       reportError(index->string(), std::string(error.what()) + "; searching without it");
     }

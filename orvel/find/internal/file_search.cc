@@ -385,8 +385,10 @@ std::optional<SearchResult> searchWalkItem(WalkItem& item, const SearchPlan& pla
     skipped.message = std::move(item.message);
     return skipped;
   }
-  if (item.error == 0 && !item.stream && plan.request.index &&
-      plan.request.index->rulesOut(item.path)) {
+  // A file found in a folder was asked about by the walk; one named is asked here.
+  const IndexSelection* index = plan.request.inputs.index.get();
+  if (item.named && item.error == 0 && !item.stream && index != nullptr &&
+      index->rulesOut(item.path)) {
     return std::nullopt;
   }
   if (item.error != 0) {

@@ -128,11 +128,10 @@ std::string indexedPath(const std::string& path) {
   return normal;
 }
 
-std::optional<IndexedDocument> documentNow(const std::string& path) {
+std::optional<IndexedDocument> documentNow(int folderFd, const std::string& path) {
   struct stat info {};
-  if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+  if (::fstatat(folderFd, path.c_str(), &info, 0) != 0) return std::nullopt;
   IndexedDocument document;
-  document.path = path;
   document.size = static_cast<std::uint64_t>(info.st_size);
   document.modified = nanoseconds(info.st_mtim);
   document.changed = nanoseconds(info.st_ctim);
@@ -153,6 +152,9 @@ IndexReader::IndexReader(const fs::path& index, Manifest manifest)
     _segments.emplace_back(segmentPath(index, info.name), info);
   }
   // Newest first: a path in a newer segment hides its older versions.
+  std::size_t all = 0;
+  for (const SegmentReader& segment : _segments) all += segment.documents().size();
+  _places.reserve(all);
   for (std::size_t s = _segments.size(); s-- > 0;) {
     const auto& documents = _segments[s].documents();
     for (std::size_t d = 0; d < documents.size(); ++d) {

@@ -28,9 +28,10 @@ void writeManifest(const std::filesystem::path& index, const Manifest& manifest)
 
 // A path as the index keys it: absolute and lexically normal.
 [[nodiscard]] std::string indexedPath(const std::string& path);
-// The file at the path as the file system shows it now (size, times, inode; text false for
-// anything but a regular file); nullopt when it cannot be seen.
-[[nodiscard]] std::optional<IndexedDocument> documentNow(const std::string& path);
+// The file at the path (relative to the folder open at folderFd, or AT_FDCWD) as the file
+// system shows it now (size, times, inode; text false for anything but a regular file);
+// nullopt when it cannot be seen. Symbolic links are followed, as the walk follows them.
+[[nodiscard]] std::optional<IndexedDocument> documentNow(int folderFd, const std::string& path);
 [[nodiscard]] bool sameFile(const IndexedDocument& indexed, const IndexedDocument& now);
 
 struct DocumentPlace {
@@ -46,7 +47,7 @@ class IndexReader {
   [[nodiscard]] const Manifest& manifest() const { return _manifest; }
   [[nodiscard]] std::vector<SegmentReader>& segments() { return _segments; }
   [[nodiscard]] const std::vector<SegmentReader>& segments() const { return _segments; }
-  [[nodiscard]] const std::unordered_map<std::string, DocumentPlace>& places() const {
+  [[nodiscard]] const std::unordered_map<std::string_view, DocumentPlace>& places() const {
     return _places;
   }
   [[nodiscard]] const IndexedDocument& document(DocumentPlace place) const {
@@ -56,7 +57,7 @@ class IndexReader {
  private:
   Manifest _manifest;
   std::vector<SegmentReader> _segments;
-  std::unordered_map<std::string, DocumentPlace> _places;
+  std::unordered_map<std::string_view, DocumentPlace> _places;  // views of the tables' paths
 };
 
 // Holds the lock that writers take in turn (waiting for it), released when it goes.
