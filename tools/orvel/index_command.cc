@@ -46,6 +46,8 @@ std::string updateText(const IndexUpdate& update) {
 int runIndex(const IndexOptions& options) {
   const fs::path index = options.index ? fs::path(*options.index)
                                        : fs::path(options.paths.front()) / kDefaultIndexName;
+  // The storage's own lines about damage are summed up in the index's messages.
+  const CollectedLog quiet;
   try {
     if (options.status) {
       writeOut(statusText(collectionIndexStatus(index)));

@@ -239,6 +239,8 @@ int runSearch(const SearchOptions& options) {
   SearchRequest request = searchRequest(options);
   if (options.files) return listFiles(options, request.inputs);
   if (const std::optional<fs::path> index = indexFor(options)) {
+    // The storage's own lines about a damaged block are summed up in the one line below.
+    const CollectedLog quiet;
     try {
       request.inputs.index = selectWithIndex(*index, request);
     } catch (const IndexError& error) {
