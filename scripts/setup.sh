@@ -22,6 +22,8 @@ packages=(
   libsqlite3-dev                                 #   peers, never linked by the library)
   ripgrep ugrep hyperfine time                   # peers of the search benchmarks; GNU time
                                                  #   measures their peak memory
+  recollcmd xapian-omega xapian-tools sqlite3    # peers of the index benchmark (recoll,
+                                                 #   Xapian's omindex and quest, SQLite FTS5)
   libxml2-dev libgumbo-dev                       # peers of the HTML benchmarks (C parsers)
   python3-html2text python3-bs4 python3-lxml     #   and the Python converters users pick
   python3.11-doc                                 # the HTML corpus of those benchmarks

@@ -2,13 +2,13 @@
 # everywhere else.
 _orvel() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
-  local commands="search match snippets query wildcard similarity words components count
+  local commands="search index match snippets query wildcard similarity words components count
     ellipsize crc32 md5 sha1 fold json entities charset html feed dsstore comment lang
     textbundle keyed storage zlib url"
   local search_options="--files-with-matches --count --json --ignore-case --case-sensitive
     --smart-case --word-regexp --quiet --max-count --no-line-number --no-heading --files
     --max-depth --stats --follow --search-zip --glob --wildcard --ignore-accents --color
-    --colors --column --vimgrep --no-ignore --json=files
+    --colors --column --vimgrep --no-ignore --json=files --index --no-index
     --paragraphs --snippet-chars --files-from --files0-from --null --type --type-list --lang
     --stop-words --comments --hidden --no-progress --verbose --help -j"
   local words=""
@@ -30,6 +30,7 @@ _orvel() {
       textbundle) words="text unpack" ;;
       url) words="clean rel filter remote" ;;
       keyed) words="dump add remove" ;;
+      index) words="--index --status --verify --compact --hidden --no-ignore" ;;
       storage) words="ls verify cat append delete compact salvage" ;;
     esac
   fi

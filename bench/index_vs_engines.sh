@@ -1,0 +1,163 @@
+#!/usr/bin/env bash
+# orvel's index against the search engines a user would pick instead, on one corpus in one
+# run: recoll (recollindex, recollq), Xapian (omindex, quest) and SQLite FTS5 (the sqlite3
+# shell: one row per file, unicode61 with diacritics removed), and against orvel's own scan.
+# The corpus (built once, ORVEL_INDEX_CORPUS, default /tmp/orvel-index-corpus) is the
+# reStructuredText sources of Debian's python3.11-doc copied 9 times: about 100 MB in about
+# 5,200 files, with a rare word planted in 3.
+#
+# Prints, for each engine: building (seconds, MB of text per CPU second, peak memory, size of
+# the index against the text's), the no-change update, an update after 1 % of the files were
+# rewritten and 1 % deleted (time, and size growth); then each query with -l (paths only),
+# whole process, warm cache, best of $ORVEL_INDEX_RUNS (default 3), with orvel's ratio to
+# the fastest peer and the scan's ratio to orvel.
+# Usage: bench/index_vs_engines.sh [ORVEL]
+set -euo pipefail
+cd "$(dirname "$0")/.."
+orvel=$(realpath "${1:-build/release/tools/orvel/orvel}")
+corpus=${ORVEL_INDEX_CORPUS:-/tmp/orvel-index-corpus}
+runs=${ORVEL_INDEX_RUNS:-3}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+if [ ! -f "$corpus/.complete" ]; then
+  rm -rf "$corpus"
+  /usr/bin/python3 - "$corpus" /usr/share/doc/python3.11/html/_sources <<'PYTHON'
+import pathlib, shutil, sys
+corpus, sources = map(pathlib.Path, sys.argv[1:])
+rst = sorted(p for p in sources.rglob("*.txt") if p.is_file())
+written = []
+for copy in range(9):
+    for source in rst:
+        target = corpus / f"docs{copy}" / source.relative_to(sources)
+        target.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(source, target)
+        written.append(target)
+for k in (17, len(written) // 2, len(written) - 5):
+    with open(written[k], "a", encoding="utf-8") as out:
+        out.write("\nA quixotically rare word.\n")
+PYTHON
+  # Old enough for every engine (and orvel) to trust the files' times.
+  find "$corpus" -type f -exec touch -d '2026-01-01' {} +
+  touch "$corpus/.complete"
+fi
+files=$(find "$corpus" -type f -name '*.txt' | wc -l)
+megabytes=$(du -sm --apparent-size --exclude=.complete "$corpus" | cut -f1)
+echo "corpus: $corpus, $files files, $megabytes MB; $(nproc) cores; best of $runs runs"
+
+# Wall time (s), CPU time (s) and peak memory (MB) of one command.
+timed() {
+  /usr/bin/time -f '%e %U %S %M' -o "$work/time" "$@" >/dev/null 2>&1 || true
+  awk '{ printf "%.3f %.3f %.1f\n", $1, $2 + $3, $4 / 1024 }' "$work/time"
+}
+# The best wall time (s) of a query command, its output through a pipe.
+best() {
+  local best="" start end elapsed
+  { "$@" 2>/dev/null | cat >/dev/null; } || true
+  for _ in $(seq "$runs"); do
+    start=$(date +%s%N)
+    { "$@" 2>/dev/null | cat >/dev/null; } || true
+    end=$(date +%s%N)
+    elapsed=$(((end - start) / 1000))
+    if [ -z "$best" ] || [ "$elapsed" -lt "$best" ]; then best=$elapsed; fi
+  done
+  awk -v b="$best" 'BEGIN { printf "%.4f", b / 1e6 }'
+}
+size_mb() { du -sm --apparent-size "$@" | awk '{ s += $1 } END { print s }'; }
+
+# The engines' indexes, each in its own folder.
+oidx="$work/orvel/index"
+mkdir -p "$work/orvel" "$work/recoll" "$work/xapian"
+cat >"$work/recoll/recoll.conf" <<EOF
+topdirs = $corpus
+skippedNames = .complete
+indexStemmingLanguages =
+EOF
+build_orvel() { "$orvel" index --index "$oidx" "$corpus"; }
+build_fts5() {
+  sqlite3 "$work/fts5.db" "create virtual table if not exists docs using fts5(path unindexed,
+    body, tokenize = 'unicode61 remove_diacritics 2');
+    delete from docs;
+    insert into docs select name, cast(readfile(name) as text) from fsdir('$corpus')
+      where name like '%.txt';"
+}
+build_recoll() { recollindex -c "$work/recoll"; }
+build_xapian() { omindex --db "$work/xapian/db" --url / "$corpus"; }
+# GNU time runs programs: the builders run in a shell of their own.
+export orvel oidx corpus work
+export -f build_orvel build_fts5 build_recoll build_xapian
+
+echo
+printf '%-8s %9s %9s %10s %8s %10s\n' engine build_s MB/cpu_s peak_MB size_MB size/text
+for engine in orvel fts5 recoll xapian; do
+  read -r wall cpu peak < <(timed bash -c "build_$engine")
+  case $engine in
+    orvel) size=$(size_mb "$work/orvel") ;;
+    fts5) size=$(size_mb "$work/fts5.db") ;;
+    recoll) size=$(size_mb "$work/recoll/xapiandb") ;;
+    xapian) size=$(size_mb "$work/xapian/db") ;;
+  esac
+  awk -v e="$engine" -v w="$wall" -v c="$cpu" -v p="$peak" -v s="$size" -v t="$megabytes" \
+    'BEGIN { printf "%-8s %9.2f %9.1f %10.1f %8d %9.0f%%\n", e, w, t / c, p, s, 100 * s / t }'
+done
+
+# Updates: nothing changed, then 1 % of the files rewritten and 1 % deleted.
+echo
+read -r orvel_same _ _ < <(timed bash -c build_orvel)
+read -r xapian_same _ _ < <(timed bash -c build_xapian)
+read -r recoll_same _ _ < <(timed bash -c build_recoll)
+echo "no-change update: orvel ${orvel_same}s, omindex ${xapian_same}s, recollindex ${recoll_same}s"
+before=$(size_mb "$work/orvel")
+mapfile -t changed < <(find "$corpus" -type f -name '*.txt' | sort | awk 'NR % 100 == 1')
+mapfile -t deleted < <(find "$corpus" -type f -name '*.txt' | sort | awk 'NR % 100 == 2')
+mkdir -p "$work/saved"
+for file in "${changed[@]}"; do echo "A rewritten line." >>"$file"; done
+for file in "${deleted[@]}"; do mv "$file" "$work/saved/$(echo "$file" | md5sum | cut -c1-16)"; done
+# Rewritten just now, the files are not trusted by their times until two seconds have passed.
+sleep 2.1
+read -r orvel_update _ _ < <(timed bash -c build_orvel)
+after=$(size_mb "$work/orvel")
+{
+  for file in "${deleted[@]}" "${changed[@]}"; do echo "delete from docs where path = '$file';"; done
+  for file in "${changed[@]}"; do
+    echo "insert into docs values ('$file', cast(readfile('$file') as text));"
+  done
+} >"$work/update.sql"
+read -r fts5_update_s _ _ < <(timed bash -c 'sqlite3 "$work/fts5.db" < "$work/update.sql"')
+echo "1% rewritten, 1% deleted: orvel ${orvel_update}s (index ${before} -> ${after} MB)," \
+  "FTS5 ${fts5_update_s}s"
+# Put the corpus back as it was.
+for file in "${deleted[@]}"; do mv "$work/saved/$(echo "$file" | md5sum | cut -c1-16)" "$file"; done
+for file in "${changed[@]}"; do
+  head -c -17 "$file" >"$work/restored" && cat "$work/restored" >"$file" && touch -d '2026-01-01' "$file"
+done
+timed bash -c build_orvel >/dev/null
+timed bash -c build_fts5 >/dev/null
+timed bash -c build_recoll >/dev/null
+timed bash -c build_xapian >/dev/null
+
+# Queries with -l: orvel's query, FTS5's, recoll's and Xapian's spelling of the same.
+echo
+printf '%-32s %8s %8s %8s %8s %8s %8s %8s\n' query orvel fts5 recoll xapian scan vs_peer scan_x
+query_row() {  # query_row ORVEL FTS5 RECOLL XAPIAN
+  local ours fts5 recoll xapian scan
+  ours=$(best "$orvel" search -l --index "$oidx" -- "$1" "$corpus")
+  fts5=$(best sqlite3 "$work/fts5.db" "select path from docs where docs match '$2'")
+  recoll=$(best recollq -c "$work/recoll" -b -n 0-100000 "$3")
+  xapian=$(best quest -d "$work/xapian/db" -m 100000 "$4")
+  scan=$(best "$orvel" search -l --no-index -- "$1" "$corpus")
+  awk -v q="$1" -v o="$ours" -v f="$fts5" -v r="$recoll" -v x="$xapian" -v s="$scan" 'BEGIN {
+    peer = f; if (r < peer) peer = r; if (x < peer) peer = x
+    printf "%-32s %7.4fs %7.4fs %7.4fs %7.4fs %7.4fs %7.2fx %7.1fx\n", q, o, f, r, x, s,
+      o / peer, s / o }'
+}
+query_row quixotically quixotically quixotically quixotically
+query_row import import import import
+query_row zyzzogeton zyzzogeton zyzzogeton zyzzogeton
+query_row '"for example"' '"for example"' '"for example"' '"for example"'
+query_row 'function AND return -deprecated' 'function AND return NOT deprecated' \
+  'function return -deprecated' 'function AND return AND NOT deprecated'
+query_row 'asyncio OR socket OR thread' 'asyncio OR socket OR thread' \
+  'asyncio OR socket OR thread' 'asyncio OR socket OR thread'
+query_row 'file NEAR/5 open' 'NEAR(file open, 5)' '"file open"p' 'file NEAR/5 open'
+query_row the the the the
