@@ -1,7 +1,9 @@
 // Building and updating a collection index, merging its segments, and checking it.
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <system_error>
+#include <thread>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -91,8 +93,18 @@ class Update {
   }
 
  private:
+  // A file to read, and what reading it found.
+  struct Pending {
+    IndexedDocument document;
+    std::vector<std::string> keys;
+    bool read;
+  };
+  // Files are read a batch at a time, the batch shared by every core.
+  static constexpr std::size_t kBatch = 256;
+
   void walk();
-  void add(const std::string& path, IndexedDocument now);
+  void read(Pending& pending);
+  void readPending();
   void writeSegment();
   SegmentInfo mergeAll(std::uint64_t generation);
   void removeUnused(const Manifest& kept);
@@ -109,6 +121,7 @@ class Update {
   internal::SegmentBuilder _builder;
   IndexUpdate _report;
   std::uint64_t _known = 0;  // files read again that the index held before
+  std::vector<Pending> _pending;
   std::size_t _parts = 0;
 };
 
@@ -138,29 +151,50 @@ void Update::walk() {
         ++_known;
       }
     }
-    add(path, std::move(*now));
+    now->path = path;
+    _pending.push_back(Pending{std::move(*now), {}, false});
+    if (_pending.size() == kBatch) readPending();
   }
+  readPending();
 }
 
-void Update::add(const std::string& path, IndexedDocument now) {
+// Reads a document and finds its keys, on whichever thread takes it.
+void Update::read(Pending& pending) {
   const std::int64_t readAt = nowNanoseconds();
   std::string error;
-  std::optional<DocumentText> document = documentTextAtPath(path, &error);
-  if (!document) {
-    ++_report.failed;
-    return;
-  }
-  now.path = path;
+  std::optional<DocumentText> document = documentTextAtPath(pending.document.path, &error);
+  if (!document) return;
+  IndexedDocument& now = pending.document;
   now.kind = document->kind;
   // A TextBundle folder's times do not change with its text: it is never trusted.
   now.text = now.text && document->text.has_value();
   now.racy = std::max(now.modified, now.changed) > readAt - kRacyNanoseconds;
-  const std::vector<std::string> keys =
-      document->text ? internal::textKeys(*document->text) : std::vector<std::string>{};
-  _report.bytesRead += now.size;
-  ++_report.indexed;
-  _builder.add(std::move(now), keys);
-  if (_builder.memoryUsed() > kSegmentMemory) writeSegment();
+  if (document->text) pending.keys = internal::textKeys(*document->text);
+  pending.read = true;
+}
+
+// Reads the documents waiting, on every core, and adds them in the walk's order.
+void Update::readPending() {
+  std::atomic<std::size_t> next{0};
+  const auto work = [&] {
+    for (std::size_t k; (k = next.fetch_add(1)) < _pending.size();) read(_pending[k]);
+  };
+  std::vector<std::thread> helpers;
+  const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+  for (unsigned t = 1; t < cores && t < _pending.size(); ++t) helpers.emplace_back(work);
+  work();
+  for (std::thread& helper : helpers) helper.join();
+  for (Pending& pending : _pending) {
+    if (!pending.read) {
+      ++_report.failed;
+      continue;
+    }
+    _report.bytesRead += pending.document.size;
+    ++_report.indexed;
+    _builder.add(std::move(pending.document), std::move(pending.keys));
+    if (_builder.memoryUsed() > kSegmentMemory) writeSegment();
+  }
+  _pending.clear();
 }
 
 void Update::writeSegment() {

@@ -101,13 +101,14 @@ SegmentInfo SegmentFileWriter::finish() {
   return _info;
 }
 
-void SegmentBuilder::add(IndexedDocument document, const std::vector<std::string>& keys) {
+void SegmentBuilder::add(IndexedDocument document, std::vector<std::string> keys) {
   const auto number = static_cast<std::uint32_t>(_documents.size());
   _memory += document.path.size() + sizeof(IndexedDocument);
   _documents.push_back(std::move(document));
-  for (const std::string& key : keys) {
-    auto [entry, added] = _postings.try_emplace(key);
-    if (added) _memory += key.size() + 64;
+  for (std::string& key : keys) {
+    const std::size_t size = key.size();
+    auto [entry, added] = _postings.try_emplace(std::move(key));
+    if (added) _memory += size + 64;
     entry->second.push_back(number);
     _memory += sizeof(std::uint32_t);
   }
@@ -116,7 +117,12 @@ void SegmentBuilder::add(IndexedDocument document, const std::vector<std::string
 SegmentInfo SegmentBuilder::write(const std::filesystem::path& path, std::string name) {
   SegmentFileWriter writer(path, std::move(name));
   writer.writeDocuments(_documents);
-  for (const auto& [key, documents] : _postings) writer.addTerm(key, documents);
+  std::vector<const std::pair<const std::string, std::vector<std::uint32_t>>*> terms;
+  terms.reserve(_postings.size());
+  for (const auto& term : _postings) terms.push_back(&term);
+  std::sort(terms.begin(), terms.end(),
+            [](const auto* a, const auto* b) { return a->first < b->first; });
+  for (const auto* term : terms) writer.addTerm(term->first, term->second);
   return writer.finish();
 }
 

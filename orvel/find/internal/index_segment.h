@@ -21,10 +21,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "orvel/find/collection_index.h"
@@ -83,7 +83,7 @@ class SegmentFileWriter {
 class SegmentBuilder {
  public:
   // Adds a document (numbered in order) and the distinct keys of its words.
-  void add(IndexedDocument document, const std::vector<std::string>& keys);
+  void add(IndexedDocument document, std::vector<std::string> keys);
   [[nodiscard]] std::size_t documents() const { return _documents.size(); }
   // About how much memory the gathered postings take.
   [[nodiscard]] std::size_t memoryUsed() const { return _memory; }
@@ -91,7 +91,7 @@ class SegmentBuilder {
 
  private:
   std::vector<IndexedDocument> _documents;
-  std::map<std::string, std::vector<std::uint32_t>, std::less<>> _postings;
+  std::unordered_map<std::string, std::vector<std::uint32_t>> _postings;  // sorted on writing
   std::size_t _memory = 0;
 };
 

@@ -1,6 +1,8 @@
 #include "orvel/find/internal/index_terms.h"
 
 #include <algorithm>
+#include <array>
+#include <deque>
 #include <unordered_set>
 
 #include "orvel/base/utf8.h"
@@ -93,11 +95,40 @@ class Need {
 }  // namespace
 
 std::vector<std::string> textKeys(std::u16string_view text) {
-  std::unordered_set<std::u16string> seen;
-  forEachFoldedWord(text, [&](const std::u16string& word) { seen.insert(word); });
+  // Each word is folded and encoded into one reused buffer, and kept once: the set views
+  // the keys already kept, so that a word met again costs a hash and no allocation.
+  const CharacterSetRep words = queryTermCharacters();
+  const ConversionTable fold = upperUmlautsCharsTable();
+  // ASCII, most of most texts, through one table: the folded byte of a word character,
+  // else 0.
+  std::array<char, 128> ascii{};
+  for (unichar c = 0; c < 128; ++c) {
+    if (isMemberOfCharacterSetRep(words, c) && fold[c] < 0x80)
+      ascii[c] = static_cast<char>(fold[c]);
+  }
   std::vector<std::string> keys;
-  keys.reserve(seen.size());
-  for (const std::u16string& word : seen) keys.push_back(utf16ToUtf8(word));
+  std::unordered_set<std::string_view> seen;
+  std::deque<std::string> kept;  // stable addresses for the views
+  std::string key;
+  for (std::size_t k = 0; k <= text.size(); ++k) {
+    if (k < text.size()) {
+      const unichar c = text[k];
+      if (c < 0x80 && ascii[c] != 0) {
+        key += ascii[c];
+        continue;
+      }
+      // Word characters outside ASCII are of the BMP (a surrogate is none).
+      if (c >= 0x80 && isMemberOfCharacterSetRep(words, c)) {
+        appendUtf16AsUtf8(key, std::u16string_view(&fold[c], 1));
+        continue;
+      }
+    }
+    if (key.empty()) continue;
+    if (seen.find(key) == seen.end()) seen.insert(kept.emplace_back(key));
+    key.clear();
+  }
+  keys.reserve(kept.size());
+  for (std::string& each : kept) keys.push_back(std::move(each));
   return keys;
 }
 
