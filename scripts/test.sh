@@ -21,10 +21,11 @@ for preset in release sanitize; do
 done
 
 echo "== thread sanitizer: the collection search on 8 threads (order, cancellation), and"
-echo "   orvel search on four threads, of text files and of TextPacks"
+echo "   orvel search on four threads, of text files and of TextPacks, and index writers and a"
+echo "   reader at once"
 cmake --preset tsan >/dev/null
 cmake --build --preset tsan --target orvel orvel_cli_test orvel_find_test
-ctest --preset tsan -R 'OrderedRunnerTest|CollectionSearchTest|SearchShortcutsTest|SearchInputsTest\.(ThreadsPrintInFileOrder|TextPacksAreReadOnSeveralThreads)'
+ctest --preset tsan -R 'OrderedRunnerTest|CollectionSearchTest|SearchShortcutsTest|SearchInputsTest\.(ThreadsPrintInFileOrder|TextPacksAreReadOnSeveralThreads)|CollectionIndexTest\.TwoWritersTakeTurnsWhileReadersGoOn'
 
 echo "== fuzzing, about 5 s per target"
 mkdir -p build

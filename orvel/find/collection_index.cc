@@ -96,7 +96,7 @@ class Selection final : public IndexSelection {
 
 std::shared_ptr<const IndexSelection> selectWithIndex(const fs::path& index,
                                                       const SearchRequest& request) {
-  auto reader = std::make_unique<IndexReader>(index, internal::readManifest(index));
+  std::unique_ptr<IndexReader> reader = internal::openIndexReader(index);
   if (request.comments) return nullptr;
   const TextQuery query(request.query, request.caseSensitive, request.wildcard,
                         request.ignoreAccents);
@@ -104,8 +104,9 @@ std::shared_ptr<const IndexSelection> selectWithIndex(const fs::path& index,
 }
 
 IndexStatus collectionIndexStatus(const fs::path& index) {
-  const internal::Manifest manifest = internal::readManifest(index);
-  IndexReader reader(index, manifest);
+  const std::unique_ptr<IndexReader> opened = internal::openIndexReader(index);
+  const IndexReader& reader = *opened;
+  const internal::Manifest& manifest = reader.manifest();
   IndexStatus status;
   status.roots = manifest.roots;
   status.segments = manifest.segments.size();

@@ -5,6 +5,7 @@
 #include "orvel/find/collection_index.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -296,18 +297,35 @@ TEST(CollectionIndexTest, AnUpdateKilledAnywhereLeavesTheOldIndexOrTheNew) {
   }
 }
 
-TEST(CollectionIndexTest, TwoWritersTakeTurns) {
+TEST(CollectionIndexTest, TwoWritersTakeTurnsWhileReadersGoOn) {
   testing::TempDir dir;
   std::mt19937 random(21);
   writeTree(dir, random);
   const fs::path index = dir.path() / kDefaultIndexName;
+  updateCollectionIndex(index, treeAt(dir.path()));
+  const SearchRequest request = requestFor("harbour OR quay", dir.path());
+  const std::string scanned = answers(request);
+  std::atomic<bool> writing{true};
   std::vector<std::thread> writers;
   for (int w = 0; w < 2; ++w) {
     writers.emplace_back([&, w] {
-      for (int k = 0; k < 4; ++k) updateCollectionIndex(index, treeAt(dir.path()), w == 1);
+      for (int k = 0; k < 6; ++k) updateCollectionIndex(index, treeAt(dir.path()), w == 1);
     });
   }
+  // Readers never wait for the writers, and never see a half-written index.
+  std::size_t reads = 0;
+  std::thread reader([&] {
+    while (writing) {
+      SearchRequest indexed = request;
+      indexed.inputs.index = selectWithIndex(index, indexed);
+      EXPECT_EQ(answers(indexed), scanned);
+      ++reads;
+    }
+  });
   for (std::thread& writer : writers) writer.join();
+  writing = false;
+  reader.join();
+  EXPECT_GT(reads, 0u);
   EXPECT_TRUE(verifyCollectionIndex(index).empty());
   EXPECT_EQ(collectionIndexStatus(index).documents, 40u);
 }

@@ -164,6 +164,18 @@ IndexReader::IndexReader(const fs::path& index, Manifest manifest)
   }
 }
 
+std::unique_ptr<IndexReader> openIndexReader(const fs::path& index) {
+  for (int attempt = 0;; ++attempt) {
+    Manifest manifest = readManifest(index);
+    const std::uint64_t generation = manifest.generation;
+    try {
+      return std::make_unique<IndexReader>(index, std::move(manifest));
+    } catch (const IndexError&) {
+      if (attempt == 3 || readManifest(index).generation == generation) throw;
+    }
+  }
+}
+
 WriterLock::WriterLock(const fs::path& index) {
   const std::string path = index.string() + ".lock";
   _fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);

@@ -60,6 +60,10 @@ class IndexReader {
   std::unordered_map<std::string_view, DocumentPlace> _places;  // views of the tables' paths
 };
 
+// Reads the manifest and every segment it names. A writer may replace the manifest and
+// remove segments it merged away in between: then the new manifest is read again.
+[[nodiscard]] std::unique_ptr<IndexReader> openIndexReader(const std::filesystem::path& index);
+
 // Holds the lock that writers take in turn (waiting for it), released when it goes.
 class WriterLock {
  public:
