@@ -91,7 +91,8 @@ class SegmentBuilder {
 
  private:
   std::vector<IndexedDocument> _documents;
-  std::unordered_map<std::string, std::vector<std::uint32_t>> _postings;  // sorted on writing
+  // Sorted on writing.
+  std::unordered_map<std::string, std::vector<std::uint32_t>> _postings;
   std::size_t _memory = 0;
 };
 

@@ -103,33 +103,40 @@ std::vector<std::string> textKeys(std::u16string_view text) {
   // else 0.
   std::array<char, 128> ascii{};
   for (unichar c = 0; c < 128; ++c) {
-    if (isMemberOfCharacterSetRep(words, c) && fold[c] < 0x80)
+    if (isMemberOfCharacterSetRep(words, c) && fold[c] < 0x80) {
       ascii[c] = static_cast<char>(fold[c]);
+    }
   }
-  std::vector<std::string> keys;
   std::unordered_set<std::string_view> seen;
   std::deque<std::string> kept;  // stable addresses for the views
   std::string key;
-  for (std::size_t k = 0; k <= text.size(); ++k) {
-    if (k < text.size()) {
-      const unichar c = text[k];
-      if (c < 0x80 && ascii[c] != 0) {
-        key += ascii[c];
-        continue;
-      }
-      // Word characters outside ASCII are of the BMP (a surrogate is none).
-      if (c >= 0x80 && isMemberOfCharacterSetRep(words, c)) {
-        appendUtf16AsUtf8(key, std::u16string_view(&fold[c], 1));
-        continue;
-      }
-    }
-    if (key.empty()) continue;
-    if (seen.find(key) == seen.end()) seen.insert(kept.emplace_back(key));
+  const auto keep = [&] {
+    if (!key.empty() && seen.find(key) == seen.end()) seen.insert(kept.emplace_back(key));
     key.clear();
+  };
+  const unichar* units = text.data();
+  const std::size_t size = text.size();
+  for (std::size_t k = 0; k < size;) {
+    const unichar c = units[k];
+    if (c < 0x80 && ascii[c] != 0) {
+      // A run of ASCII word characters at once.
+      const std::size_t run = k;
+      while (k < size && units[k] < 0x80 && ascii[units[k]] != 0) ++k;
+      const std::size_t base = key.size();
+      key.resize(base + (k - run));
+      for (std::size_t j = run; j < k; ++j) key[base + j - run] = ascii[units[j]];
+      continue;
+    }
+    ++k;
+    if (c >= 0x80 && isMemberOfCharacterSetRep(words, c)) {
+      // Word characters outside ASCII are of the BMP (a surrogate is none).
+      appendUtf16AsUtf8(key, std::u16string_view(&fold[c], 1));
+    } else {
+      keep();  // a separator ends the word
+    }
   }
-  keys.reserve(kept.size());
-  for (std::string& each : kept) keys.push_back(std::move(each));
-  return keys;
+  keep();
+  return {std::make_move_iterator(kept.begin()), std::make_move_iterator(kept.end())};
 }
 
 std::string wordKey(std::u16string_view word) {
