@@ -67,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   request.threads = 1;
   const std::string scanned = answers(request);
   try {
-    request.inputs.index = orvel::selectWithIndex(folder + "/idx", request);
+    request.inputs.index = orvel::selectWithIndex(folder + "/idx", request, 0);
   } catch (const orvel::IndexError&) {
     return 0;
   }

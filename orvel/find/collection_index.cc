@@ -48,7 +48,9 @@ class Selection final : public IndexSelection {
       }
       const std::size_t slash = path.rfind('/');
       _folders[path.substr(0, slash)].documents.emplace_back(path.substr(slash + 1), &document);
+      ++_ruledOut;
     }
+    _documents = _reader->places().size();
     for (auto& [folder, entries] : _folders) {
       std::sort(entries.documents.begin(), entries.documents.end());
     }
@@ -62,6 +64,11 @@ class Selection final : public IndexSelection {
   bool rulesOut(const Folder& folder, int folderFd, std::string_view name) const override {
     const IndexedDocument* indexed = find(folder, name);
     return indexed != nullptr && unchanged(*indexed, folderFd, std::string(name));
+  }
+
+  // The share of the documents it rules out.
+  [[nodiscard]] double share() const {
+    return _documents == 0 ? 0.0 : static_cast<double>(_ruledOut) / static_cast<double>(_documents);
   }
 
   bool rulesOut(const std::string& path) const override {
@@ -90,17 +97,22 @@ class Selection final : public IndexSelection {
 
   std::unique_ptr<IndexReader> _reader;
   std::unordered_map<std::string_view, Folder> _folders;
+  std::size_t _ruledOut = 0;
+  std::size_t _documents = 0;
 };
 
 }  // namespace
 
 std::shared_ptr<const IndexSelection> selectWithIndex(const fs::path& index,
-                                                      const SearchRequest& request) {
+                                                      const SearchRequest& request,
+                                                      double minimumShare) {
   std::unique_ptr<IndexReader> reader = internal::openIndexReader(index);
   if (request.comments) return nullptr;
   const TextQuery query(request.query, request.caseSensitive, request.wildcard,
                         request.ignoreAccents);
-  return std::make_shared<Selection>(std::move(reader), query.tree(), request.wildcard);
+  auto selection = std::make_shared<Selection>(std::move(reader), query.tree(), request.wildcard);
+  if (selection->share() < minimumShare) return nullptr;
+  return selection;
 }
 
 IndexStatus collectionIndexStatus(const fs::path& index) {

@@ -179,7 +179,7 @@ TEST(CollectionIndexTest, IndexedSearchesAnswerExactlyAsTheScanThroughEdits) {
         request.want = static_cast<SearchWant>(q % 3);
         request.ignoreAccents = q % 4 == 1;
         const std::string scanned = answers(request);
-        request.inputs.index = selectWithIndex(index, request);
+        request.inputs.index = selectWithIndex(index, request, 0);
         EXPECT_EQ(answers(request), scanned);
         for (const auto& entry : fs::recursive_directory_iterator(dir.path())) {
           ruledOut += request.inputs.index->rulesOut(entry.path().string()) ? 1 : 0;
@@ -216,7 +216,7 @@ TEST(CollectionIndexTest, UpdatesReadOnlyWhatChangedAndMergingKeepsEachDocumentO
   // The merged index still answers as the scan.
   SearchRequest request = requestFor("harbour OR quay", dir.path());
   const std::string scanned = answers(request);
-  request.inputs.index = selectWithIndex(index, request);
+  request.inputs.index = selectWithIndex(index, request, 0);
   EXPECT_EQ(answers(request), scanned);
 }
 
@@ -251,7 +251,7 @@ TEST(CollectionIndexTest, DamageIsReportedAndNeverChangesAnAnswer) {
       damaged[at] = static_cast<char>(damaged[at] ^ (1 + random() % 255));
       replaceFile(file, damaged);
       try {
-        request.inputs.index = selectWithIndex(index, request);
+        request.inputs.index = selectWithIndex(index, request, 0);
         EXPECT_EQ(answers(request), scanned) << file << " byte " << at;
       } catch (const IndexError&) {
         EXPECT_FALSE(verifyCollectionIndex(index).empty()) << file << " byte " << at;
@@ -259,7 +259,7 @@ TEST(CollectionIndexTest, DamageIsReportedAndNeverChangesAnAnswer) {
     }
     for (std::size_t length : {std::size_t{0}, original.size() / 2, original.size() - 1}) {
       replaceFile(file, original.substr(0, length));
-      EXPECT_THROW(request.inputs.index = selectWithIndex(index, request), IndexError) << length;
+      EXPECT_THROW(request.inputs.index = selectWithIndex(index, request, 0), IndexError) << length;
       EXPECT_FALSE(verifyCollectionIndex(index).empty());
     }
     replaceFile(file, original);
@@ -292,7 +292,7 @@ TEST(CollectionIndexTest, AnUpdateKilledAnywhereLeavesTheOldIndexOrTheNew) {
     ::waitpid(child, &status, 0);
     ASSERT_TRUE(verifyCollectionIndex(index).empty()) << "after kill " << kill;
     SearchRequest indexed = request;
-    indexed.inputs.index = selectWithIndex(index, indexed);
+    indexed.inputs.index = selectWithIndex(index, indexed, 0);
     ASSERT_EQ(answers(indexed), answers(request)) << "after kill " << kill;
   }
 }
@@ -317,7 +317,7 @@ TEST(CollectionIndexTest, TwoWritersTakeTurnsWhileReadersGoOn) {
   std::thread reader([&] {
     while (writing) {
       SearchRequest indexed = request;
-      indexed.inputs.index = selectWithIndex(index, indexed);
+      indexed.inputs.index = selectWithIndex(index, indexed, 0);
       EXPECT_EQ(answers(indexed), scanned);
       ++reads;
     }
@@ -335,7 +335,7 @@ TEST(CollectionIndexTest, LinksAndMissingIndexes) {
   dir.writeFile("real/a.txt", "harbour");
   fs::create_directory_symlink(dir.path() / "real", dir.path() / "link");
   const fs::path index = dir.path() / kDefaultIndexName;
-  EXPECT_THROW((void)selectWithIndex(index, requestFor("harbour", dir.path())), IndexError);
+  EXPECT_THROW((void)selectWithIndex(index, requestFor("harbour", dir.path()), 0), IndexError);
   EXPECT_FALSE(findCollectionIndex(dir.path() / "real").has_value());
   WalkInputs inputs = treeAt(dir.path());
   inputs.followLinks = true;
@@ -344,7 +344,7 @@ TEST(CollectionIndexTest, LinksAndMissingIndexes) {
   EXPECT_EQ(findCollectionIndex(dir.path() / "real" / "a.txt"), index);
   SearchRequest request = requestFor("harbour", dir.path() / "link");
   const std::string scanned = answers(request);
-  request.inputs.index = selectWithIndex(index, request);
+  request.inputs.index = selectWithIndex(index, request, 0);
   EXPECT_EQ(answers(request), scanned);
   EXPECT_NE(scanned.find("link/a.txt"), std::string::npos);
 }
