@@ -31,14 +31,10 @@ using RuledOut = std::vector<std::pair<std::string_view, const IndexedDocument*>
 
 class Selection final : public IndexSelection {
  public:
-  Selection(std::unique_ptr<IndexReader> reader, const QueryTerms& tree, bool wildcard)
+  // The reader's document tables are read here, after the sets of documents that may match.
+  Selection(std::unique_ptr<IndexReader> reader, const std::vector<DocumentSet>& mayMatch)
       : _reader(std::move(reader)) {
-    std::vector<DocumentSet> mayMatch;
-    for (SegmentReader& segment : _reader->segments()) {
-      mayMatch.push_back(internal::documentsThatMayMatch(
-          tree, wildcard, segment.documents().size(),
-          [&segment](std::string_view key) { return segment.postings(key); }));
-    }
+    _reader->readDocuments();
     // Only the newest version of a path counts, and only a text trusted by its times can be
     // ruled out: those are grouped by folder, each folder's names sorted.
     for (const auto& [path, place] : _reader->places()) {
@@ -106,11 +102,28 @@ class Selection final : public IndexSelection {
 std::shared_ptr<const IndexSelection> selectWithIndex(const fs::path& index,
                                                       const SearchRequest& request,
                                                       double minimumShare) {
-  std::unique_ptr<IndexReader> reader = internal::openIndexReader(index);
+  std::unique_ptr<IndexReader> reader = internal::openIndexReader(index, false);
   if (request.comments) return nullptr;
   const TextQuery query(request.query, request.caseSensitive, request.wildcard,
                         request.ignoreAccents);
-  auto selection = std::make_shared<Selection>(std::move(reader), query.tree(), request.wildcard);
+  std::vector<DocumentSet> mayMatch;
+  std::size_t documents = 0, mayBeRuledOut = 0;
+  for (SegmentReader& segment : reader->segments()) {
+    mayMatch.push_back(internal::documentsThatMayMatch(
+        query.tree(), request.wildcard, segment.documentCount(),
+        [&segment](std::string_view key) { return segment.postings(key); }));
+    const DocumentSet& set = mayMatch.back();
+    documents += segment.documentCount();
+    if (!set.all) {
+      mayBeRuledOut += segment.documentCount() - static_cast<std::size_t>(std::count(
+                                                     set.members.begin(), set.members.end(), true));
+    }
+  }
+  // Most documents may match: not worth reading the document tables to find out exactly.
+  if (static_cast<double>(mayBeRuledOut) < minimumShare * static_cast<double>(documents)) {
+    return nullptr;
+  }
+  auto selection = std::make_shared<Selection>(std::move(reader), mayMatch);
   if (selection->share() < minimumShare) return nullptr;
   return selection;
 }

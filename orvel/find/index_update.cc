@@ -213,6 +213,7 @@ SegmentInfo Update::mergeAll(std::uint64_t generation) {
   for (std::size_t s = 0; s < _segments.infos.size(); ++s) {
     readers.emplace_back(internal::segmentPath(_index, _segments.infos[s].name),
                          _segments.infos[s]);
+    readers[s].readDocuments();
     auto& renumbered = numbers.emplace_back(readers[s].documents().size(), -1);
     for (std::size_t d = 0; d < renumbered.size(); ++d) {
       if (!_segments.live[s][d]) continue;
@@ -300,6 +301,7 @@ std::vector<std::string> verifyCollectionIndex(const fs::path& index) {
   for (const SegmentInfo& info : manifest.segments) {
     try {
       SegmentReader reader(internal::segmentPath(index, info.name), info);
+      reader.readDocuments();
       reader.forEachTerm([&](std::string_view, std::vector<std::uint32_t>&) {});
     } catch (const IndexError& error) {
       problems.emplace_back(error.what());

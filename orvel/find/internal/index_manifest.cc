@@ -145,12 +145,18 @@ bool sameFile(const IndexedDocument& indexed, const IndexedDocument& now) {
          indexed.changed == now.changed && indexed.inode == now.inode;
 }
 
-IndexReader::IndexReader(const fs::path& index, Manifest manifest)
+IndexReader::IndexReader(const fs::path& index, Manifest manifest, bool withDocuments)
     : _manifest(std::move(manifest)) {
   _segments.reserve(_manifest.segments.size());
   for (const SegmentInfo& info : _manifest.segments) {
     _segments.emplace_back(segmentPath(index, info.name), info);
   }
+  if (withDocuments) readDocuments();
+}
+
+void IndexReader::readDocuments() {
+  if (!_places.empty()) return;
+  for (SegmentReader& segment : _segments) segment.readDocuments();
   // Newest first: a path in a newer segment hides its older versions.
   std::size_t all = 0;
   for (const SegmentReader& segment : _segments) all += segment.documents().size();
@@ -164,12 +170,12 @@ IndexReader::IndexReader(const fs::path& index, Manifest manifest)
   }
 }
 
-std::unique_ptr<IndexReader> openIndexReader(const fs::path& index) {
+std::unique_ptr<IndexReader> openIndexReader(const fs::path& index, bool withDocuments) {
   for (int attempt = 0;; ++attempt) {
     Manifest manifest = readManifest(index);
     const std::uint64_t generation = manifest.generation;
     try {
-      return std::make_unique<IndexReader>(index, std::move(manifest));
+      return std::make_unique<IndexReader>(index, std::move(manifest), withDocuments);
     } catch (const IndexError&) {
       if (attempt == 3 || readManifest(index).generation == generation) throw;
     }

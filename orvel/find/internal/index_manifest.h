@@ -39,10 +39,13 @@ struct DocumentPlace {
   std::uint32_t document;
 };
 
-// Every segment of a manifest, and where the newest version of each path is.
+// Every segment of a manifest, and where the newest version of each path is (once the
+// document tables are read).
 class IndexReader {
  public:
-  IndexReader(const std::filesystem::path& index, Manifest manifest);
+  IndexReader(const std::filesystem::path& index, Manifest manifest, bool withDocuments = true);
+  // Reads the document tables, if not yet read, and where each path is.
+  void readDocuments();
 
   [[nodiscard]] const Manifest& manifest() const { return _manifest; }
   [[nodiscard]] std::vector<SegmentReader>& segments() { return _segments; }
@@ -62,7 +65,8 @@ class IndexReader {
 
 // Reads the manifest and every segment it names. A writer may replace the manifest and
 // remove segments it merged away in between: then the new manifest is read again.
-[[nodiscard]] std::unique_ptr<IndexReader> openIndexReader(const std::filesystem::path& index);
+[[nodiscard]] std::unique_ptr<IndexReader> openIndexReader(const std::filesystem::path& index,
+                                                           bool withDocuments = true);
 
 // Holds the lock that writers take in turn (waiting for it), released when it goes.
 class WriterLock {

@@ -127,15 +127,24 @@ SegmentInfo SegmentBuilder::write(const std::filesystem::path& path, std::string
 }
 
 SegmentReader::SegmentReader(const std::filesystem::path& path, const SegmentInfo& info)
-    : _storage(KeyedStorage::forReading(path)), _path(path) {
+    : _storage(KeyedStorage::forReading(path)),
+      _path(path),
+      _count(info.documents),
+      _tableOffset(info.tableOffset) {
   if (!_storage.isValid()) throw IndexError(path.filename().string() + ": cannot be read");
-  if (info.documents > kMaxSegmentDocuments)
+  if (info.documents > kMaxSegmentDocuments) {
     throw IndexError(path.filename().string() + ": damaged");
-  const std::string tableBytes = readBlock(info.tableOffset, kDocumentsTag);
+  }
+  readTermIndex(info);
+}
+
+void SegmentReader::readDocuments() {
+  if (_documentsRead) return;
+  const std::string name = _path.filename().string();
+  const std::string tableBytes = readBlock(_tableOffset, kDocumentsTag);
   VarintReader table(tableBytes);
   const std::uint64_t count = table.number();
-  if (count != info.documents)
-    throw IndexError(path.filename().string() + ": damaged document table");
+  if (count != _count) throw IndexError(name + ": damaged document table");
   // Each document takes at least seven bytes: a damaged count cannot reserve more than that.
   _documents.reserve(std::min<std::uint64_t>(count, tableBytes.size() / 7));
   for (std::uint64_t k = 0; k < count && table.ok(); ++k) {
@@ -151,8 +160,12 @@ SegmentReader::SegmentReader(const std::filesystem::path& path, const SegmentInf
     document.text = (flags & 1) != 0;
     document.racy = (flags & 2) != 0;
   }
-  if (!table.ok() || !table.atEnd())
-    throw IndexError(path.filename().string() + ": damaged document table");
+  if (!table.ok() || !table.atEnd()) throw IndexError(name + ": damaged document table");
+  _documentsRead = true;
+}
+
+void SegmentReader::readTermIndex(const SegmentInfo& info) {
+  const std::filesystem::path& path = _path;
   const std::string indexBytes = readBlock(info.termIndexOffset, kTermIndexTag);
   VarintReader index(indexBytes);
   const std::uint64_t blocks = index.numberUpTo(info.termIndexOffset);
@@ -191,14 +204,14 @@ void SegmentReader::decodeTerms(
   std::string_view previous;
   for (std::uint64_t k = 0; k < terms && reader.ok(); ++k) {
     const std::string_view key = reader.text();
-    const std::uint64_t count = reader.numberUpTo(_documents.size());
+    const std::uint64_t count = reader.numberUpTo(_count);
     documents.clear();
     std::uint64_t number = 0;
     for (std::uint64_t d = 0; d < count && reader.ok(); ++d) {
-      const std::uint64_t gap = reader.numberUpTo(_documents.size());
+      const std::uint64_t gap = reader.numberUpTo(_count);
       if (d > 0 && gap == 0) break;  // numbers ascend strictly
       number += gap;
-      if (number >= _documents.size()) break;
+      if (number >= _count) break;
       documents.push_back(static_cast<std::uint32_t>(number));
     }
     if (!reader.ok() || documents.size() != count || (k > 0 && key <= previous)) {

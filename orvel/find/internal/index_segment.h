@@ -96,12 +96,17 @@ class SegmentBuilder {
   std::size_t _memory = 0;
 };
 
-// Reads a segment: its document table and term index at once, term blocks when asked.
+// Reads a segment: its term index at once, its document table and term blocks when asked.
 // Throws IndexError on damage.
 class SegmentReader {
  public:
   SegmentReader(const std::filesystem::path& path, const SegmentInfo& info);
 
+  // The number of documents, as the manifest gives it (readDocuments checks it).
+  [[nodiscard]] std::size_t documentCount() const { return _count; }
+  // Reads the document table, once.
+  void readDocuments();
+  // The documents, once read.
   [[nodiscard]] const std::vector<IndexedDocument>& documents() const { return _documents; }
   // The documents holding the key, ascending; empty when none does.
   [[nodiscard]] std::vector<std::uint32_t> postings(std::string_view key);
@@ -114,6 +119,7 @@ class SegmentReader {
       std::size_t block);
 
  private:
+  void readTermIndex(const SegmentInfo& info);
   std::string readBlock(std::uint64_t offset, std::uint32_t tag);
   // Decodes one term block, calling visit for each term (stop by answering false).
   void decodeTerms(std::string_view block,
@@ -121,6 +127,9 @@ class SegmentReader {
 
   KeyedStorage _storage;
   std::filesystem::path _path;
+  std::size_t _count;
+  std::uint64_t _tableOffset;
+  bool _documentsRead = false;
   std::vector<IndexedDocument> _documents;
   std::vector<std::string> _blockKeys;
   std::vector<std::uint64_t> _blockOffsets;
