@@ -8,6 +8,7 @@
 
 #include "orvel/c/characters.h"
 #include "orvel/c/checksums.h"
+#include "orvel/c/index.h"
 #include "orvel/c/search.h"
 #include "orvel/c/tag_scanner.h"
 #include "orvel/c/types.h"

@@ -200,3 +200,45 @@ int c_search_cancelled(const char* query, const char* folder) {
   orvel_search_free(search);
   return after;
 }
+
+/* Builds an index of a folder and searches it with the index and without: answers the files
+ * each search finds (a line each, as c_search writes them) when both agree and the index is
+ * sound, else -1 with what went wrong in out. */
+int c_index_search(const char* query, const char* folder, const char* index, char* out,
+                   size_t capacity) {
+  orvel_index_report report;
+  if (!orvel_index_update(index, &folder, 1, false, true, false, &report, out, capacity)) {
+    return -1;
+  }
+  if (report.segments != 1 || orvel_index_verify(index, out, capacity) != 0) return -1;
+  char plain[2048], indexed[2048];
+  orvel_search_options options;
+  orvel_search_options_init(&options);
+  options.query = query;
+  options.paths = &folder;
+  options.path_count = 1;
+  options.want = ORVEL_SEARCH_FILES;
+  const char* const answers[2] = {NULL, index};
+  char* texts[2] = {plain, indexed};
+  int found = 0;
+  for (int k = 0; k < 2; ++k) {
+    options.index = answers[k];
+    orvel_search* search = orvel_search_open(&options, out, capacity);
+    if (search == NULL) return -1;
+    size_t used = 0;
+    texts[k][0] = '\0';
+    const orvel_search_result* result;
+    found = 0;
+    while ((result = orvel_search_next(search)) != NULL && used < sizeof plain) {
+      used += (size_t)snprintf(texts[k] + used, sizeof plain - used, "%s\n", result->path);
+      ++found;
+    }
+    orvel_search_free(search);
+  }
+  if (strcmp(plain, indexed) != 0) {
+    snprintf(out, capacity, "with the index:\n%swithout:\n%s", indexed, plain);
+    return -1;
+  }
+  snprintf(out, capacity, "%s", plain);
+  return found;
+}

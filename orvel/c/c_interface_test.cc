@@ -24,6 +24,8 @@ bool c_utf8_round_trip(const char* utf8);
 int c_search(const char* query, const char* folder, int want, unsigned threads, char* out,
              size_t capacity);
 int c_search_cancelled(const char* query, const char* folder);
+int c_index_search(const char* query, const char* folder, const char* index, char* out,
+                   size_t capacity);
 }
 
 namespace {
@@ -124,6 +126,21 @@ TEST(CInterfaceTest, ASearchFromCAnswersEveryFileInOrder) {
   EXPECT_EQ(c_search("\xFF", root.c_str(), ORVEL_SEARCH_FILES, 1, out, sizeof out), -1);
   EXPECT_EQ(std::string(out), "the query is not UTF-8");
   EXPECT_EQ(c_search_cancelled("harbour", root.c_str()), 0);
+}
+
+TEST(CInterfaceTest, AnIndexFromCAnswersAsTheSearchWithoutIt) {
+  orvel::testing::TempDir dir;
+  const std::string root = (dir.path() / "docs").string();
+  dir.writeFile("docs/a.txt", "The harbour wall.");
+  dir.writeFile("docs/b.txt", "Nothing here.");
+  dir.writeFile("docs/c/d.md", "# Harbour");
+  const std::string index = (dir.path() / "idx").string();
+  char out[4096];
+  EXPECT_EQ(c_index_search("harbour", root.c_str(), index.c_str(), out, sizeof out), 2) << out;
+  EXPECT_EQ(std::string(out), root + "/a.txt\n" + root + "/c/d.md\n");
+  // Updated again, the same.
+  EXPECT_EQ(c_index_search("harbour OR nothing", root.c_str(), index.c_str(), out, sizeof out), 3)
+      << out;
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "orvel/base/utf8.h"
+#include "orvel/find/collection_index.h"
 #include "orvel/find/collection_search.h"
 #include "orvel/search/language_filter.h"
 
@@ -86,6 +87,13 @@ bool requestOf(const orvel_search_options& options, orvel::SearchRequest& reques
   request.ranges = options.ranges;
   request.reportSkipped = options.report_skipped;
   request.threads = options.threads;
+  if (options.index != nullptr) {
+    try {
+      request.inputs.index = orvel::selectWithIndex(options.index, request);
+    } catch (const orvel::IndexError&) {
+      // Searched without it: the answers are the same.
+    }
+  }
   return true;
 }
 

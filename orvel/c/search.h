@@ -65,6 +65,8 @@ typedef struct {
   bool terms;           /* occurrences carry the query's terms inside their snippets */
   bool report_skipped;  /* files found in folders that are no text are results too */
   unsigned threads;     /* 0: one per core */
+  const char* index;    /* an index (orvel/c/index.h) that spares reading files, or NULL; a
+                           missing or damaged one is not used, and changes no answer */
 } orvel_search_options;
 
 /* A term inside a snippet: the first of the snippet, then each next after the one before. */
