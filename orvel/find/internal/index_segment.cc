@@ -60,9 +60,12 @@ void SegmentFileWriter::writeDocuments(const std::vector<IndexedDocument>& docum
   }
   _info.documents = documents.size();
   _info.tableOffset = _storage.lengthOfFile();
-  if (!_storage.appendBlock(recordBlock(kDocumentsTag, table))) {
-    throw IndexError(_storage.path().filename().string() + ": cannot be written");
-  }
+  // Stored as it is: every selection reads it whole, and inflating it would cost more than
+  // reading its few hundred kilobytes from the page cache.
+  _storage.setCompressed(false);
+  const bool written = _storage.appendBlock(recordBlock(kDocumentsTag, table));
+  _storage.setCompressed(true);
+  if (!written) throw IndexError(_storage.path().filename().string() + ": cannot be written");
 }
 
 void SegmentFileWriter::addTerm(std::string_view key, const std::vector<std::uint32_t>& documents) {
