@@ -22,21 +22,7 @@ trap 'rm -rf "$work"' EXIT
 
 if [ ! -f "$corpus/.complete" ]; then
   rm -rf "$corpus"
-  /usr/bin/python3 - "$corpus" /usr/share/doc/python3.11/html/_sources <<'PYTHON'
-import pathlib, shutil, sys
-corpus, sources = map(pathlib.Path, sys.argv[1:])
-rst = sorted(p for p in sources.rglob("*.txt") if p.is_file())
-written = []
-for copy in range(9):
-    for source in rst:
-        target = corpus / f"docs{copy}" / source.relative_to(sources)
-        target.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copyfile(source, target)
-        written.append(target)
-for k in (17, len(written) // 2, len(written) - 5):
-    with open(written[k], "a", encoding="utf-8") as out:
-        out.write("\nA quixotically rare word.\n")
-PYTHON
+  /usr/bin/python3 bench/copy_corpus.py "$corpus" /usr/share/doc/python3.11/html/_sources 9 docs
   find "$corpus" -type f -exec touch -d '2026-01-01' {} +
   touch "$corpus/.complete"
   # orvel does not trust the times of files changed less than two seconds before it reads them.

@@ -26,28 +26,8 @@ declarations=examples/udhr
 [ -d ../shared/testdata/lang/udhr ] && declarations=../shared/testdata/lang/udhr
 if [ ! -f "$corpus/.complete" ]; then
   rm -rf "$corpus"
-  /usr/bin/python3 - "$corpus" /usr/share/doc/python3.11/html/_sources "$declarations" <<'PYTHON'
-import os, pathlib, shutil, sys
-corpus, sources, declarations = map(pathlib.Path, sys.argv[1:])
-rst = sorted(p for p in sources.rglob("*.txt") if p.is_file())
-udhr = sorted(p for p in declarations.glob("*.txt") if p.name != "LICENSE.txt")
-written = []
-for copy in range(27):
-    for source in rst:
-        target = corpus / f"docs{copy:02d}" / source.relative_to(sources)
-        target.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copyfile(source, target)
-        written.append(target)
-for copy in range(100):
-    for source in udhr:
-        target = corpus / f"udhr{copy:03d}" / source.name
-        target.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copyfile(source, target)
-        written.append(target)
-for k in (17, len(written) // 2, len(written) - 5):
-    with open(written[k], "a", encoding="utf-8") as out:
-        out.write("\nA quixotically rare word.\n")
-PYTHON
+  /usr/bin/python3 bench/copy_corpus.py "$corpus" /usr/share/doc/python3.11/html/_sources 27 docs \
+    "$declarations" 100 udhr
   touch "$corpus/.complete"
 fi
 files=$(find "$corpus" -type f -name '*.txt' | wc -l)

@@ -24,17 +24,6 @@ struct PyIndex {
   fs::path path;
 };
 
-// One path, or an iterable of them.
-std::vector<fs::path> indexPaths(const py::handle& paths) {
-  if (py::isinstance<py::str>(paths) || py::isinstance<py::bytes>(paths) ||
-      py::hasattr(paths, "__fspath__")) {
-    return {paths.cast<fs::path>()};
-  }
-  std::vector<fs::path> all;
-  for (const py::handle path : paths) all.push_back(path.cast<fs::path>());
-  return all;
-}
-
 // Runs the work without the GIL, turning an IndexError into Python's OSError.
 template <typename Work>
 auto withoutGil(const PyIndex& index, Work work) {
@@ -49,7 +38,7 @@ auto withoutGil(const PyIndex& index, Work work) {
 py::dict update(const PyIndex& index, const py::object& paths, bool hidden, bool ignoreFiles,
                 bool compact) {
   WalkInputs inputs;
-  inputs.paths = indexPaths(paths);
+  inputs.paths = pathsOf(paths);
   inputs.hidden = hidden;
   inputs.ignoreFiles = ignoreFiles;
   const IndexUpdate done =

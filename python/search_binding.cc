@@ -28,6 +28,17 @@ namespace py = pybind11;
 using namespace py::literals;
 
 namespace orvel::python {
+
+std::vector<std::filesystem::path> pathsOf(const py::handle& paths) {
+  if (py::isinstance<py::str>(paths) || py::isinstance<py::bytes>(paths) ||
+      py::hasattr(paths, "__fspath__")) {
+    return {paths.cast<std::filesystem::path>()};
+  }
+  std::vector<std::filesystem::path> all;
+  for (const py::handle path : paths) all.push_back(path.cast<std::filesystem::path>());
+  return all;
+}
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -66,17 +77,6 @@ void checkNamedPath(const fs::path& path) {
       path.c_str(), (S_ISDIR(info.st_mode) ? O_DIRECTORY : 0) | O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) raiseForPath(errno, path);
   ::close(fd);
-}
-
-// One path, or an iterable of them.
-std::vector<fs::path> pathsOf(const py::handle& paths) {
-  if (py::isinstance<py::str>(paths) || py::isinstance<py::bytes>(paths) ||
-      py::hasattr(paths, "__fspath__")) {
-    return {paths.cast<fs::path>()};
-  }
-  std::vector<fs::path> all;
-  for (const py::handle path : paths) all.push_back(path.cast<fs::path>());
-  return all;
 }
 
 std::vector<DocumentKind> kindsOf(const std::optional<std::vector<std::string>>& names) {

@@ -8,7 +8,7 @@
 #include "orvel/find/collection_search.h"
 #include "orvel/find/internal/index_manifest.h"
 #include "orvel/find/internal/index_terms.h"
-#include "orvel/search/text_query.h"
+#include "orvel/search/query_terms.h"
 
 namespace orvel {
 
@@ -104,13 +104,14 @@ std::shared_ptr<const IndexSelection> selectWithIndex(const fs::path& index,
                                                       double minimumShare) {
   std::unique_ptr<IndexReader> reader = internal::openIndexReader(index, false);
   if (request.comments) return nullptr;
-  const TextQuery query(request.query, request.caseSensitive, request.wildcard,
-                        request.ignoreAccents);
+  // The tree as written: the keys fold case and accents whatever the comparison.
+  const QueryTerms tree =
+      request.wildcard ? QueryTerms::withWildcard(request.query) : QueryTerms(request.query);
   std::vector<DocumentSet> mayMatch;
   std::size_t documents = 0, mayBeRuledOut = 0;
   for (SegmentReader& segment : reader->segments()) {
     mayMatch.push_back(internal::documentsThatMayMatch(
-        query.tree(), request.wildcard, segment.documentCount(),
+        tree, request.wildcard, segment.documentCount(),
         [&segment](std::string_view key) { return segment.postings(key); }));
     const DocumentSet& set = mayMatch.back();
     documents += segment.documentCount();

@@ -151,7 +151,26 @@ IndexUpdate settledUpdate(const fs::path& index, const fs::path& root) {
   return updateCollectionIndex(index, treeAt(root));
 }
 
-TEST(CollectionIndexTest, FoldedKeysAreCoarserThanEveryComparison) {
+// A folder, and the index at its top; generate() fills the folder with a random tree.
+class CollectionIndexTest : public ::testing::Test {
+ protected:
+  void generate(unsigned seed) {
+    random.seed(seed);
+    writeTree(dir, random);
+  }
+
+  testing::TempDir dir;
+  std::mt19937 random;
+  const fs::path index = dir.path() / kDefaultIndexName;
+};
+
+// What a search answers with the index, however little it rules out.
+std::string answersWithIndex(const fs::path& index, SearchRequest request) {
+  request.inputs.index = selectWithIndex(index, request, 0);
+  return answers(std::move(request));
+}
+
+TEST(CollectionIndexFoldingTest, FoldedKeysAreCoarserThanEveryComparison) {
   const ConversionTable key = upperUmlautsCharsTable();
   const ConversionTable upper = upperCharsTable();
   const ConversionTable accents = umlautsCharsTable();
@@ -161,11 +180,8 @@ TEST(CollectionIndexTest, FoldedKeysAreCoarserThanEveryComparison) {
   }
 }
 
-TEST(CollectionIndexTest, IndexedSearchesAnswerExactlyAsTheScanThroughEdits) {
-  testing::TempDir dir;
-  std::mt19937 random(27);
-  writeTree(dir, random);
-  const fs::path index = dir.path() / kDefaultIndexName;
+TEST_F(CollectionIndexTest, IndexedSearchesAnswerExactlyAsTheScanThroughEdits) {
+  generate(27);
   std::size_t ruledOut = 0;
   for (int round = 0; round < 3; ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
@@ -191,11 +207,8 @@ TEST(CollectionIndexTest, IndexedSearchesAnswerExactlyAsTheScanThroughEdits) {
   EXPECT_GT(ruledOut, 500u) << "the index hardly ever spares reading a file";
 }
 
-TEST(CollectionIndexTest, UpdatesReadOnlyWhatChangedAndMergingKeepsEachDocumentOnce) {
-  testing::TempDir dir;
-  std::mt19937 random(5);
-  writeTree(dir, random);
-  const fs::path index = dir.path() / kDefaultIndexName;
+TEST_F(CollectionIndexTest, UpdatesReadOnlyWhatChangedAndMergingKeepsEachDocumentOnce) {
+  generate(5);
   const IndexUpdate first = settledUpdate(index, dir.path());
   EXPECT_EQ(first.indexed, 40u);
   const IndexUpdate again = settledUpdate(index, dir.path());
@@ -214,10 +227,8 @@ TEST(CollectionIndexTest, UpdatesReadOnlyWhatChangedAndMergingKeepsEachDocumentO
   EXPECT_EQ(status.documents, 39u);
   EXPECT_TRUE(verifyCollectionIndex(index).empty());
   // The merged index still answers as the scan.
-  SearchRequest request = requestFor("harbour OR quay", dir.path());
-  const std::string scanned = answers(request);
-  request.inputs.index = selectWithIndex(index, request, 0);
-  EXPECT_EQ(answers(request), scanned);
+  const SearchRequest request = requestFor("harbour OR quay", dir.path());
+  EXPECT_EQ(answersWithIndex(index, request), answers(request));
 }
 
 // Writes the bytes over the file in place (a new inode would look like another file).
@@ -236,11 +247,8 @@ std::vector<fs::path> indexFiles(const fs::path& index) {
   return files;
 }
 
-TEST(CollectionIndexTest, DamageIsReportedAndNeverChangesAnAnswer) {
-  testing::TempDir dir;
-  std::mt19937 random(9);
-  writeTree(dir, random);
-  const fs::path index = dir.path() / kDefaultIndexName;
+TEST_F(CollectionIndexTest, DamageIsReportedAndNeverChangesAnAnswer) {
+  generate(9);
   settledUpdate(index, dir.path());
   SearchRequest request = requestFor("harbour OR \"quay ship\" -rare", dir.path());
   const std::string scanned = answers(request);
@@ -267,11 +275,8 @@ TEST(CollectionIndexTest, DamageIsReportedAndNeverChangesAnAnswer) {
   EXPECT_TRUE(verifyCollectionIndex(index).empty());
 }
 
-TEST(CollectionIndexTest, AnUpdateKilledAnywhereLeavesTheOldIndexOrTheNew) {
-  testing::TempDir dir;
-  std::mt19937 random(13);
-  writeTree(dir, random);
-  const fs::path index = dir.path() / kDefaultIndexName;
+TEST_F(CollectionIndexTest, AnUpdateKilledAnywhereLeavesTheOldIndexOrTheNew) {
+  generate(13);
   updateCollectionIndex(index, treeAt(dir.path()));
   const SearchRequest request = requestFor("harbour OR quay NEAR/3 ship", dir.path());
   for (int kill = 0; kill < 300; ++kill) {
@@ -291,17 +296,12 @@ TEST(CollectionIndexTest, AnUpdateKilledAnywhereLeavesTheOldIndexOrTheNew) {
     int status = 0;
     ::waitpid(child, &status, 0);
     ASSERT_TRUE(verifyCollectionIndex(index).empty()) << "after kill " << kill;
-    SearchRequest indexed = request;
-    indexed.inputs.index = selectWithIndex(index, indexed, 0);
-    ASSERT_EQ(answers(indexed), answers(request)) << "after kill " << kill;
+    ASSERT_EQ(answersWithIndex(index, request), answers(request)) << "after kill " << kill;
   }
 }
 
-TEST(CollectionIndexTest, TwoWritersTakeTurnsWhileReadersGoOn) {
-  testing::TempDir dir;
-  std::mt19937 random(21);
-  writeTree(dir, random);
-  const fs::path index = dir.path() / kDefaultIndexName;
+TEST_F(CollectionIndexTest, TwoWritersTakeTurnsWhileReadersGoOn) {
+  generate(21);
   updateCollectionIndex(index, treeAt(dir.path()));
   const SearchRequest request = requestFor("harbour OR quay", dir.path());
   const std::string scanned = answers(request);
@@ -316,9 +316,7 @@ TEST(CollectionIndexTest, TwoWritersTakeTurnsWhileReadersGoOn) {
   std::size_t reads = 0;
   std::thread reader([&] {
     while (writing) {
-      SearchRequest indexed = request;
-      indexed.inputs.index = selectWithIndex(index, indexed, 0);
-      EXPECT_EQ(answers(indexed), scanned);
+      EXPECT_EQ(answersWithIndex(index, request), scanned);
       ++reads;
     }
   });
@@ -330,11 +328,9 @@ TEST(CollectionIndexTest, TwoWritersTakeTurnsWhileReadersGoOn) {
   EXPECT_EQ(collectionIndexStatus(index).documents, 40u);
 }
 
-TEST(CollectionIndexTest, LinksAndMissingIndexes) {
-  testing::TempDir dir;
+TEST_F(CollectionIndexTest, LinksAndMissingIndexes) {
   dir.writeFile("real/a.txt", "harbour");
   fs::create_directory_symlink(dir.path() / "real", dir.path() / "link");
-  const fs::path index = dir.path() / kDefaultIndexName;
   EXPECT_THROW((void)selectWithIndex(index, requestFor("harbour", dir.path()), 0), IndexError);
   EXPECT_FALSE(findCollectionIndex(dir.path() / "real").has_value());
   WalkInputs inputs = treeAt(dir.path());
@@ -342,10 +338,9 @@ TEST(CollectionIndexTest, LinksAndMissingIndexes) {
   settledUpdate(index, dir.path());
   updateCollectionIndex(index, inputs);
   EXPECT_EQ(findCollectionIndex(dir.path() / "real" / "a.txt"), index);
-  SearchRequest request = requestFor("harbour", dir.path() / "link");
+  const SearchRequest request = requestFor("harbour", dir.path() / "link");
   const std::string scanned = answers(request);
-  request.inputs.index = selectWithIndex(index, request, 0);
-  EXPECT_EQ(answers(request), scanned);
+  EXPECT_EQ(answersWithIndex(index, request), scanned);
   EXPECT_NE(scanned.find("link/a.txt"), std::string::npos);
 }
 

@@ -382,7 +382,7 @@ void registerSearch(CLI::App& app, int& status) {
                    "TYPE:style:STYLE or TYPE:none, TYPE path, line, column or match, COLOR a "
                    "name, 0-255 or R,G,B, STYLE [no]bold, [no]underline, [no]intense "
                    "(repeatable)")
-      ->type_name("SPEC")
+      ->type_name("SETTING")
       ->allow_extra_args(false);
   command->add_flag("-c,--count", options->count, "Print PATH:COUNT of occurrences");
   command

@@ -44,8 +44,8 @@ std::optional<std::string> colorParameters(std::string_view color, int base, boo
   return std::nullopt;
 }
 
-std::string colored(std::string_view text, const ColorSpec& spec, bool color) {
-  const std::string on = color ? spec.sequence() : std::string();
+std::string colored(std::string_view text, const TextColor& textColor, bool color) {
+  const std::string on = color ? textColor.sequence() : std::string();
   if (on.empty()) return std::string(text);
   return on + std::string(text) + std::string(kReset);
 }
@@ -111,8 +111,8 @@ std::string pathThen(std::string_view path, char separator, const OutputStyle& s
   return out;
 }
 
-std::string numberThen(std::size_t number, const ColorSpec& spec, const OutputStyle& style) {
-  return colored(std::to_string(number), spec, style.color) + ":";
+std::string numberThen(std::size_t number, const TextColor& textColor, const OutputStyle& style) {
+  return colored(std::to_string(number), textColor, style.color) + ":";
 }
 
 std::string snippetsText(const SearchResult& result, const OutputStyle& style) {
@@ -228,7 +228,7 @@ Json elapsed(double seconds) {
 
 }  // namespace
 
-std::string ColorSpec::sequence() const {
+std::string TextColor::sequence() const {
   std::string parameters;
   const auto add = [&parameters](const std::string& parameter) {
     if (!parameters.empty()) parameters += ';';
@@ -244,17 +244,17 @@ std::string ColorSpec::sequence() const {
 std::string SearchColors::apply(std::string_view setting) {
   const std::size_t first = setting.find(':');
   const std::string_view type = setting.substr(0, first);
-  ColorSpec* spec = type == "path"     ? &path
-                    : type == "line"   ? &line
-                    : type == "column" ? &column
-                    : type == "match"  ? &match
-                                       : nullptr;
-  if (spec == nullptr)
+  TextColor* target = type == "path"     ? &path
+                      : type == "line"   ? &line
+                      : type == "column" ? &column
+                      : type == "match"  ? &match
+                                         : nullptr;
+  if (target == nullptr)
     return "unknown type '" + std::string(type) + "' (path, line, column, match)";
   const std::string_view rest =
       first == std::string_view::npos ? std::string_view() : setting.substr(first + 1);
   if (rest == "none") {
-    *spec = ColorSpec{};
+    *target = TextColor{};
     return {};
   }
   const std::size_t second = rest.find(':');
@@ -265,15 +265,15 @@ std::string SearchColors::apply(std::string_view setting) {
     if (!colorParameters(value, 30, false)) {
       return "unknown colour '" + value + "' (a name, 0-255 or R,G,B)";
     }
-    (attribute == "fg" ? spec->foreground : spec->background) = value;
+    (attribute == "fg" ? target->foreground : target->background) = value;
     return {};
   }
   if (attribute != "style") return "unknown attribute '" + std::string(attribute) + "'";
   const bool on = !value.starts_with("no");
   const std::string style = on ? value : value.substr(2);
-  bool* flag = style == "bold"        ? &spec->bold
-               : style == "underline" ? &spec->underline
-               : style == "intense"   ? &spec->intense
+  bool* flag = style == "bold"        ? &target->bold
+               : style == "underline" ? &target->underline
+               : style == "intense"   ? &target->intense
                                       : nullptr;
   if (flag == nullptr) return "unknown style '" + value + "'";
   *flag = on;

@@ -15,7 +15,7 @@ namespace orvel::cli {
 // One thing's colour as an SGR sequence is made of: a foreground and a background (a
 // colour name, 0-255, or R,G,B), bold, underline, intense (the bright variants of the
 // named colours).
-struct ColorSpec {
+struct TextColor {
   std::string foreground{};  // as given: "red", "208", "10,20,30"; empty for none
   std::string background{};
   bool bold = false;
@@ -28,10 +28,10 @@ struct ColorSpec {
 
 // The colours of a search's output, ripgrep's by default.
 struct SearchColors {
-  ColorSpec path{.foreground = "magenta"};
-  ColorSpec line{.foreground = "green"};
-  ColorSpec column{.foreground = "green"};
-  ColorSpec match{.foreground = "red", .bold = true};
+  TextColor path{.foreground = "magenta"};
+  TextColor line{.foreground = "green"};
+  TextColor column{.foreground = "green"};
+  TextColor match{.foreground = "red", .bold = true};
 
   // Applies a --colors setting in ripgrep's syntax: "TYPE:fg|bg:COLOR", "TYPE:style:STYLE"
   // (bold, nobold, underline, nounderline, intense, nointense) or "TYPE:none"; TYPE is path,

@@ -12,22 +12,6 @@
 namespace orvel::internal {
 namespace {
 
-// Calls visit with each run of word characters of the text, folded.
-template <typename Visit>
-void forEachFoldedWord(std::u16string_view text, Visit visit) {
-  const CharacterSetRep words = queryTermCharacters();
-  const ConversionTable fold = upperUmlautsCharsTable();
-  std::u16string word;
-  for (std::size_t k = 0; k <= text.size(); ++k) {
-    if (k < text.size() && isMemberOfCharacterSetRep(words, text[k])) {
-      word += fold[text[k]];
-    } else if (!word.empty()) {
-      visit(word);
-      word.clear();
-    }
-  }
-}
-
 DocumentSet everything() { return DocumentSet{true, {}}; }
 
 DocumentSet intersection(DocumentSet a, const DocumentSet& b) {
@@ -76,14 +60,15 @@ class Need {
     if (_wildcard || leaf.querySubstring() || term.find(u'*') != std::u16string::npos) {
       return everything();
     }
+    // Its words folded as the texts' were when they were indexed.
     DocumentSet need = everything();
-    forEachFoldedWord(term, [&](const std::u16string& word) {
+    for (const std::string& key : textKeys(term)) {
       DocumentSet holding{false, std::vector<bool>(_documents, false)};
-      for (const std::uint32_t document : _holding(utf16ToUtf8(word))) {
+      for (const std::uint32_t document : _holding(key)) {
         if (document < _documents) holding.members[document] = true;
       }
       need = intersection(std::move(need), holding);
-    });
+    }
     return need;
   }
 
@@ -137,12 +122,6 @@ std::vector<std::string> textKeys(std::u16string_view text) {
   }
   keep();
   return {std::make_move_iterator(kept.begin()), std::make_move_iterator(kept.end())};
-}
-
-std::string wordKey(std::u16string_view word) {
-  std::string key;
-  forEachFoldedWord(word, [&](const std::u16string& folded) { key = utf16ToUtf8(folded); });
-  return key;
 }
 
 DocumentSet documentsThatMayMatch(

@@ -24,8 +24,6 @@ namespace orvel::internal {
 
 // The distinct keys of a text, in no particular order.
 [[nodiscard]] std::vector<std::string> textKeys(std::u16string_view text);
-// The key of one word (a run of word characters).
-[[nodiscard]] std::string wordKey(std::u16string_view word);
 
 // A set of documents of one segment: a bit each, or every one.
 struct DocumentSet {
