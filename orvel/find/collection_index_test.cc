@@ -207,6 +207,40 @@ TEST_F(CollectionIndexTest, IndexedSearchesAnswerExactlyAsTheScanThroughEdits) {
   EXPECT_GT(ruledOut, 500u) << "the index hardly ever spares reading a file";
 }
 
+// Thousands of distinct words of every length from 1 to 24 bytes, some outside ASCII, each
+// file holding a random part of them many times over: every word a file holds is found in it
+// through the index, and the files that lack it are ruled out.
+TEST_F(CollectionIndexTest, AWideVocabularyIsKeptWhole) {
+  random.seed(3);
+  const std::vector<std::string> letters = {"a", "q", "z", "\xC3\xA9", "\xD0\xB4"};
+  std::vector<std::string> vocabulary;
+  for (int k = 0; k < 5000; ++k) {
+    std::string word = "w" + std::to_string(k);
+    while (word.size() < 1 + static_cast<std::size_t>(k % 24)) word += letters[random() % 5];
+    vocabulary.push_back(word);
+  }
+  std::vector<std::vector<bool>> holds(8, std::vector<bool>(vocabulary.size()));
+  for (std::size_t f = 0; f < holds.size(); ++f) {
+    std::string text;
+    for (int n = 0; n < 12000; ++n) {
+      const std::size_t word = random() % vocabulary.size();
+      if (word % holds.size() == f) continue;  // a share of the words each file lacks
+      holds[f][word] = true;
+      text += vocabulary[word] + (n % 9 == 0 ? "\n" : " ");
+    }
+    dir.writeFile("f" + std::to_string(f) + ".txt", text);
+  }
+  settledUpdate(index, dir.path());
+  for (std::size_t word = 0; word < vocabulary.size(); word += 97) {
+    SearchRequest request = requestFor(vocabulary[word], dir.path());
+    request.inputs.index = selectWithIndex(index, request, 0);
+    for (std::size_t f = 0; f < holds.size(); ++f) {
+      const std::string file = (dir.path() / ("f" + std::to_string(f) + ".txt")).string();
+      EXPECT_EQ(request.inputs.index->rulesOut(file), !holds[f][word]) << vocabulary[word];
+    }
+  }
+}
+
 TEST_F(CollectionIndexTest, UpdatesReadOnlyWhatChangedAndMergingKeepsEachDocumentOnce) {
   generate(5);
   const IndexUpdate first = settledUpdate(index, dir.path());

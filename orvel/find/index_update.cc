@@ -96,7 +96,7 @@ class Update {
   // A file to read, and what reading it found.
   struct Pending {
     IndexedDocument document;
-    std::vector<std::string> keys;
+    internal::TextKeys keys;
     bool read;
   };
   // Files are read a batch at a time, the batch shared by every core.
@@ -169,7 +169,7 @@ void Update::read(Pending& pending) {
   // A TextBundle folder's times do not change with its text: it is never trusted.
   now.text = now.text && document->text.has_value();
   now.racy = std::max(now.modified, now.changed) > readAt - kRacyNanoseconds;
-  if (document->text) pending.keys = internal::textKeys(*document->text);
+  if (document->text) pending.keys = internal::TextKeys(*document->text);
   pending.read = true;
 }
 
@@ -191,7 +191,7 @@ void Update::readPending() {
     }
     _report.bytesRead += pending.document.size;
     ++_report.indexed;
-    _builder.add(std::move(pending.document), std::move(pending.keys));
+    _builder.add(std::move(pending.document), pending.keys);
     if (_builder.memoryUsed() > kSegmentMemory) writeSegment();
   }
   _pending.clear();

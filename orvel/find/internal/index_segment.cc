@@ -104,15 +104,20 @@ SegmentInfo SegmentFileWriter::finish() {
   return _info;
 }
 
-void SegmentBuilder::add(IndexedDocument document, std::vector<std::string> keys) {
+void SegmentBuilder::add(IndexedDocument document, const TextKeys& keys) {
   const auto number = static_cast<std::uint32_t>(_documents.size());
   _memory += document.path.size() + sizeof(IndexedDocument);
   _documents.push_back(std::move(document));
-  for (std::string& key : keys) {
-    const std::size_t size = key.size();
-    auto [entry, added] = _postings.try_emplace(std::move(key));
-    if (added) _memory += size + 64;
-    entry->second.push_back(number);
+  for (std::size_t k = 0; k < keys.size(); ++k) {
+    const std::string_view key = keys[k];
+    const auto next = static_cast<std::uint32_t>(_terms.size());
+    const auto [index, added] = _slots.findOrAdd(
+        keys.hash(k), next, [&](std::uint32_t term) { return _terms[term].key == key; });
+    if (added) {
+      _terms.push_back(Term{std::string(key), {}});
+      _memory += key.size() + sizeof(Term) + 16;
+    }
+    _terms[index].documents.push_back(number);
     _memory += sizeof(std::uint32_t);
   }
 }
@@ -120,12 +125,9 @@ void SegmentBuilder::add(IndexedDocument document, std::vector<std::string> keys
 SegmentInfo SegmentBuilder::write(const std::filesystem::path& path, std::string name) {
   SegmentFileWriter writer(path, std::move(name));
   writer.writeDocuments(_documents);
-  std::vector<const std::pair<const std::string, std::vector<std::uint32_t>>*> terms;
-  terms.reserve(_postings.size());
-  for (const auto& term : _postings) terms.push_back(&term);
-  std::sort(terms.begin(), terms.end(),
-            [](const auto* a, const auto* b) { return a->first < b->first; });
-  for (const auto* term : terms) writer.addTerm(term->first, term->second);
+  std::sort(_terms.begin(), _terms.end(),
+            [](const Term& a, const Term& b) { return a.key < b.key; });
+  for (const Term& term : _terms) writer.addTerm(term.key, term.documents);
   return writer.finish();
 }
 

@@ -24,10 +24,10 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "orvel/find/collection_index.h"
+#include "orvel/find/internal/index_terms.h"
 #include "orvel/formats/documents.h"
 #include "orvel/records/keyed_storage.h"
 
@@ -83,16 +83,21 @@ class SegmentFileWriter {
 class SegmentBuilder {
  public:
   // Adds a document (numbered in order) and the distinct keys of its words.
-  void add(IndexedDocument document, std::vector<std::string> keys);
+  void add(IndexedDocument document, const TextKeys& keys);
   [[nodiscard]] std::size_t documents() const { return _documents.size(); }
   // About how much memory the gathered postings take.
   [[nodiscard]] std::size_t memoryUsed() const { return _memory; }
   SegmentInfo write(const std::filesystem::path& path, std::string name);
 
  private:
+  struct Term {
+    std::string key;
+    std::vector<std::uint32_t> documents;
+  };
   std::vector<IndexedDocument> _documents;
-  // Sorted on writing.
-  std::unordered_map<std::string, std::vector<std::uint32_t>> _postings;
+  // In the order first met, sorted on writing.
+  std::vector<Term> _terms;
+  KeySlots _slots;
   std::size_t _memory = 0;
 };
 

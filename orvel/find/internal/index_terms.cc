@@ -2,10 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <deque>
-#include <unordered_set>
 
-#include "orvel/base/utf8.h"
 #include "orvel/search/query_evaluation.h"
 #include "orvel/text/conversion_tables.h"
 
@@ -62,7 +59,9 @@ class Need {
     }
     // Its words folded as the texts' were when they were indexed.
     DocumentSet need = everything();
-    for (const std::string& key : textKeys(term)) {
+    const TextKeys keys(term);
+    for (std::size_t k = 0; k < keys.size(); ++k) {
+      const std::string_view key = keys[k];
       DocumentSet holding{false, std::vector<bool>(_documents, false)};
       for (const std::uint32_t document : _holding(key)) {
         if (document < _documents) holding.members[document] = true;
@@ -79,9 +78,7 @@ class Need {
 
 }  // namespace
 
-std::vector<std::string> textKeys(std::u16string_view text) {
-  // Each word is folded and encoded into one reused buffer, and kept once: the set views
-  // the keys already kept, so that a word met again costs a hash and no allocation.
+TextKeys::TextKeys(std::u16string_view text) {
   const CharacterSetRep words = queryTermCharacters();
   const ConversionTable fold = upperUmlautsCharsTable();
   // ASCII, most of most texts, through one table: the folded byte of a word character,
@@ -92,36 +89,54 @@ std::vector<std::string> textKeys(std::u16string_view text) {
       ascii[c] = static_cast<char>(fold[c]);
     }
   }
-  std::unordered_set<std::string_view> seen;
-  std::deque<std::string> kept;  // stable addresses for the views
-  std::string key;
-  const auto keep = [&] {
-    if (!key.empty() && seen.find(key) == seen.end()) seen.insert(kept.emplace_back(key));
-    key.clear();
-  };
-  const unichar* units = text.data();
+  // Each word is gathered at the end of the buffer, and kept there when it is new; a unit
+  // takes at most three bytes.
   const std::size_t size = text.size();
-  for (std::size_t k = 0; k < size;) {
-    const unichar c = units[k];
-    if (c < 0x80 && ascii[c] != 0) {
-      // A run of ASCII word characters at once.
-      const std::size_t run = k;
-      while (k < size && units[k] < 0x80 && ascii[units[k]] != 0) ++k;
-      const std::size_t base = key.size();
-      key.resize(base + (k - run));
-      for (std::size_t j = run; j < k; ++j) key[base + j - run] = ascii[units[j]];
+  _bytes.resize(3 * size);
+  char* out = _bytes.data();
+  std::size_t start = 0, end = 0;
+  _slots.reserve(size / 16);
+  for (const unichar c : text) {
+    if (c < 0x80) {
+      if (const char folded = ascii[c]; folded != 0) {
+        out[end++] = folded;
+        continue;
+      }
+    } else if (isMemberOfCharacterSetRep(words, c)) {
+      // Word characters outside ASCII are of the BMP (a surrogate is none).
+      const unichar folded = fold[c];
+      if (folded < 0x80) {
+        out[end++] = static_cast<char>(folded);
+      } else if (folded < 0x800) {
+        out[end++] = static_cast<char>(0xC0 | (folded >> 6));
+        out[end++] = static_cast<char>(0x80 | (folded & 0x3F));
+      } else {
+        out[end++] = static_cast<char>(0xE0 | (folded >> 12));
+        out[end++] = static_cast<char>(0x80 | ((folded >> 6) & 0x3F));
+        out[end++] = static_cast<char>(0x80 | (folded & 0x3F));
+      }
       continue;
     }
-    ++k;
-    if (c >= 0x80 && isMemberOfCharacterSetRep(words, c)) {
-      // Word characters outside ASCII are of the BMP (a surrogate is none).
-      appendUtf16AsUtf8(key, std::u16string_view(&fold[c], 1));
-    } else {
-      keep();  // a separator ends the word
-    }
+    end = keep(start, end);  // a separator ends the word
+    start = end;
   }
-  keep();
-  return {std::make_move_iterator(kept.begin()), std::make_move_iterator(kept.end())};
+  _bytes.resize(keep(start, end));
+  _bytes.shrink_to_fit();
+}
+
+// Keeps the word gathered from `start` to `end` unless it was met before; answers where the
+// next word starts.
+std::size_t TextKeys::keep(std::size_t start, std::size_t end) {
+  if (start == end) return end;
+  const std::string_view word = std::string_view(_bytes).substr(start, end - start);
+  const std::uint64_t hash = keyHash(word);
+  const auto next = static_cast<std::uint32_t>(_keys.size());
+  const bool added =
+      _slots.findOrAdd(hash, next, [&](std::uint32_t k) { return (*this)[k] == word; }).second;
+  if (!added) return start;
+  _keys.push_back(
+      Key{static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(word.size()), hash});
+  return end;
 }
 
 DocumentSet documentsThatMayMatch(

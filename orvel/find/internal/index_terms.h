@@ -18,12 +18,36 @@
 #include <string_view>
 #include <vector>
 
+#include "orvel/find/internal/key_table.h"
 #include "orvel/search/query_terms.h"
 
 namespace orvel::internal {
 
-// The distinct keys of a text, in no particular order.
-[[nodiscard]] std::vector<std::string> textKeys(std::u16string_view text);
+// The distinct keys of a text, in the order first met, each with its hash (keyHash), their
+// bytes in one buffer.
+class TextKeys {
+ public:
+  TextKeys() = default;
+  explicit TextKeys(std::u16string_view text);
+
+  [[nodiscard]] std::size_t size() const { return _keys.size(); }
+  [[nodiscard]] std::string_view operator[](std::size_t k) const {
+    return std::string_view(_bytes).substr(_keys[k].offset, _keys[k].length);
+  }
+  [[nodiscard]] std::uint64_t hash(std::size_t k) const { return _keys[k].hash; }
+
+ private:
+  std::size_t keep(std::size_t start, std::size_t end);
+
+  struct Key {
+    std::uint32_t offset;
+    std::uint32_t length;
+    std::uint64_t hash;
+  };
+  std::string _bytes;  // every key once, then the word being gathered
+  std::vector<Key> _keys;
+  KeySlots _slots;
+};
 
 // A set of documents of one segment: a bit each, or every one.
 struct DocumentSet {
