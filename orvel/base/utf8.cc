@@ -281,4 +281,13 @@ void appendUtf16AsUtf8(std::string& out, std::u16string_view utf16) {
   out.resize(static_cast<std::size_t>(reinterpret_cast<char*>(to) - out.data()));
 }
 
+std::size_t utf16LengthOfUtf8(std::string_view utf8) {
+  std::size_t units = 0;
+  for (const char byte : utf8) {
+    const auto b = static_cast<unsigned char>(byte);
+    units += (b & 0xC0) != 0x80 ? (b >= 0xF0 ? 2 : 1) : 0;
+  }
+  return units;
+}
+
 }  // namespace orvel

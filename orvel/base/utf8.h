@@ -27,5 +27,8 @@ namespace orvel {
 void appendUtf16AsUtf8(std::string& out, std::u16string_view utf16);
 // How many bytes that encoding takes, without encoding.
 [[nodiscard]] std::size_t utf8LengthOfUtf16(std::u16string_view utf16);
+// How many UTF-16 units well-formed UTF-8 decodes to (one per character, two for a
+// four-byte one), without decoding: an offset into UTF-8 as a script's string counts it.
+[[nodiscard]] std::size_t utf16LengthOfUtf8(std::string_view utf8);
 
 }  // namespace orvel

@@ -129,6 +129,8 @@ TEST(Utf8Test, EncodingAgreesWithIcuOnRandomUnits) {
     appendUtf16AsUtf8(appended, text);
     ASSERT_EQ(appended, "prefix" + expected);
     ASSERT_EQ(utf8LengthOfUtf16(text), expected.size());
+    // Back: the replacement character of a lone surrogate is one unit, as it decodes.
+    ASSERT_EQ(utf16LengthOfUtf8(expected), utf8ToUtf16Lenient(expected).size());
   }
 }
 

@@ -25,6 +25,9 @@ void registerSearchCommand(CLI::App& app, int& status);
 // index (build or update; --status, --verify, --compact).
 void registerIndexCommand(CLI::App& app, int& status);
 
+// serve (runs orvel-serve, the search page's program, beside this one).
+void registerServeCommand(CLI::App& app, int& status);
+
 // keyed (dump, add, remove), zlib.
 void registerRecordCommands(CLI::App& app, int& status);
 

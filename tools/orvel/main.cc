@@ -41,6 +41,7 @@ const CommandGroup kGroups[] = {
      [](CLI::App& app, int&) { orvel::cli::registerSearchCommands(app); }},
     {{"search", "match", "snippets"}, orvel::cli::registerSearchCommand},
     {{"index"}, orvel::cli::registerIndexCommand},
+    {{"serve"}, orvel::cli::registerServeCommand},
     {{"keyed", "zlib"}, orvel::cli::registerRecordCommands},
     {{"storage"}, orvel::cli::registerStorageCommands},
     {{"entities", "charset"}, orvel::cli::registerMarkupCommands},

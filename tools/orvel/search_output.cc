@@ -157,16 +157,6 @@ Json textOrBytes(std::string_view bytes) {
   return Json{{"bytes", base64(bytes)}};
 }
 
-// UTF-16 units of well-formed UTF-8 bytes: one per character, two for a four-byte one.
-std::size_t utf16Length(std::string_view utf8) {
-  std::size_t units = 0;
-  for (const char byte : utf8) {
-    const auto b = static_cast<unsigned char>(byte);
-    units += (b & 0xC0) != 0x80 ? (b >= 0xF0 ? 2 : 1) : 0;
-  }
-  return units;
-}
-
 std::string jsonLine(const Json& json) {
   return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
@@ -179,12 +169,12 @@ std::string jsonLines(const SearchResult& result) {
     Json submatches = Json::array();
     for (const FoundTerm& term : result.termsOf(occurrence)) {
       const std::string_view text = snippet.substr(term.start, term.length);
-      const std::size_t start16 = utf16Length(snippet.substr(0, term.start));
+      const std::size_t start16 = utf16LengthOfUtf8(snippet.substr(0, term.start));
       submatches.push_back({{"match", {{"text", std::string(text)}}},
                             {"start", term.start},
                             {"end", term.start + term.length},
                             {"start_utf16", start16},
-                            {"end_utf16", start16 + utf16Length(text)},
+                            {"end_utf16", start16 + utf16LengthOfUtf8(text)},
                             {"line_number", term.line},
                             {"column", term.column}});
     }
