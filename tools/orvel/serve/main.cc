@@ -79,9 +79,15 @@ int main(int argc, char** argv) {
     if (open) openInBrowser(site.url());
     std::thread signals = stopOnSignals(site);
     site.serve();
+    // Stopped by a signal, or failed: the signals' thread ends either way.
+    ::pthread_kill(signals.native_handle(), SIGTERM);
     signals.join();
+  } catch (const CLI::CallForHelp& help) {
+    return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error);
+    std::fprintf(stderr, "orvel: serve: %s (see 'orvel serve --help')\n",
+                 orvel::cli::escapeControls(error.what()).c_str());
+    return 2;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "orvel: %s\n", orvel::cli::escapeControls(error.what()).c_str());
     return 1;
