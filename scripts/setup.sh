@@ -11,6 +11,8 @@ packages=(
   libacl1-dev libbz2-dev liblz4-dev liblzma-dev  #   libarchive's own, for linking the static
   libxml2-dev libzstd-dev nettle-dev             #   library (pkg-config --static)
   libcli11-dev nlohmann-json3-dev                # the orvel program's command line and JSON output
+  libcpp-httplib-dev                             # orvel serve's web server
+  chromium chromium-driver python3-selenium      # orvel serve's page tested in a browser
   libgtest-dev libgmock-dev                      # tests
   pybind11-dev python3-dev python3-pytest        # the Python module and its tests
   python3-distributed                            #   on a Dask cluster

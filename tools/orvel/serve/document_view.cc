@@ -72,7 +72,7 @@ std::string occurrenceList(std::u16string_view text, const std::vector<Occurrenc
     const bool cut = snippet.size() > kListedCharacters;
     snippet = snippet.substr(0, kListedCharacters);
     html += "<li><a href=\"#t" + std::to_string(found - marked.begin()) +
-            "\"><span class=\"line\">" + std::to_string(place.line + 1) + "</span> " +
+            "\"><span class=\"line\">" + std::to_string(place.line + 1) + "</span>" +
             escapedText(snippet) + (cut ? "…" : "") + "</a></li>";
   }
   return html + "</ol><p class=\"keys\"><kbd>n</kbd> next, <kbd>p</kbd> previous</p></nav>";
