@@ -20,6 +20,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "orvel/base/utf8.h"
 #include "orvel/testing/temp_dir.h"
 
 #include "tools/orvel/cli_test_support.h"
@@ -300,6 +301,26 @@ TEST_F(ServeTest, ASearchOfThousandsOfFilesStreamsTheProgramsAnswer) {
   EXPECT_EQ(matchedPaths(first).size(), 100u);
   EXPECT_EQ(first.back()["truncated"], true);
   EXPECT_EQ(few.get("/search?q=" + std::string(3000, 'x')).status, 413);
+}
+
+TEST_F(ServeTest, LinesAreJsonWhateverTheTextAndTermsCountUtf16Units) {
+  served.writeFile("odd \"name\" \\ \x01.txt",
+                   "\x01 tab\there \xF0\x9F\x98\x80 caf\xC3\xA9 harbour \"quoted\" harbour\n");
+  const Server server({folder});
+  const std::vector<Json> lines = searchLines(server, "harbour%20OR%20caf%C3%A9");
+  ASSERT_EQ(lines.size(), 3u);  // this file, notes/harbour.txt, the totals
+  const Json& match =
+      lines[0]["path"].get<std::string>().find("odd") != std::string::npos ? lines[0] : lines[1];
+  EXPECT_EQ(match["path"], folder + "/odd \"name\" \\ \x01.txt");
+  // Sliced by UTF-16 units, as the page's script slices them (the emoji is two).
+  const std::u16string snippet =
+      utf8ToUtf16Lenient(match["occurrences"][0]["snippet"].get<std::string>());
+  std::vector<std::string> marked;
+  for (const Json& term : match["occurrences"][0]["terms"]) {
+    const std::size_t start = term[0], end = term[1];
+    marked.push_back(utf16ToUtf8(snippet.substr(start, end - start)));
+  }
+  EXPECT_EQ(marked, (std::vector<std::string>{"caf\xC3\xA9", "harbour", "harbour"}));
 }
 
 TEST_F(ServeTest, ClientsGoneOrSlowHoldNobodyUp) {

@@ -10,25 +10,61 @@ namespace {
 
 using Json = nlohmann::json;
 
-std::string jsonLine(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+// The most of a result's snippets its language is told from: enough for the stop words to
+// tell, and a bounded cost for a file with many long snippets.
+constexpr std::size_t kLanguageSampleUnits = 1000;
+
+// Appends UTF-8 as a JSON string, quotes included: the double quote, the backslash and every
+// control character escaped; bytes that are no UTF-8 (a path may hold them) as U+FFFD.
+void appendJsonString(std::string& out, std::string_view text) {
+  if (!isValidUtf8(text)) return appendJsonString(out, utf16ToUtf8(utf8ToUtf16Lenient(text)));
+  static constexpr char kHex[] = "0123456789abcdef";
+  out += '"';
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (c == '"' || c == '\\') {
+      out += '\\';
+      out += c;
+    } else if (byte < 0x20) {
+      out += "\\u00";
+      out += kHex[byte >> 4];
+      out += kHex[byte & 15];
+    } else {
+      out += c;
+    }
+  }
+  out += '"';
 }
 
-Json orNull(const std::optional<std::string>& text) { return text ? Json(*text) : Json(nullptr); }
-
-Json occurrencesOf(const SearchResult& result) {
-  Json occurrences = Json::array();
-  for (const FoundOccurrence& occurrence : result.occurrences) {
-    const std::string_view snippet = result.snippet(occurrence);
-    Json terms = Json::array();
-    for (const FoundTerm& term : result.termsOf(occurrence)) {
-      const std::size_t start = utf16LengthOfUtf8(snippet.substr(0, term.start));
-      terms.push_back({start, start + utf16LengthOfUtf8(snippet.substr(term.start, term.length))});
-    }
-    occurrences.push_back(
-        {{"line", occurrence.line}, {"snippet", snippet}, {"terms", std::move(terms)}});
+void appendJsonStringOrNull(std::string& out, const std::optional<std::string>& text) {
+  if (text) {
+    appendJsonString(out, *text);
+  } else {
+    out += "null";
   }
-  return occurrences;
+}
+
+// "occurrences": each with its line, snippet and terms ([start, end) in UTF-16 units).
+void appendOccurrences(std::string& out, const SearchResult& result) {
+  out += '[';
+  for (const FoundOccurrence& occurrence : result.occurrences) {
+    if (&occurrence != &result.occurrences.front()) out += ',';
+    const std::string_view snippet = result.snippet(occurrence);
+    out += "{\"line\":" + std::to_string(occurrence.line) + ",\"snippet\":";
+    appendJsonString(out, snippet);
+    out += ",\"terms\":[";
+    std::size_t start = 0, counted = 0;  // UTF-16 units up to byte `counted`
+    for (const FoundTerm& term : result.termsOf(occurrence)) {
+      start += utf16LengthOfUtf8(snippet.substr(counted, term.start - counted));
+      const std::size_t end = start + utf16LengthOfUtf8(snippet.substr(term.start, term.length));
+      if (out.back() != '[') out += ',';
+      out += '[' + std::to_string(start) + ',' + std::to_string(end) + ']';
+      start = end;
+      counted = term.start + term.length;
+    }
+    out += "]}";
+  }
+  out += ']';
 }
 
 }  // namespace
@@ -107,16 +143,7 @@ std::optional<std::string> ResultLines::next() {
     if (!result) break;
     if (result->status != SearchStatus::kMatched) continue;
     ++_matched;
-    std::optional<std::string> comment;
-    if (const auto text = finderCommentAtPath(result->path)) comment = utf16ToUtf8(*text);
-    return jsonLine(
-        {{"type", "match"},
-         {"path", result->path},
-         {"kind", documentKindName(result->kind)},
-         {"language", orNull(_languages.languageOf(utf8ToUtf16Lenient(result->snippets)))},
-         {"comment", orNull(comment)},
-         {"count", result->count},
-         {"occurrences", occurrencesOf(*result)}});
+    return matchLine(*result);
   }
   _ended = true;
   const bool truncated = _matched >= _maxResults;
@@ -124,12 +151,25 @@ std::optional<std::string> ResultLines::next() {
   const SearchProgress progress = _search.progress();
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
-  return jsonLine({{"type", "end"},
-                   {"searched", progress.filesSearched},
-                   {"matched", _matched},
-                   {"seconds", seconds},
-                   {"truncated", truncated},
-                   {"indexed", _indexed}});
+  const Json end = {{"type", "end"},          {"searched", progress.filesSearched},
+                    {"matched", _matched},    {"seconds", seconds},
+                    {"truncated", truncated}, {"indexed", _indexed}};
+  return end.dump() + "\n";
+}
+
+std::string ResultLines::matchLine(const SearchResult& result) const {
+  std::string line = "{\"type\":\"match\",\"path\":";
+  appendJsonString(line, result.path);
+  line += ",\"kind\":\"" + std::string(documentKindName(result.kind)) + "\",\"language\":";
+  const std::u16string sample =
+      utf8ToUtf16Lenient(std::string_view(result.snippets).substr(0, 3 * kLanguageSampleUnits));
+  appendJsonStringOrNull(line, _languages.languageOf(sample));
+  line += ",\"comment\":";
+  const std::optional<std::u16string> comment = finderCommentAtPath(result.path);
+  appendJsonStringOrNull(line, comment ? std::optional(utf16ToUtf8(*comment)) : std::nullopt);
+  line += ",\"count\":" + std::to_string(result.count) + ",\"occurrences\":";
+  appendOccurrences(line, result);
+  return line + "}\n";
 }
 
 }  // namespace orvel::serve

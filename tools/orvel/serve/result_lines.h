@@ -69,6 +69,7 @@ class ResultLines {
   void watch(std::function<bool()> wanted);
 
  private:
+  [[nodiscard]] std::string matchLine(const SearchResult& result) const;
   // The request, with the watch's check as its progress callback.
   SearchRequest watched(SearchRequest request);
 
