@@ -61,6 +61,9 @@ struct CollectionSearch::State {
       filesSearched.fetch_add(1, std::memory_order_relaxed);
       if (result) bytesRead.fetch_add(result->bytesRead, std::memory_order_relaxed);
     }
+    if (result && result->status == SearchStatus::kMatched && request.prepare) {
+      request.prepare(*result);
+    }
     if (request.progress) reportProgress();
     return result;
   }
@@ -111,6 +114,8 @@ std::optional<SearchResult> CollectionSearch::next() {
   }
   return std::nullopt;
 }
+
+bool CollectionSearch::nextIsReady() const { return _state->runner.nextIsReady(); }
 
 void CollectionSearch::cancel() { _state->runner.stop(); }
 

@@ -35,6 +35,7 @@
 namespace orvel {
 
 class LanguageFilter;
+struct SearchResult;
 
 // What a search answers for each matching file.
 enum class SearchWant {
@@ -92,6 +93,11 @@ struct SearchRequest {
   bool plain = false;
 
   unsigned threads = 0;  // 0: one per core
+  // Called for each matching file's result on the thread that searched it, before the
+  // result waits for its turn: work a caller would otherwise do on every result in order on
+  // one thread (telling its language, formatting it) runs on every searching thread. It may
+  // fill SearchResult::prepared. Called from several threads at once.
+  std::function<void(SearchResult&)> prepare;
   // Called from a searching thread (one call at a time) every progressInterval while the
   // search runs, and possibly once cancelled, until the search is destroyed.
   std::function<void(const SearchProgress&)> progress;
@@ -134,6 +140,7 @@ struct SearchResult {
   std::string snippets;                      // every snippet's UTF-8, one after another
   std::vector<FoundTerm> terms;              // with SearchRequest::terms
   std::uint64_t bytesRead = 0;
+  std::string prepared;  // what SearchRequest::prepare made of it, for the caller
 
   [[nodiscard]] std::string_view snippet(const FoundOccurrence& occurrence) const {
     return std::string_view(snippets).substr(occurrence.snippetStart, occurrence.snippetLength);
@@ -157,6 +164,10 @@ class CollectionSearch {
   // The next result (a match, a skipped or a failed file) in the order of the walk, waiting
   // until it is ready; nullopt at the end, or after cancel().
   std::optional<SearchResult> next();
+  // Whether the next file in order is searched already: next() answers it, or passes over it
+  // when it did not match, without waiting for it. For a caller that gathers what is ready
+  // before passing it on (from the thread that calls next()).
+  [[nodiscard]] bool nextIsReady() const;
   // Stops the search from any thread (a progress callback too): no file is started after it.
   void cancel();
   [[nodiscard]] SearchProgress progress() const;

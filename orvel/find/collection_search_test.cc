@@ -70,6 +70,32 @@ TEST(CollectionSearchTest, ResultsComeInTheWalksOrderOnOneThreadAndOnEight) {
   }
 }
 
+// What a caller prepares on the searching threads arrives with each match, in order; each
+// match is prepared once, and nothing else is.
+TEST(CollectionSearchTest, MatchesArePreparedOnTheSearchingThreads) {
+  testing::TempDir dir;
+  for (int f = 0; f < 200; ++f) {
+    dir.writeFile("f" + std::to_string(1000 + f) + ".txt", f % 2 == 0 ? "harbour" : "quay");
+  }
+  SearchRequest request = requestFor(u"harbour", {dir.path()}, SearchWant::kOccurrences, 4);
+  std::atomic<int> calls{0};
+  request.prepare = [&](SearchResult& result) {
+    ++calls;
+    result.prepared = std::string(result.snippet(result.occurrences.front())) + " at " +
+                      fs::path(result.path).filename().string();
+  };
+  std::vector<std::string> prepared;
+  searchCollection(std::move(request), [&](SearchResult& result) {
+    prepared.push_back(result.prepared);
+    return true;
+  });
+  ASSERT_EQ(prepared.size(), 100u);
+  for (int k = 0; k < 100; ++k) {
+    EXPECT_EQ(prepared[k], "harbour at f" + std::to_string(1000 + 2 * k) + ".txt");
+  }
+  EXPECT_EQ(calls, 100);
+}
+
 TEST(CollectionSearchTest, OccurrencesCarryLinesRangesAndSnippets) {
   testing::TempDir dir;
   const fs::path path = dir.writeFile("a.txt", "First line.\nThe caf\xC3\xA9 is by the harbour.");

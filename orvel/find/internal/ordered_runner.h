@@ -79,6 +79,14 @@ class OrderedRunner {
     }
   }
 
+  // Whether the next result in order is made, so that next() answers it without waiting (from
+  // the consumer's thread).
+  [[nodiscard]] bool nextIsReady() const {
+    if (!_started || _stopping.load()) return false;
+    const std::size_t answered = _answered.load(std::memory_order_relaxed);
+    return _slots[answered % _window].ready.load(std::memory_order_acquire);
+  }
+
   // Stops taking items, from any thread; next() answers nullopt from then on. Items being
   // worked on are finished and dropped.
   void stop() {

@@ -10,9 +10,11 @@ namespace {
 
 using Json = nlohmann::json;
 
-// The most of a result's snippets its language is told from: enough for the stop words to
-// tell, and a bounded cost for a file with many long snippets.
-constexpr std::size_t kLanguageSampleUnits = 1000;
+// The most of a result's snippets its language is told from: about 80 words, enough for the
+// stop words to tell, at a bounded cost for a file with many long snippets.
+constexpr std::size_t kLanguageSampleUnits = 500;
+// The most bytes of lines sent at once, when more than one is ready.
+constexpr std::size_t kLinesAtOnce = 64 * 1024;
 
 // Appends UTF-8 as a JSON string, quotes included: the double quote, the backslash and every
 // control character escaped; bytes that are no UTF-8 (a path may hold them) as U+FFFD.
@@ -81,7 +83,7 @@ std::vector<std::string> Languages::codes() const {
 
 std::optional<std::string> Languages::languageOf(std::u16string_view text) const {
   if (_identify == nullptr) return std::nullopt;
-  const std::lock_guard lock(_mutex);
+  // Telling a language reads the lists only: any number of threads at once.
   const std::optional<std::u16string> language = _identify->languageOfText(text);
   return language ? std::optional(utf16ToUtf8(*language)) : std::nullopt;
 }
@@ -124,6 +126,8 @@ ResultLines::ResultLines(SearchRequest request, std::size_t maxResults, bool ind
       _languages(languages) {}
 
 SearchRequest ResultLines::watched(SearchRequest request) {
+  // Each match's line is written on the thread that found it.
+  request.prepare = [this](SearchResult& result) { result.prepared = matchLine(result); };
   request.progress = [this](const SearchProgress&) {
     const std::lock_guard lock(_watchMutex);
     if (_wanted && !_wanted()) _search.cancel();
@@ -138,13 +142,21 @@ void ResultLines::watch(std::function<bool()> wanted) {
 
 std::optional<std::string> ResultLines::next() {
   if (_ended) return std::nullopt;
-  while (_matched < _maxResults) {
+  std::string lines;
+  // The first match waits for the search; those found by then go with it.
+  while (lines.empty() || (lines.size() < kLinesAtOnce && _search.nextIsReady())) {
+    if (_matched == _maxResults) break;
     std::optional<SearchResult> result = _search.next();
     if (!result) break;
     if (result->status != SearchStatus::kMatched) continue;
     ++_matched;
-    return matchLine(*result);
+    lines += result->prepared;
   }
+  if (!lines.empty()) return lines;
+  return endLine();
+}
+
+std::string ResultLines::endLine() {
   _ended = true;
   const bool truncated = _matched >= _maxResults;
   if (truncated) _search.cancel();

@@ -40,7 +40,7 @@ class Languages {
 
  private:
   std::unique_ptr<LanguageFilter> _identify;
-  mutable std::mutex _mutex;
+  std::mutex _mutex;  // over the filters
   std::vector<std::pair<std::string, std::shared_ptr<const LanguageFilter>>> _filters;
 };
 
@@ -61,14 +61,16 @@ class ResultLines {
   ResultLines(SearchRequest request, std::size_t maxResults, bool indexed,
               const Languages& languages);
 
-  // The next line to send (a match, or the totals last), waiting for the search; nullopt
-  // once the totals are sent.
+  // The next lines to send: the next match, waiting for the search, with the matches found
+  // by then; after the last, the totals; then nullopt.
   std::optional<std::string> next();
   // While the search runs, `wanted` is asked now and then (from a searching thread) and the
   // search stops when it answers false: a client gone. An empty function ends the watch.
   void watch(std::function<bool()> wanted);
 
  private:
+  std::string endLine();
+  // A match's line (on a searching thread).
   [[nodiscard]] std::string matchLine(const SearchResult& result) const;
   // The request, with the watch's check as its progress callback.
   SearchRequest watched(SearchRequest request);
