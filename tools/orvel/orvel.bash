@@ -2,7 +2,7 @@
 # everywhere else.
 _orvel() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
-  local commands="search index match snippets query wildcard similarity words components count
+  local commands="search index serve match snippets query wildcard similarity words components count
     ellipsize crc32 md5 sha1 fold json entities charset html feed dsstore comment lang
     textbundle keyed storage zlib url"
   local search_options="--files-with-matches --count --json --ignore-case --case-sensitive
@@ -31,6 +31,7 @@ _orvel() {
       url) words="clean rel filter remote" ;;
       keyed) words="dump add remove" ;;
       index) words="--index --status --verify --compact --hidden --no-ignore" ;;
+      serve) words="--bind --port --index --max-results --open --help" ;;
       storage) words="ls verify cat append delete compact salvage" ;;
     esac
   fi

@@ -177,7 +177,7 @@ TEST(CommandTableTest, EveryCommandTheHelpListsRunsByItsName) {
     EXPECT_NE(own.out.find("orvel " + name), std::string::npos) << name;
     ++commands;
   }
-  EXPECT_EQ(commands, 28);
+  EXPECT_EQ(commands, 29);
   expectFailure(orvel({"nosuch", "x"}), 2,
                 "orvel: unknown command 'nosuch' (see 'orvel --help')\n");
 }
