@@ -13,6 +13,8 @@
 #include "orvel/search/separators.h"
 #include "orvel/text/character_sets.h"
 
+#include "tools/orvel/json_text.h"
+
 namespace orvel::cli {
 namespace {
 
@@ -161,29 +163,34 @@ std::string jsonLine(const Json& json) {
   return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
+// A match line, written directly: a search writes them by the million.
+void appendMatchLine(std::string& out, const std::string& pathJson, const SearchResult& result,
+                     const FoundOccurrence& occurrence) {
+  const std::string_view snippet = result.snippet(occurrence);
+  out += R"({"type":"match","data":{"path":)" + pathJson + R"(,"lines":{"text":)";
+  appendJsonString(out, snippet);
+  out += R"(},"line_number":)" + std::to_string(occurrence.line) + R"(,"submatches":[)";
+  Utf16Offsets units(snippet);
+  for (const FoundTerm& term : result.termsOf(occurrence)) {
+    if (out.back() != '[') out += ',';
+    out += R"({"match":{"text":)";
+    appendJsonString(out, snippet.substr(term.start, term.length));
+    const std::size_t start16 = units.before(term.start);
+    out += R"(},"start":)" + std::to_string(term.start) + R"(,"end":)" +
+           std::to_string(term.start + term.length) + R"(,"start_utf16":)" +
+           std::to_string(start16) + R"(,"end_utf16":)" +
+           std::to_string(units.before(term.start + term.length)) + R"(,"line_number":)" +
+           std::to_string(term.line) + R"(,"column":)" + std::to_string(term.column) + "}";
+  }
+  out += "]}}\n";
+}
+
 std::string jsonLines(const SearchResult& result) {
   const Json path = textOrBytes(result.path);
+  const std::string pathJson = path.dump(-1, ' ', false, Json::error_handler_t::replace);
   std::string out = jsonLine({{"type", "begin"}, {"data", {{"path", path}}}});
   for (const FoundOccurrence& occurrence : result.occurrences) {
-    const std::string_view snippet = result.snippet(occurrence);
-    Json submatches = Json::array();
-    for (const FoundTerm& term : result.termsOf(occurrence)) {
-      const std::string_view text = snippet.substr(term.start, term.length);
-      const std::size_t start16 = utf16LengthOfUtf8(snippet.substr(0, term.start));
-      submatches.push_back({{"match", {{"text", std::string(text)}}},
-                            {"start", term.start},
-                            {"end", term.start + term.length},
-                            {"start_utf16", start16},
-                            {"end_utf16", start16 + utf16LengthOfUtf8(text)},
-                            {"line_number", term.line},
-                            {"column", term.column}});
-    }
-    out += jsonLine({{"type", "match"},
-                     {"data",
-                      {{"path", path},
-                       {"lines", {{"text", std::string(snippet)}}},
-                       {"line_number", occurrence.line},
-                       {"submatches", std::move(submatches)}}}});
+    appendMatchLine(out, pathJson, result, occurrence);
   }
   const Json stats = {{"searches", 1},
                       {"searches_with_match", 1},

@@ -191,5 +191,28 @@ TEST_F(SearchOutputTest, APathThatIsNoUtf8ComesBackAsItsBytes) {
   EXPECT_EQ(fromBase64(begin["data"]["path"]["bytes"]), name);
 }
 
+// Lines written by hand are written as a JSON library writes them: each, read and written
+// again, comes back byte for byte, whatever characters the snippet holds.
+TEST_F(SearchOutputTest, JsonLinesAreWhatAJsonLibraryWrites) {
+  std::string text = "quay";
+  for (char c = 1; c < 0x20; ++c) {
+    if (c != '\n' && c != '\r') text += std::string(" ") + c + "quay";
+  }
+  text += " \"quay\" \\quay/ caf\xC3\xA9 \xF0\x9F\x98\x80 quay\x7F \xE2\x80\xA8quay\n";
+  const std::string file = _dir.writeFile("controls.txt", text).string();
+  const ProgramResult result = orvel({"search", "--json", "quay", file});
+  ASSERT_EQ(result.exitCode, 0) << result.err;
+  std::size_t matches = 0;
+  for (std::size_t at = 0, end; (end = result.out.find('\n', at)) != std::string::npos;
+       at = end + 1) {
+    const std::string line = result.out.substr(at, end - at);
+    const nlohmann::ordered_json parsed = nlohmann::ordered_json::parse(line);
+    if (parsed["type"] == "summary") continue;  // its times are written by the library
+    EXPECT_EQ(parsed.dump(), line);
+    matches += parsed["type"] == "match" ? 1 : 0;
+  }
+  EXPECT_GT(matches, 0u);
+}
+
 }  // namespace
 }  // namespace orvel

@@ -5,6 +5,8 @@
 #include "orvel/base/utf8.h"
 #include "orvel/dsstore/ds_store.h"
 
+#include "tools/orvel/json_text.h"
+
 namespace orvel::serve {
 namespace {
 
@@ -16,31 +18,9 @@ constexpr std::size_t kLanguageSampleUnits = 500;
 // The most bytes of lines sent at once, when more than one is ready.
 constexpr std::size_t kLinesAtOnce = 64 * 1024;
 
-// Appends UTF-8 as a JSON string, quotes included: the double quote, the backslash and every
-// control character escaped; bytes that are no UTF-8 (a path may hold them) as U+FFFD.
-void appendJsonString(std::string& out, std::string_view text) {
-  if (!isValidUtf8(text)) return appendJsonString(out, utf16ToUtf8(utf8ToUtf16Lenient(text)));
-  static constexpr char kHex[] = "0123456789abcdef";
-  out += '"';
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += c;
-    } else if (byte < 0x20) {
-      out += "\\u00";
-      out += kHex[byte >> 4];
-      out += kHex[byte & 15];
-    } else {
-      out += c;
-    }
-  }
-  out += '"';
-}
-
 void appendJsonStringOrNull(std::string& out, const std::optional<std::string>& text) {
   if (text) {
-    appendJsonString(out, *text);
+    cli::appendJsonString(out, *text);
   } else {
     out += "null";
   }
@@ -53,16 +33,14 @@ void appendOccurrences(std::string& out, const SearchResult& result) {
     if (&occurrence != &result.occurrences.front()) out += ',';
     const std::string_view snippet = result.snippet(occurrence);
     out += "{\"line\":" + std::to_string(occurrence.line) + ",\"snippet\":";
-    appendJsonString(out, snippet);
+    cli::appendJsonString(out, snippet);
     out += ",\"terms\":[";
-    std::size_t start = 0, counted = 0;  // UTF-16 units up to byte `counted`
+    cli::Utf16Offsets units(snippet);
     for (const FoundTerm& term : result.termsOf(occurrence)) {
-      start += utf16LengthOfUtf8(snippet.substr(counted, term.start - counted));
-      const std::size_t end = start + utf16LengthOfUtf8(snippet.substr(term.start, term.length));
       if (out.back() != '[') out += ',';
-      out += '[' + std::to_string(start) + ',' + std::to_string(end) + ']';
-      start = end;
-      counted = term.start + term.length;
+      const std::size_t start = units.before(term.start);
+      out += '[' + std::to_string(start) + ',' +
+             std::to_string(units.before(term.start + term.length)) + ']';
     }
     out += "]}";
   }
@@ -171,7 +149,7 @@ std::string ResultLines::endLine() {
 
 std::string ResultLines::matchLine(const SearchResult& result) const {
   std::string line = "{\"type\":\"match\",\"path\":";
-  appendJsonString(line, result.path);
+  cli::appendJsonString(line, result.path);
   line += ",\"kind\":\"" + std::string(documentKindName(result.kind)) + "\",\"language\":";
   const std::u16string sample =
       utf8ToUtf16Lenient(std::string_view(result.snippets).substr(0, 3 * kLanguageSampleUnits));
