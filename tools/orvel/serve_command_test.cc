@@ -323,6 +323,28 @@ TEST_F(ServeTest, LinesAreJsonWhateverTheTextAndTermsCountUtf16Units) {
   EXPECT_EQ(marked, (std::vector<std::string>{"caf\xC3\xA9", "harbour", "harbour"}));
 }
 
+// A text past the shown length is cut (not between a surrogate pair) and says so; its
+// terms are marked up to the cut, and the list of occurrences leads to each mark.
+TEST_F(ServeTest, ALongDocumentIsShownInPartAndSaysSo) {
+  // Lines of 43 units after 3: unit 1,999,999, the last shown, is an emoji's first half.
+  std::string text = "ab\n";
+  while (text.size() < 2'500'000) {
+    text += "A quay by the harbour, \xF0\x9F\x98\x80 then more words.\n";
+  }
+  served.writeFile("long.txt", text);
+  const Server server({folder});
+  const Answer view = server.get("/doc?path=" + folder + "/long.txt&q=harbour");
+  EXPECT_EQ(view.status, 200);
+  EXPECT_NE(view.body.find("A long text: its first "), std::string::npos);
+  EXPECT_LT(view.body.size(), 4'000'000u);
+  EXPECT_EQ(view.body.find("\xEF\xBF\xBD"), std::string::npos) << "a pair cut in two";
+  EXPECT_NE(
+      view.body.find("<li><a href=\"#t0\"><span class=\"line\">2</span>A quay by the harbour"),
+      std::string::npos);
+  EXPECT_NE(view.body.find("<mark id=\"t1999\">harbour</mark>"), std::string::npos);
+  EXPECT_EQ(view.body.find("<mark id=\"t2000\">"), std::string::npos);
+}
+
 TEST_F(ServeTest, ClientsGoneOrSlowHoldNobodyUp) {
   for (int k = 0; k < 2000; ++k) {
     served.writeFile("many/f" + std::to_string(k) + ".txt", "harbour " + std::to_string(k));

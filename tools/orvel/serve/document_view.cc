@@ -4,6 +4,8 @@
 #include <fstream>
 #include <iterator>
 
+#include <unicode/utf16.h>
+
 #include "orvel/base/utf8.h"
 #include "orvel/dsstore/ds_store.h"
 #include "orvel/formats/documents.h"
@@ -78,6 +80,26 @@ std::string occurrenceList(std::u16string_view text, const std::vector<Occurrenc
   return html + "</ol><p class=\"keys\"><kbd>n</kbd> next, <kbd>p</kbd> previous</p></nav>";
 }
 
+// The text with the query's terms marked, after the list of its occurrences; a text longer
+// than kMaxShownUnits is shown (and searched) up to there.
+std::string textSection(std::u16string_view text, const std::string& query) {
+  std::string html;
+  if (text.size() > kMaxShownUnits) {
+    const bool cutsPair = U16_IS_LEAD(text[kMaxShownUnits - 1]);
+    text = text.substr(0, kMaxShownUnits - (cutsPair ? 1 : 0));
+    html += "<p class=\"trouble\">A long text: its first " + std::to_string(text.size()) +
+            " characters are shown; the file as it is holds the rest.</p>";
+  }
+  std::vector<TermPlace> terms;
+  std::vector<OccurrencePlace> places;
+  if (!query.empty()) {
+    places = TextQuery(utf8ToUtf16Lenient(query)).occurrencePlaces(text, false, true, &terms);
+  }
+  const std::vector<Range> marked = markedTerms(terms);
+  if (!query.empty()) html += occurrenceList(text, places, terms, marked);
+  return html + "<pre class=\"text\" id=\"text\">" + markedText(text, marked) + "</pre>";
+}
+
 std::string factsOf(const fs::path& file, const DocumentText& document,
                     const Languages& languages) {
   std::string html = "<dl class=\"facts\"><dt>Folder</dt><dd>" +
@@ -129,15 +151,7 @@ std::string documentPage(const fs::path& file, const std::string& query,
     if (!document->text) {
       body += "<p class=\"trouble\">Not text: " + escapeHtml(document->notTextReason) + "</p>";
     } else {
-      const std::u16string& text = *document->text;
-      std::vector<TermPlace> terms;
-      std::vector<OccurrencePlace> places;
-      if (!query.empty()) {
-        places = TextQuery(utf8ToUtf16Lenient(query)).occurrencePlaces(text, false, true, &terms);
-      }
-      const std::vector<Range> marked = markedTerms(terms);
-      if (!query.empty()) body += occurrenceList(text, places, terms, marked);
-      body += "<pre class=\"text\" id=\"text\">" + markedText(text, marked) + "</pre>";
+      body += textSection(*document->text, query);
     }
   }
   const std::string back =

@@ -24,5 +24,7 @@ namespace orvel::serve {
 
 // The most terms a document view marks: the rest of a long document is shown unmarked.
 inline constexpr std::size_t kMaxMarkedTerms = 2000;
+// The most of a text a document view shows (UTF-16 units): a page of a few megabytes.
+inline constexpr std::size_t kMaxShownUnits = 2'000'000;
 
 }  // namespace orvel::serve
