@@ -21,11 +21,11 @@ for preset in release sanitize; do
 done
 
 echo "== thread sanitizer: the collection search on 8 threads (order, cancellation), and"
-echo "   orvel search on four threads, of text files and of TextPacks, and index writers and a"
-echo "   reader at once"
+echo "   orvel search on four threads, of text files and of TextPacks, index writers and a"
+echo "   reader at once, and orvel serve answering while a client goes away and another is slow"
 cmake --preset tsan >/dev/null
 cmake --build --preset tsan --target orvel orvel_cli_test orvel_find_test
-ctest --preset tsan -R 'OrderedRunnerTest|CollectionSearchTest|SearchShortcutsTest|SearchInputsTest\.(ThreadsPrintInFileOrder|TextPacksAreReadOnSeveralThreads)|CollectionIndexTest\.TwoWritersTakeTurnsWhileReadersGoOn'
+ctest --preset tsan -R 'OrderedRunnerTest|CollectionSearchTest|SearchShortcutsTest|SearchInputsTest\.(ThreadsPrintInFileOrder|TextPacksAreReadOnSeveralThreads)|CollectionIndexTest\.TwoWritersTakeTurnsWhileReadersGoOn|ServeTest'
 
 echo "== fuzzing, about 5 s per target"
 mkdir -p build
