@@ -6,9 +6,12 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <set>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <arpa/inet.h>
@@ -363,6 +366,33 @@ TEST_F(ServeTest, ClientsGoneOrSlowHoldNobodyUp) {
   const std::vector<Json> lines = searchLines(server, "harbour");
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3));
   EXPECT_EQ(lines.back()["matched"], 2001);  // and notes/harbour.txt
+}
+
+// --open runs the desktop's opener (here a stand-in first on PATH) with the address printed.
+TEST_F(ServeTest, OpenHandsTheAddressToTheDesktop) {
+  const testing::TempDir bin;
+  const fs::path opened = bin.path() / "opened";
+  const fs::path opener =
+      bin.writeFile("xdg-open", "#!/bin/sh\nprintf '%s' \"$1\" > '" + opened.string() + "'\n");
+  fs::permissions(opener, fs::perms::owner_exec, fs::perm_options::add);
+  const std::string path = std::getenv("PATH");
+  ::setenv("PATH", (bin.path().string() + ":" + path).c_str(), 1);
+  {
+    const Server server({"--open", folder});
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    const auto written = [&opened] {
+      std::error_code error;
+      const std::uintmax_t size = fs::file_size(opened, error);
+      return !error && size > 0;
+    };
+    while (!written() && std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    std::ifstream in(opened);
+    const std::string url((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    EXPECT_EQ(url, server.url());
+  }
+  ::setenv("PATH", path.c_str(), 1);
 }
 
 TEST(ServeCommandTest, AFolderThatIsNoneIsOneLine) {

@@ -19,14 +19,17 @@ extern char** environ;
 
 namespace {
 
-// Starts the desktop's browser on the address, without waiting for it.
+// Starts the desktop's browser on the address; a thread of its own waits for the opener to
+// end, so that it leaves no zombie behind.
 void openInBrowser(const std::string& url) {
   const char* argv[] = {"xdg-open", url.c_str(), nullptr};
   pid_t child = 0;
   if (::posix_spawnp(&child, "xdg-open", nullptr, nullptr, const_cast<char* const*>(argv),
                      environ) != 0) {
     orvel::cli::reportError("xdg-open", "cannot be started; open " + url + " yourself");
+    return;
   }
+  std::thread([child] { ::waitpid(child, nullptr, 0); }).detach();
 }
 
 // Stops the site on SIGINT or SIGTERM: the signals are taken by a thread of their own, so
