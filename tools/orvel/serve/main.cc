@@ -79,8 +79,9 @@ int main(int argc, char** argv) {
     site.bind();
     std::printf("%s\n", site.url().c_str());
     std::fflush(stdout);
-    if (open) openInBrowser(site.url());
+    // The signals are blocked before any other thread starts, so that none of them takes one.
     std::thread signals = stopOnSignals(site);
+    if (open) openInBrowser(site.url());
     site.serve();
     // Stopped by a signal, or failed: the signals' thread ends either way.
     ::pthread_kill(signals.native_handle(), SIGTERM);
