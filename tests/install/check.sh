@@ -21,7 +21,7 @@ leaks=$(cd "$prefix" && find . -path '*/internal/*' -o -path '*/testing/*' -o -n
   -o -name '*.cc' -o -name '*.c')
 [ -z "$leaks" ] || fail "installed files that must stay private: $leaks"
 for needed in include/orvel/orvel.h include/orvel/version.h include/orvel/c/wildcard.h \
-  include/orvel/search/query_terms.h lib/pkgconfig/orvelfoundation.pc bin/orvel \
+  include/orvel/search/query_terms.h lib/pkgconfig/orvelfoundation.pc bin/orvel bin/orvel-serve \
   lib/cmake/ORVELfoundation/ORVELfoundationConfig.cmake share/orvelfoundation/stopwords/StopWordsEN share/orvelfoundation/stopwords/README.md \
   share/man/man1/orvel.1 share/bash-completion/completions/orvel; do
   [ -e "$prefix/$needed" ] || fail "missing from the installed tree: $needed"
@@ -78,6 +78,10 @@ if [ -d "$prefix/lib/python3/dist-packages/orvel" ]; then
 else
   echo "(no Python module installed: pybind11 missing)"
 fi
+
+echo "orvel serve"
+# The installed orvel runs the installed orvel-serve beside it.
+"$prefix/bin/orvel" serve --help | grep -q '^Usage: orvel serve' || fail "orvel serve --help"
 
 echo "manual page"
 warnings=$(MANROFFSEQ='' MANWIDTH=80 man --warnings -l "$prefix/share/man/man1/orvel.1" 2>&1 >/dev/null)
