@@ -95,7 +95,11 @@ TextKeys::TextKeys(std::u16string_view text) {
   _bytes.resize(3 * size);
   char* out = _bytes.data();
   std::size_t start = 0, end = 0;
-  _slots.reserve(size / 16);
+  // One table a thread, emptied for each text: a fresh one cost more in page faults and
+  // cache misses than the lookups (a text of N units has far fewer than N / 64 distinct
+  // words, and the table grows when it has more).
+  static thread_local KeySlots slots;
+  slots.clear(size / 64);
   for (const unichar c : text) {
     if (c < 0x80) {
       if (const char folded = ascii[c]; folded != 0) {
@@ -117,22 +121,22 @@ TextKeys::TextKeys(std::u16string_view text) {
       }
       continue;
     }
-    end = keep(start, end);  // a separator ends the word
+    end = keep(slots, start, end);  // a separator ends the word
     start = end;
   }
-  _bytes.resize(keep(start, end));
+  _bytes.resize(keep(slots, start, end));
   _bytes.shrink_to_fit();
 }
 
 // Keeps the word gathered from `start` to `end` unless it was met before; answers where the
 // next word starts.
-std::size_t TextKeys::keep(std::size_t start, std::size_t end) {
+std::size_t TextKeys::keep(KeySlots& slots, std::size_t start, std::size_t end) {
   if (start == end) return end;
   const std::string_view word = std::string_view(_bytes).substr(start, end - start);
   const std::uint64_t hash = keyHash(word);
   const auto next = static_cast<std::uint32_t>(_keys.size());
   const bool added =
-      _slots.findOrAdd(hash, next, [&](std::uint32_t k) { return (*this)[k] == word; }).second;
+      slots.findOrAdd(hash, next, [&](std::uint32_t k) { return (*this)[k] == word; }).second;
   if (!added) return start;
   _keys.push_back(
       Key{static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(word.size()), hash});

@@ -37,7 +37,7 @@ class TextKeys {
   [[nodiscard]] std::uint64_t hash(std::size_t k) const { return _keys[k].hash; }
 
  private:
-  std::size_t keep(std::size_t start, std::size_t end);
+  std::size_t keep(KeySlots& slots, std::size_t start, std::size_t end);
 
   struct Key {
     std::uint32_t offset;
@@ -46,7 +46,6 @@ class TextKeys {
   };
   std::string _bytes;  // every key once, then the word being gathered
   std::vector<Key> _keys;
-  KeySlots _slots;
 };
 
 // A set of documents of one segment: a bit each, or every one.

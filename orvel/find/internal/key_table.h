@@ -40,19 +40,21 @@ namespace orvel::internal {
 }
 
 // An open-addressing table of indices into the caller's array of entries, found by their
-// hashes; the caller compares the keys. Never more than half full.
+// hashes; the caller compares the keys. Never more than half full. Emptied at no cost: each
+// slot carries the generation it was filled in, and only the current one's count, so that one
+// table serves text after text, its memory kept and only its touched part touched again.
 class KeySlots {
  public:
   // The index of the entry whose hash is `hash` and for which `same(index)` holds; else
   // `added` (the caller's next index), recorded with the hash. `second` tells which.
   template <class Same>
   std::pair<std::uint32_t, bool> findOrAdd(std::uint64_t hash, std::uint32_t added, Same same) {
-    if (2 * (_used + 1) > _slots.size()) grow();
-    const std::size_t mask = _slots.size() - 1;
+    if (2 * (_used + 1) > _active) grow();
+    const std::size_t mask = _active - 1;
     for (std::size_t k = hash & mask;; k = (k + 1) & mask) {
       Slot& slot = _slots[k];
-      if (slot.index == kEmpty) {
-        slot = Slot{hash, added};
+      if (slot.generation != _generation) {
+        slot = Slot{hash, added, _generation};
         ++_used;
         return {added, true};
       }
@@ -60,32 +62,51 @@ class KeySlots {
     }
   }
 
-  // Room for about this many entries before the first growth.
-  void reserve(std::size_t entries) {
-    if (_used == 0 && 2 * entries > _slots.size()) _slots.resize(std::bit_ceil(2 * entries));
+  // Forgets every entry; the next ones start in a table of about `entries`.
+  void clear(std::size_t entries = 0) {
+    nextGeneration();
+    _used = 0;
+    _active = std::max<std::size_t>(kSmallest, std::bit_ceil(2 * entries));
+    if (_slots.size() < _active) _slots.resize(_active);
   }
 
  private:
-  static constexpr std::uint32_t kEmpty = UINT32_MAX;
+  static constexpr std::size_t kSmallest = 64;
   struct Slot {
     std::uint64_t hash = 0;
-    std::uint32_t index = kEmpty;
+    std::uint32_t index = 0;
+    std::uint32_t generation = 0;  // never the table's: empty
   };
 
+  void nextGeneration() {
+    if (++_generation != 0) return;
+    for (Slot& slot : _slots) slot.generation = 0;  // after 2^32 generations
+    _generation = 1;
+  }
+
+  // Doubles the part in use, and enters the current entries again.
   void grow() {
-    std::vector<Slot> old(std::max<std::size_t>(64, 2 * _slots.size()));
-    old.swap(_slots);
-    const std::size_t mask = _slots.size() - 1;
-    for (const Slot& slot : old) {
-      if (slot.index == kEmpty) continue;
-      std::size_t k = slot.hash & mask;
-      while (_slots[k].index != kEmpty) k = (k + 1) & mask;
-      _slots[k] = slot;
+    std::vector<Slot> entries;
+    entries.reserve(_used);
+    for (std::size_t k = 0; k < _active; ++k) {
+      if (_slots[k].generation == _generation) entries.push_back(_slots[k]);
+    }
+    _active = std::max(kSmallest, 2 * _active);
+    if (_slots.size() < _active) _slots.resize(_active);
+    nextGeneration();
+    const std::size_t mask = _active - 1;
+    for (Slot entry : entries) {
+      std::size_t k = entry.hash & mask;
+      while (_slots[k].generation == _generation) k = (k + 1) & mask;
+      entry.generation = _generation;
+      _slots[k] = entry;
     }
   }
 
   std::vector<Slot> _slots;
+  std::size_t _active = 0;  // slots in use: a power of two
   std::size_t _used = 0;
+  std::uint32_t _generation = 1;
 };
 
 }  // namespace orvel::internal
