@@ -30,10 +30,23 @@ fs::path makeTree() {
   return fs::canonical(root);
 }
 
+// The tree, removed when the process ends.
+struct Tree {
+  Tree() : root(makeTree()) {}
+  ~Tree() {
+    std::error_code ignored;
+    fs::remove_all(root, ignored);
+  }
+  Tree(const Tree&) = delete;
+  Tree& operator=(const Tree&) = delete;
+  fs::path root;
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const fs::path root = makeTree();
+  static const Tree tree;
+  const fs::path& root = tree.root;
   static const orvel::serve::ServedFolders folders({(root / "served").string()});
   const std::string asked(orvel::fuzz::bytesOf(data, size));
   static_cast<void>(orvel::serve::isSuspiciousTarget(asked));
