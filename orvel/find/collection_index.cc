@@ -105,12 +105,10 @@ class Selection final : public IndexSelection {
   }
 
   bool rulesOut(const Folder& folder, int folderFd, std::string_view name) const override {
-    const RuledOut& documents = folder.documents;
-    const auto found = std::lower_bound(documents.begin(), documents.end(), name, byName);
-    if (found == documents.end() || found->first != name) return false;
-    const auto k = static_cast<std::size_t>(found - documents.begin());
-    const std::uint8_t verdict = folder.verdicts[k].load(std::memory_order_relaxed);
-    return (verdict == kUnknown ? judge(folder, k, folderFd) : verdict) == kUnchanged;
+    const std::optional<std::size_t> k = position(folder, name);
+    if (!k) return false;
+    const std::uint8_t verdict = folder.verdicts[*k].load(std::memory_order_relaxed);
+    return (verdict == kUnknown ? judge(folder, *k, folderFd) : verdict) == kUnchanged;
   }
 
   // The share of the documents it rules out.
@@ -121,22 +119,23 @@ class Selection final : public IndexSelection {
   bool rulesOut(const std::string& path) const override {
     const std::string absolute = internal::indexedPath(path);
     const std::size_t slash = absolute.rfind('/');
-    const Folder* documents = folder(absolute.substr(0, slash));
-    const IndexedDocument* indexed =
-        documents != nullptr ? find(*documents, std::string_view(absolute).substr(slash + 1))
-                             : nullptr;
-    return indexed != nullptr && unchanged(*indexed, AT_FDCWD, absolute);
+    const auto found = _folders.find(std::string_view(absolute).substr(0, slash));
+    if (found == _folders.end()) return false;
+    const Folder& documents = found->second;
+    const std::optional<std::size_t> k =
+        position(documents, std::string_view(absolute).substr(slash + 1));
+    return k && unchanged(*documents.documents[*k].second, AT_FDCWD, absolute);
   }
 
  private:
-  static bool byName(const RuledOut::value_type& entry, std::string_view key) {
-    return entry.first < key;
-  }
-
-  static const IndexedDocument* find(const Folder& folder, std::string_view name) {
+  // Where the name stands among the folder's documents, if it is one of them.
+  static std::optional<std::size_t> position(const Folder& folder, std::string_view name) {
     const RuledOut& documents = folder.documents;
-    const auto found = std::lower_bound(documents.begin(), documents.end(), name, byName);
-    return found != documents.end() && found->first == name ? found->second : nullptr;
+    const auto found =
+        std::lower_bound(documents.begin(), documents.end(), name,
+                         [](const auto& entry, std::string_view key) { return entry.first < key; });
+    if (found == documents.end() || found->first != name) return std::nullopt;
+    return static_cast<std::size_t>(found - documents.begin());
   }
 
   // Stats the folder's k-th document and records what it found.

@@ -180,6 +180,16 @@ void reportError(const std::string& name, const std::string& message) {
                escapeControls(message).c_str());
 }
 
+std::shared_ptr<const IndexSelection> selectIndexOrSay(const std::filesystem::path& index,
+                                                       const SearchRequest& request) {
+  try {
+    return selectWithIndex(index, request);
+  } catch (const IndexError& error) {
+    reportError(index.string(), std::string(error.what()) + "; searching without it");
+    return nullptr;
+  }
+}
+
 void runAnsweringCommand(int& status, const std::function<int()>& work) {
   try {
     status = work();

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -19,6 +20,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "orvel/find/collection_index.h"
 #include "orvel/formats/documents.h"
 
 namespace orvel::cli {
@@ -88,6 +90,11 @@ class CollectedLog {
  private:
   std::vector<std::string> _lines;
 };
+
+// The index's selection for the request (see selectWithIndex); when the index is missing
+// or damaged, null and one line on stderr naming it, "...; searching without it".
+[[nodiscard]] std::shared_ptr<const IndexSelection> selectIndexOrSay(
+    const std::filesystem::path& index, const SearchRequest& request);
 
 // printf into a string (short texts: at most 127 bytes).
 template <typename... Values>

@@ -241,11 +241,7 @@ int runSearch(const SearchOptions& options) {
   if (const std::optional<fs::path> index = indexFor(options)) {
     // The storage's own lines about a damaged block are summed up in the one line below.
     const CollectedLog quiet;
-    try {
-      request.inputs.index = selectWithIndex(*index, request);
-    } catch (const IndexError& error) {
-      reportError(index->string(), std::string(error.what()) + "; searching without it");
-    }
+    request.inputs.index = selectIndexOrSay(*index, request);
   }
   const auto start = std::chrono::steady_clock::now();
   const bool counted = request.want != SearchWant::kFiles;

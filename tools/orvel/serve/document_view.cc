@@ -119,22 +119,6 @@ std::string factsOf(const fs::path& file, const DocumentText& document,
 
 }  // namespace
 
-std::string escapeHtml(std::string_view text) {
-  std::string html;
-  html.reserve(text.size());
-  for (const char c : text) {
-    switch (c) {
-      case '&': html += "&amp;"; break;
-      case '<': html += "&lt;"; break;
-      case '>': html += "&gt;"; break;
-      case '"': html += "&quot;"; break;
-      case '\'': html += "&#39;"; break;
-      default: html += c;
-    }
-  }
-  return html;
-}
-
 std::string documentPage(const fs::path& file, const std::string& query,
                          const Languages& languages) {
   std::string error;

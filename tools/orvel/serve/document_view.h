@@ -11,9 +11,6 @@
 
 namespace orvel::serve {
 
-// Text escaped for HTML: & < > " ' as references.
-[[nodiscard]] std::string escapeHtml(std::string_view text);
-
 // The document view of a file (canonical, already checked to be served) for a query ("" for
 // none).
 [[nodiscard]] std::string documentPage(const std::filesystem::path& file, const std::string& query,

@@ -12,9 +12,10 @@ namespace {
 
 using Json = nlohmann::json;
 
-// The most of a result's snippets its language is told from: about 80 words, enough for the
-// stop words to tell, at a bounded cost for a file with many long snippets.
-constexpr std::size_t kLanguageSampleUnits = 500;
+// The most of a result's snippets its language is told from, in bytes: about 80 words of
+// a Latin script, enough for the stop words to tell, at a bounded cost for a file with many
+// long snippets.
+constexpr std::size_t kLanguageSampleBytes = 500;
 // The most bytes of lines sent at once, when more than one is ready.
 constexpr std::size_t kLinesAtOnce = 64 * 1024;
 
@@ -152,7 +153,7 @@ std::string ResultLines::matchLine(const SearchResult& result) const {
   cli::appendJsonString(line, result.path);
   line += ",\"kind\":\"" + std::string(documentKindName(result.kind)) + "\",\"language\":";
   const std::u16string sample =
-      utf8ToUtf16Lenient(std::string_view(result.snippets).substr(0, 3 * kLanguageSampleUnits));
+      utf8ToUtf16Lenient(std::string_view(result.snippets).substr(0, kLanguageSampleBytes));
   appendJsonStringOrNull(line, _languages.languageOf(sample));
   line += ",\"comment\":";
   const std::optional<std::u16string> comment = finderCommentAtPath(result.path);

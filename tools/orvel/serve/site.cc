@@ -1,7 +1,6 @@
 #include "tools/orvel/serve/site.h"
 
 #include <atomic>
-#include <cstdio>
 #include <fstream>
 #include <stdexcept>
 
@@ -9,6 +8,7 @@
 
 #include "orvel/find/collection_index.h"
 
+#include "tools/orvel/command_support.h"
 #include "tools/orvel/serve/document_view.h"
 #include "tools/orvel/serve/result_lines.h"
 #include "tools/orvel/serve/served_folders.h"
@@ -59,6 +59,19 @@ std::string rawContentType(const fs::path& file) {
   return "text/plain; charset=utf-8";
 }
 
+// Sends a search's next lines; false when the client is gone, which ends the response and,
+// with it, the search. The sink lives while the response is written: the search watches it
+// until its last lines are sent.
+bool sendLines(ResultLines& lines, std::size_t offset, httplib::DataSink& sink) {
+  if (offset == 0) lines.watch([&sink] { return sink.is_writable(); });
+  const std::optional<std::string> line = lines.next();
+  if (line && sink.write(line->data(), line->size())) return true;
+  lines.watch({});
+  if (line) return false;  // the client is gone
+  sink.done();
+  return true;
+}
+
 void refuse(httplib::Response& response, int status, const std::string& why) {
   response.status = status;
   response.set_content(why + "\n", "text/plain; charset=utf-8");
@@ -87,7 +100,7 @@ struct Site::State {
     const std::string& host = options.bind;
     return host.find(':') != std::string::npos ? "[" + host + "]" : host;
   }
-  // The index to select with, and whether one was used.
+  // The selection of the index given or found, null without one.
   std::shared_ptr<const IndexSelection> indexFor(const SearchRequest& request) const;
 };
 
@@ -126,13 +139,7 @@ std::optional<fs::path> Site::State::servedFile(const httplib::Request& request,
 std::shared_ptr<const IndexSelection> Site::State::indexFor(const SearchRequest& request) const {
   const std::optional<fs::path> index =
       options.index ? options.index : findCollectionIndex(folders.folders().front());
-  if (!index) return nullptr;
-  try {
-    return selectWithIndex(*index, request);
-  } catch (const IndexError& error) {
-    std::fprintf(stderr, "orvel: %s: %s; searching without it\n", index->c_str(), error.what());
-    return nullptr;
-  }
+  return index ? cli::selectIndexOrSay(*index, request) : nullptr;
 }
 
 void Site::State::search(const httplib::Request& request, httplib::Response& response) {
@@ -156,21 +163,8 @@ void Site::State::search(const httplib::Request& request, httplib::Response& res
                                              languages);
   response.set_header("Cache-Control", "no-store");
   response.set_chunked_content_provider("application/x-ndjson; charset=utf-8",
-                                        [lines](std::size_t, httplib::DataSink& sink) {
-                                          // The sink lives as long as the response is written: the
-                                          // watch ends before that.
-                                          lines->watch([&sink] { return sink.is_writable(); });
-                                          const std::optional<std::string> line = lines->next();
-                                          if (!line) {
-                                            lines->watch({});
-                                            sink.done();
-                                            return true;
-                                          }
-                                          // A client gone stops the search: `lines` goes, and its
-                                          // search with it.
-                                          if (sink.write(line->data(), line->size())) return true;
-                                          lines->watch({});
-                                          return false;
+                                        [lines](std::size_t offset, httplib::DataSink& sink) {
+                                          return sendLines(*lines, offset, sink);
                                         });
 }
 

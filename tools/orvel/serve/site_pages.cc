@@ -1,7 +1,5 @@
 #include "tools/orvel/serve/site_pages.h"
 
-#include "tools/orvel/serve/document_view.h"
-
 namespace orvel::serve {
 
 std::string pageHtml(std::string_view title, std::string_view bodyClass,
@@ -22,6 +20,22 @@ std::string pageHtml(std::string_view title, std::string_view bodyClass,
   html += "</header><main>";
   html += body;
   return html + "</main></body></html>\n";
+}
+
+std::string escapeHtml(std::string_view text) {
+  std::string html;
+  html.reserve(text.size());
+  for (const char c : text) {
+    switch (c) {
+      case '&': html += "&amp;"; break;
+      case '<': html += "&lt;"; break;
+      case '>': html += "&gt;"; break;
+      case '"': html += "&quot;"; break;
+      case '\'': html += "&#39;"; break;
+      default: html += c;
+    }
+  }
+  return html;
 }
 
 std::string encodeQueryValue(std::string_view text) {

@@ -16,6 +16,9 @@ namespace orvel::serve {
 [[nodiscard]] std::string pageHtml(std::string_view title, std::string_view bodyClass,
                                    std::string_view headerLinks, std::string_view body);
 
+// Text escaped for HTML: & < > " ' as references.
+[[nodiscard]] std::string escapeHtml(std::string_view text);
+
 // Text percent-encoded for a URL's query value: everything but letters, digits and
 // "-._~/" is escaped.
 [[nodiscard]] std::string encodeQueryValue(std::string_view text);
